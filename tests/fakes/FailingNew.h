@@ -1,0 +1,20 @@
+// Memory that runs out on demand: the replaced global operator new throws std::bad_alloc (or returns null in its
+// nothrow form) on the n-th allocation of this thread after arming.
+#pragma once
+
+#include <cstdint>
+
+namespace tests {
+
+class FailingNew {
+public:
+    // Arms on construction, n counting from 1; disarms on destruction.
+    explicit FailingNew(std::uint32_t n) noexcept;
+    ~FailingNew();
+    FailingNew(const FailingNew&) = delete;
+    FailingNew& operator=(const FailingNew&) = delete;
+    // Whether the n-th allocation was reached. A sweep ends when a whole run leaves this false.
+    [[nodiscard]] bool Fired() const noexcept;
+};
+
+}  // namespace tests
