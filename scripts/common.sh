@@ -1,0 +1,48 @@
+# Shared by the scripts; source it. Progress lines go to stdout, the noise of a step to out/log/<step>.log, which is
+# shown only when the step fails.
+set -euo pipefail
+ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+OUT="$ROOT/out"
+LOG="$OUT/log"
+mkdir -p "$LOG"
+cd "$ROOT"
+
+say() { printf '%s\n' "$*"; }
+die() {
+    printf 'error: %s\n' "$*" >&2
+    exit 1
+}
+
+# step NAME COMMAND...: runs the command with its output in a log.
+step() {
+    local name=$1 start=$SECONDS
+    shift
+    printf '  %-34s' "$name"
+    local log="$LOG/${name//[^A-Za-z0-9]/-}.log"
+    if "$@" >"$log" 2>&1 </dev/null; then
+        printf 'ok (%d s)\n' $((SECONDS - start))
+    else
+        local code=$?
+        printf 'FAILED\n'
+        tail -n "${HALVORA_LOG_LINES:-60}" "$log" >&2
+        die "'$name' failed with exit code $code; the whole output is in ${log#"$ROOT"/}"
+    fi
+}
+
+# build PRESET [TARGET...]
+build() {
+    local preset=$1
+    shift
+    [ -f "$OUT/$preset/build.ninja" ] || cmake --preset "$preset"
+    cmake --build --preset "$preset" ${1:+--target "$@"}
+}
+
+# Wine with a prefix of the project's own, no display, no crash dialog.
+export WINEPREFIX="${HALVORA_WINEPREFIX:-$OUT/wine}"
+export WINEDEBUG="${WINEDEBUG:--all}"
+export WINEDLLOVERRIDES="winedbg.exe=d;mscoree=d;mshtml=d"
+export LC_ALL=C.UTF-8
+unset DISPLAY
+
+# The Windows form of a host path, as Wine maps it.
+windows_path() { printf 'Z:%s' "$(realpath -m "$1" | tr '/' '\\')"; }

@@ -1,0 +1,27 @@
+#!/usr/bin/env bash
+# Installs what building and testing need on Debian 12. Does nothing when all is there.
+source "$(dirname "$0")/common.sh"
+
+packages=(
+    g++ cmake ninja-build git                                     # host builds
+    g++-mingw-w64-x86-64-posix mingw-w64-tools                    # Windows builds
+    wine wine64                                                   # running them
+    osslsigncode openssl                                          # development signing
+    googletest libbenchmark-dev                                   # tests and benchmarks
+    clang-format-16 clang-tidy                                    # lint
+)
+missing=()
+for package in "${packages[@]}"; do
+    dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null | grep -qx installed || missing+=("$package")
+done
+[ ${#missing[@]} -eq 0 ] && exit 0
+as_root=()
+if [ "$(id -u)" -ne 0 ]; then
+    command -v sudo >/dev/null || die "missing packages, and neither root nor sudo to install them: ${missing[*]}"
+    as_root=(sudo)
+fi
+install() {
+    "${as_root[@]}" apt-get update -q &&
+        "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends "${missing[@]}"
+}
+step "packages (${#missing[@]} missing)" install

@@ -1,0 +1,38 @@
+#!/usr/bin/env bash
+# Signed, tampered and unsigned sample files for the tests, in out/samples/.
+source "$(dirname "$0")/common.sh"
+"$ROOT/scripts/dev-signing.sh"
+SAMPLES="$OUT/samples"
+EXE="$OUT/windows/tests/samples/sample.exe"
+DLL="$OUT/windows/tests/samples/sample.dll"
+[ -f "$SAMPLES/.ready" ] && [ ! "$EXE" -nt "$SAMPLES/.ready" ] && [ ! "$DLL" -nt "$SAMPLES/.ready" ] &&
+    [ ! "$OUT/signing/.ready" -nt "$SAMPLES/.ready" ] && exit 0
+
+sign() { "$ROOT/scripts/dev-signing.sh" "$@"; }
+# One byte of the code changed; the signature stays where it is.
+tamper() {
+    cp "$1" "$2"
+    printf '\xA5' | dd of="$2" bs=1 seek=1100 conv=notrunc status=none
+    cmp -s "$1" "$2" && printf '\x5A' | dd of="$2" bs=1 seek=1100 conv=notrunc status=none
+    ! cmp -s "$1" "$2"
+}
+make_samples() {
+    rm -rf "$SAMPLES"
+    mkdir -p "$SAMPLES"
+    cp "$EXE" "$SAMPLES/unsigned.exe"
+    cp "$DLL" "$SAMPLES/unsigned.dll"
+    sign main "$EXE" "$SAMPLES/good.exe"
+    sign main "$DLL" "$SAMPLES/good.dll"
+    sign second "$EXE" "$SAMPLES/second.exe"
+    sign other "$EXE" "$SAMPLES/other-names.exe"
+    sign other "$DLL" "$SAMPLES/other-names.dll"
+    sign unit "$EXE" "$SAMPLES/unit.exe"
+    sign driver "$EXE" "$SAMPLES/driver.sys"
+    sign system "$EXE" "$SAMPLES/system.exe"
+    sign no-usage "$EXE" "$SAMPLES/no-usage.exe"
+    sign legacy "$EXE" "$SAMPLES/legacy.exe"
+    tamper "$SAMPLES/good.exe" "$SAMPLES/tampered.exe"
+    tamper "$SAMPLES/good.dll" "$SAMPLES/tampered.dll"
+    touch "$SAMPLES/.ready"
+}
+step "signed samples" make_samples
