@@ -1,0 +1,81 @@
+// A registry in memory. Names are compared without regard to letter case; the 32-bit view of Software and of the class
+// ids lies under Wow6432Node, as on a 64-bit system.
+#pragma once
+
+#include <map>
+#include <mutex>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tests/fakes/HandleTable.h"
+#include "tslib/platform/Registry.h"
+
+namespace tests {
+
+// Any thread. Change the public state only when no other thread is in a call.
+class FakeRegistry final : public tsLib::platform::Registry, public CanFail {
+public:
+    using SystemError = tsLib::platform::SystemError;
+    using Key = tsLib::platform::RegistryKey;
+    using Root = tsLib::platform::RegistryRoot;
+    using Value = tsLib::platform::RegistryValue;
+
+    SystemError OpenKey(Root root, const std::u16string& path, std::uint32_t access, Key& key) override;
+    SystemError OpenSubkey(Key parent, const std::u16string& path, std::uint32_t access, Key& key) override;
+    SystemError ReadValue(Key key, const std::u16string& name, Value& value) override;
+    void CloseKey(Key key) noexcept override;
+    SystemError CreateKey(Root root, const std::u16string& path, std::uint32_t access, Key& key) override;
+    SystemError WriteValue(Key key, const std::u16string& name, const Value& value) override;
+    SystemError DeleteValue(Key key, const std::u16string& name) override;
+
+    // Staging. `view` is kKeyView32, or anything else for the 64-bit view. Missing keys are made.
+    void PutKey(Root root, const std::u16string& path, std::uint32_t view = 0);
+    void PutValue(Root root, const std::u16string& path, const std::u16string& name, Value value,
+                  std::uint32_t view = 0);
+    // A terminated text.
+    void PutText(Root root, const std::u16string& path, const std::u16string& name, std::u16string_view text,
+                 std::uint32_t view = 0, std::uint32_t type = tsLib::platform::kValueText);
+    // Opening the key answers `error` from now on; Success takes that back.
+    void FailOpening(Root root, const std::u16string& path, SystemError error, std::uint32_t view = 0);
+    void RemoveKey(Root root, const std::u16string& path, std::uint32_t view = 0);
+    // Null when the key or the value is missing.
+    [[nodiscard]] const Value* Find(Root root, const std::u16string& path, const std::u16string& name,
+                                    std::uint32_t view = 0) const;
+    [[nodiscard]] std::size_t OpenHandles() const;
+    // Closes and uses of keys that were not open.
+    [[nodiscard]] std::size_t Misuses() const;
+
+    struct Opened {
+        std::u16string path;  // as asked, relative to the root or the parent
+        std::uint32_t access;
+        SystemError result;
+    };
+    std::vector<Opened> opened;         // every OpenKey, OpenSubkey and CreateKey, in order
+    std::vector<std::u16string> reads;  // the name of every value asked for, in order
+
+private:
+    struct OpenState {
+        std::u16string path;
+        std::uint32_t access;
+    };
+    using Values = std::map<std::u16string, Value>;
+
+    [[nodiscard]] SystemError Open(const std::u16string& asked, std::u16string full, std::uint32_t access, bool create,
+                                   Key& key);
+    void Make(const std::u16string& path);
+
+    mutable std::mutex mutex_;
+    std::map<std::u16string, Values> keys_;  // by full lower-case path
+    std::map<std::u16string, SystemError> openErrors_;
+    HandleTable<Key, OpenState> handles_;
+};
+
+// The bytes of a text as the registry stores it, with a terminator unless told otherwise.
+[[nodiscard]] tsLib::platform::RegistryValue TextValue(std::u16string_view text,
+                                                       std::uint32_t type = tsLib::platform::kValueText,
+                                                       bool terminated = true);
+[[nodiscard]] tsLib::platform::RegistryValue DwordValue(std::uint32_t number);
+
+}  // namespace tests
