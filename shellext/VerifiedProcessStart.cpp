@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "tslib/VaneReference.h"
+#include "tslib/VaneRef.h"
 
 namespace HVR {
 
@@ -62,8 +62,8 @@ bool VerifiedProcessStart::IsPlain(const std::u16string& executable, const std::
 }
 
 bool VerifiedProcessStart::Verify(const std::u16string& executable, tsLib::TrustLevel level) {
-    const tsLib::VaneReference<tsLib::IVerifyTrust> verifier(verifiers_.Create());
-    if (verifier == nullptr || verifier->Initialize(true) != 1) {
+    const tsLib::VaneRef<tsLib::IVerifyTrust> verifier(verifiers_.Create());
+    if (!verifier || verifier->Initialize(true) != 1) {
         tracer_.Error(TraceEvent::ProcessVerifierMissing, executable);
         return false;
     }
