@@ -1,0 +1,29 @@
+// The one place where portable text meets the platform's: the same 16-bit units under two type names.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace tsLib::platform::win32 {
+
+static_assert(sizeof(wchar_t) == sizeof(char16_t));
+
+[[nodiscard]] inline const wchar_t* ToWide(const char16_t* text) noexcept {
+    return reinterpret_cast<const wchar_t*>(text);
+}
+[[nodiscard]] inline wchar_t* ToWide(char16_t* text) noexcept { return reinterpret_cast<wchar_t*>(text); }
+[[nodiscard]] inline const wchar_t* ToWide(const std::u16string& text) noexcept { return ToWide(text.c_str()); }
+[[nodiscard]] inline const char16_t* FromWide(const wchar_t* text) noexcept {
+    return reinterpret_cast<const char16_t*>(text);
+}
+[[nodiscard]] inline std::u16string FromWide(const wchar_t* text, std::size_t length) {
+    return {FromWide(text), length};
+}
+
+// The platform stops reading at a NUL, so a text that holds one would name something else than its whole says.
+[[nodiscard]] inline bool HoldsNul(std::u16string_view text) noexcept {
+    return text.find(u'\0') != std::u16string_view::npos;
+}
+
+}  // namespace tsLib::platform::win32

@@ -1,0 +1,98 @@
+#include "tslib/platform/win32/Win32Registry.h"
+
+#include <algorithm>
+
+#include "tslib/platform/win32/Handles.h"
+#include "tslib/platform/win32/WideText.h"
+
+namespace tsLib::platform::win32 {
+
+namespace {
+
+HKEY RootKey(RegistryRoot root) noexcept {
+    return root == RegistryRoot::ClassesRoot ? HKEY_CLASSES_ROOT : HKEY_LOCAL_MACHINE;
+}
+
+SystemError Open(HKEY parent, const std::u16string& path, std::uint32_t access, RegistryKey& key) noexcept {
+    if (HoldsNul(path)) {
+        return SystemError::InvalidParameter;
+    }
+    HKEY opened = nullptr;
+    const SystemError error = FromStatus(RegOpenKeyExW(parent, ToWide(path), 0, access, &opened));
+    if (Succeeded(error)) {
+        key = ToSeam<RegistryKey>(opened);
+    }
+    return error;
+}
+
+}  // namespace
+
+SystemError Win32Registry::OpenKey(RegistryRoot root, const std::u16string& path, std::uint32_t access,
+                                   RegistryKey& key) {
+    return Open(RootKey(root), path, access, key);
+}
+
+SystemError Win32Registry::OpenSubkey(RegistryKey parent, const std::u16string& path, std::uint32_t access,
+                                      RegistryKey& key) {
+    return Open(FromSeam<HKEY>(parent), path, access, key);
+}
+
+SystemError Win32Registry::ReadValue(RegistryKey key, const std::u16string& name, RegistryValue& value) {
+    if (HoldsNul(name)) {
+        return SystemError::InvalidParameter;
+    }
+    // A value may grow between two calls. The size that a refused call tells is a hint only, so the buffer at least
+    // doubles; at the limit the platform's MoreData is the answer.
+    RegistryValue read;
+    read.data.resize(256);
+    for (;;) {
+        DWORD type = 0;
+        auto size = static_cast<DWORD>(read.data.size());
+        const SystemError error = FromStatus(RegQueryValueExW(FromSeam<HKEY>(key), ToWide(name), nullptr, &type,
+                                                              reinterpret_cast<BYTE*>(read.data.data()), &size));
+        if (Succeeded(error)) {
+            read.type = type;
+            read.data.resize(std::min<std::size_t>(size, read.data.size()));
+            value = std::move(read);
+            return error;
+        }
+        if (error != SystemError::MoreData || read.data.size() == kMaximumRegistryValueBytes) {
+            return error;
+        }
+        read.data.resize(std::min(std::max<std::size_t>(size, read.data.size() * 2), kMaximumRegistryValueBytes));
+    }
+}
+
+void Win32Registry::CloseKey(RegistryKey key) noexcept { const UniqueRegistryKey closing(FromSeam<HKEY>(key)); }
+
+SystemError Win32Registry::CreateKey(RegistryRoot root, const std::u16string& path, std::uint32_t access,
+                                     RegistryKey& key) {
+    if (HoldsNul(path)) {
+        return SystemError::InvalidParameter;
+    }
+    HKEY created = nullptr;
+    const SystemError error = FromStatus(RegCreateKeyExW(RootKey(root), ToWide(path), 0, nullptr,
+                                                         REG_OPTION_NON_VOLATILE, access, nullptr, &created, nullptr));
+    if (Succeeded(error)) {
+        key = ToSeam<RegistryKey>(created);
+    }
+    return error;
+}
+
+SystemError Win32Registry::WriteValue(RegistryKey key, const std::u16string& name, const RegistryValue& value) {
+    if (HoldsNul(name) || value.data.size() > kMaximumRegistryValueBytes) {
+        return SystemError::InvalidParameter;
+    }
+    return FromStatus(RegSetValueExW(FromSeam<HKEY>(key), ToWide(name), 0, value.type,
+                                     reinterpret_cast<const BYTE*>(value.data.data()),
+                                     static_cast<DWORD>(value.data.size())));
+}
+
+SystemError Win32Registry::DeleteValue(RegistryKey key, const std::u16string& name) {
+    if (HoldsNul(name)) {
+        return SystemError::InvalidParameter;
+    }
+    return FromStatus(RegDeleteValueW(FromSeam<HKEY>(key), ToWide(name)));
+}
+
+}  // namespace tsLib::platform::win32

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "tslib/platform/Registry.h"
+
+namespace tsLib::platform::win32 {
+
+// A path or name that holds a NUL is refused with InvalidParameter. Any thread.
+class Win32Registry final : public Registry {
+public:
+    SystemError OpenKey(RegistryRoot root, const std::u16string& path, std::uint32_t access, RegistryKey& key) override;
+    SystemError OpenSubkey(RegistryKey parent, const std::u16string& path, std::uint32_t access,
+                           RegistryKey& key) override;
+    SystemError ReadValue(RegistryKey key, const std::u16string& name, RegistryValue& value) override;
+    void CloseKey(RegistryKey key) noexcept override;
+    SystemError CreateKey(RegistryRoot root, const std::u16string& path, std::uint32_t access,
+                          RegistryKey& key) override;
+    SystemError WriteValue(RegistryKey key, const std::u16string& name, const RegistryValue& value) override;
+    SystemError DeleteValue(RegistryKey key, const std::u16string& name) override;
+};
+
+}  // namespace tsLib::platform::win32

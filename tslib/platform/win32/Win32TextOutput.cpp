@@ -1,0 +1,60 @@
+#include "tslib/platform/win32/Win32TextOutput.h"
+
+#include <limits>
+
+#include "tslib/platform/win32/Handles.h"
+#include "tslib/platform/win32/PlatformPath.h"
+#include "tslib/platform/win32/WideText.h"
+
+namespace tsLib::platform::win32 {
+
+Win32TextOutput::~Win32TextOutput() { Close(); }
+
+StreamState Win32TextOutput::Open(const std::u16string& path) {
+    Close();
+    state_ = StreamState::Failed;
+    if (HoldsNul(path)) {
+        return state_;
+    }
+    UniqueFile opened(CreateFileW(ToWide(PlatformPath(path)), GENERIC_WRITE,
+                                  FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, CREATE_ALWAYS,
+                                  FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (opened) {
+        if (GetFileType(opened.Get()) == FILE_TYPE_DISK) {
+            state_ = StreamState::Good;
+            file_ = opened.Release();
+        } else {
+            state_ = StreamState::Bad;
+        }
+    }
+    return state_;
+}
+
+void Win32TextOutput::WriteLine(std::string_view utf8) {
+    if (!IsOpen() || state_ != StreamState::Good) {
+        return;
+    }
+    if (utf8.size() > std::numeric_limits<DWORD>::max() - 2) {
+        state_ = StreamState::Bad;
+        return;
+    }
+    line_.assign(utf8);
+    line_ += "\r\n";
+    const auto size = static_cast<DWORD>(line_.size());
+    DWORD written = 0;
+    if (!WriteFile(file_, line_.data(), size, &written, nullptr) || written != size) {
+        state_ = StreamState::Bad;
+    }
+}
+
+void Win32TextOutput::Close() noexcept {
+    if (!IsOpen()) {
+        return;
+    }
+    const LastErrorKeeper keeper;
+    if (!CloseHandle(std::exchange(file_, nullptr)) && state_ == StreamState::Good) {
+        state_ = StreamState::Failed;
+    }
+}
+
+}  // namespace tsLib::platform::win32
