@@ -28,8 +28,11 @@ public:
         }
         Started made;
         made.process = processes.Add(0);
-        if (givesThreadHandle) {
-            made.thread = threads.Add(0);
+        try {
+            made.thread = givesThreadHandle ? threads.Add(0) : tsLib::platform::ThreadHandle{};
+        } catch (...) {
+            processes.Remove(made.process);
+            throw;
         }
         made.processId = 4242;
         made.threadId = 4243;
