@@ -7,10 +7,64 @@ namespace tsLib {
 
 enum class TraceEvent : std::uint16_t {
     // 100: path expansion and isolation.
+    PathInputMissing = 100,         //
+    PathMarkUnmatched = 101,        // position, input
+    PathTokenNameEmpty = 102,       // position, input
+    PathTokenUnknown = 103,         // name, input
+    PathTokenMetAgain = 104,        // name, input
+    PathFolderQueryFailed = 105,    // system error or shell result, name, input
+    PathMapNotOpened = 106,         // system error, key
+    PathTooLong = 107,              // name, input
+    PathUnexpectedFailure = 108,    //
+    PathNameNotLowered = 109,       // system error, input
+    PathMapKeyMissing = 110,        //
+    SharedComponentsUnknown = 111,  // system error
+    IsolationUnread = 120,          // system error, isolate.ini when it was found
     // 200: product install paths.
+    InstallPathKindUnknown = 200,      // kind
+    InstallPathUnexpanded = 201,       // kind, token
+    InstallPathNoWindowsFolder = 202,  // system error
+    InstallPathNotReturned = 203,      // kind, result
     // 300: trust verifier.
+    TrustRefused = 300,              // verdict, level, path; Verbose for an ordinary refusal, else Error
+    TrustProviderSlow = 301,         // milliseconds, action, path
+    TrustHashProviderSlow = 302,     // milliseconds, operation, path
+    TrustFileNotFound = 303,         // system error, path
+    TrustEmbeddedRefused = 304,      // provider's answer, path
+    TrustSignatureUnopened = 305,    // system error, path of the signed file or its catalog
+    TrustSignerUnread = 306,         // system error, path
+    TrustSignerNotFound = 307,       // system error, path
+    TrustUsagesUnread = 308,         // system error
+    TrustSubjectUnread = 309,        // system error
+    TrustSignerJudged = 310,         // findings, level, verdict
+    TrustShortcutUnopened = 311,     // system error, path
+    TrustShortcutAbsent = 312,       // system error, step 1 to 3
+    TrustShortcutAnswer = 313,       // cached word, level, verdict
+    TrustCacheAnswer = 314,          // cache's result, level, whether of a level that is not comparable, path
+    TrustCacheNotKept = 315,         // cache's result, path
+    TrustPathFormFailed = 316,       // system error, path
+    TrustProcessUnresolved = 317,    // system error, process id
+    TrustModuleUnresolved = 318,     // system error
+    TrustComServerUnresolved = 319,  // system error, class id
+    TrustNarrowPathRefused = 320,    // system error
+    TrustPolicyUnread = 321,         // system error, key
+    TrustPolicyUnwritten = 322,      // system error, key
+    TrustNoHashProvider = 323,       // system error
+    TrustUnexpectedFailure = 324,    //
     // 400: catalog lookup.
+    CatalogNoSha256 = 400,         //
+    CatalogContextRefused = 401,   // system error, whether for SHA-256
+    CatalogFileUnopened = 402,     // system error, path
+    CatalogHashMade = 403,         // "TRUE" or "FALSE", bytes, system error
+    CatalogSearchFailed = 404,     // system error
+    CatalogPathUnread = 405,       // system error
+    CatalogMemberRefused = 406,    // provider's answer, catalog
+    CatalogAlgorithmChosen = 407,  // whether SHA-256, provider's answer of the embedded check
     // 500: verification cache.
+    CacheArgumentInvalid = 500,   //
+    CacheEntryMissing = 501,      // path
+    CacheLevelUnsatisfied = 502,  // path, level
+    CacheMemoryShort = 503,       // path
     // 600: scan request and process start.
     ScanTemporaryFolderUnknown = 600,  // system error, length
     ScanListNamed = 601,               // list file
