@@ -8,15 +8,15 @@ namespace tsLib {
 enum class TraceEvent : std::uint16_t {
     // 100: path expansion and isolation.
     PathInputMissing = 100,         //
-    PathMarkUnmatched = 101,        // position, input
-    PathTokenNameEmpty = 102,       // position, input
-    PathTokenUnknown = 103,         // name, input
-    PathTokenMetAgain = 104,        // name, input
-    PathFolderQueryFailed = 105,    // system error or shell result, name, input
+    PathMarkUnmatched = 101,        // position, text so far
+    PathTokenNameEmpty = 102,       // position, text so far
+    PathTokenUnknown = 103,         // name, text so far
+    PathTokenMetAgain = 104,        // name, text so far
+    PathFolderQueryFailed = 105,    // system error or shell result, name, text so far
     PathMapNotOpened = 106,         // system error, key
-    PathTooLong = 107,              // name, input
+    PathTooLong = 107,              // name, text so far
     PathUnexpectedFailure = 108,    //
-    PathNameNotLowered = 109,       // system error, input
+    PathNameNotLowered = 109,       // system error, text so far
     PathMapKeyMissing = 110,        //
     SharedComponentsUnknown = 111,  // system error
     IsolationUnread = 120,          // system error, isolate.ini when it was found
