@@ -12,8 +12,8 @@ namespace tsLib::platform {
 template <class Interface, class Handle, void (Interface::*CloseFunction)(Handle) noexcept>
 class Owned {
 public:
-    explicit Owned(Interface& interface) noexcept : interface_(&interface) {}
-    Owned(Interface& interface, Handle handle) noexcept : interface_(&interface), handle_(handle) {}
+    explicit Owned(Interface& closer) noexcept : interface_(&closer) {}
+    Owned(Interface& closer, Handle handle) noexcept : interface_(&closer), handle_(handle) {}
     Owned(const Owned&) = delete;
     Owned& operator=(const Owned&) = delete;
     Owned(Owned&& other) noexcept : interface_(other.interface_), handle_(std::exchange(other.handle_, Handle{})) {}
