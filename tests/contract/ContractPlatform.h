@@ -85,6 +85,8 @@ public:
     // A path below HKEY_LOCAL_MACHINE\Software, without a trailing backslash. No such key exists when a test begins, in
     // either view.
     [[nodiscard]] virtual std::u16string ScratchKey() = 0;
+    // A binary value of any size, which the seam would not write. Makes the key, in the 64-bit view.
+    virtual void PutBinaryValue(const std::u16string& keyPath, const std::u16string& name, std::size_t bytes) = 0;
 
     virtual void SetEnvironment(const std::u16string& name, const std::u16string& value) = 0;
 
