@@ -30,11 +30,9 @@ SystemError FakeCatalogHasher::Answer(const Hashes& scripted, std::size_t length
     if (buffer.empty()) {
         return SystemError::Success;
     }
-    if (Failed(fillError)) {
-        return fillError;
-    }
-    if (buffer.size() < hash.size()) {
-        return SystemError::InsufficientBuffer;
+    if (Failed(fillError) || buffer.size() < hash.size()) {
+        size = 0;
+        return Failed(fillError) ? fillError : SystemError::InsufficientBuffer;
     }
     std::ranges::copy(hash, buffer.begin());
     return SystemError::Success;

@@ -30,7 +30,7 @@ public:
     Hashes sha1;  // by the path that the file was opened with; an empty hash makes the platform tell the size 0
     Hashes sha256;
     SystemError sizeError = SystemError::Success;  // answer of the calls that ask for the size
-    SystemError fillError = SystemError::Success;  // answer of the calls that fill the buffer; the size is told
+    SystemError fillError = SystemError::Success;  // answer of the calls that fill the buffer
     std::size_t sha1Calls = 0;
     std::size_t sha256Calls = 0;
 

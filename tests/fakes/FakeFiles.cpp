@@ -11,6 +11,9 @@ using namespace tsLib::platform;
 
 namespace {
 
+constexpr SystemError kInvalidName{123};
+constexpr std::u16string_view kNeverInNames(u"\0*<>|\"", 6);
+
 // The one name of a path: no long-path prefix, backslashes only, no trailing one, lower case.
 std::u16string PlainPath(std::u16string_view path) {
     std::u16string plain;
@@ -43,6 +46,9 @@ const FakeFiles::Node* FakeFiles::Lookup(const std::u16string& path) const {
 }
 
 SystemError FakeFiles::WhyMissing(const std::u16string& path) const {
+    if (path.find_first_of(kNeverInNames) != std::u16string::npos) {
+        return kInvalidName;
+    }
     const auto parent = nodes_.find(ParentOf(PlainPath(path)));
     const bool inFolder = parent != nodes_.end() && (parent->second.attributes & kAttributeFolder) != 0;
     return inFolder ? SystemError::FileNotFound : SystemError::PathNotFound;
@@ -78,7 +84,7 @@ SystemError FakeFiles::OpenForReading(const std::u16string& path, Handle& file) 
     if ((node->attributes & kAttributeFolder) != 0) {
         return SystemError::AccessDenied;
     }
-    if (node->heldForWriting) {
+    if (node->writers.use_count() > 1) {
         return SystemError::SharingViolation;
     }
     file = handles_.Add({path});
@@ -127,7 +133,7 @@ void FakeFiles::Close(Handle file) noexcept {
 void FakeFiles::MakeFolders(const std::u16string& path) {
     std::u16string plain = PlainPath(path);
     while (!plain.empty() && !nodes_.contains(plain)) {
-        nodes_[plain] = {kAttributeFolder, {}, false};
+        nodes_[plain] = {kAttributeFolder, {}};
         plain = ParentOf(plain);
     }
 }
@@ -135,7 +141,7 @@ void FakeFiles::MakeFolders(const std::u16string& path) {
 void FakeFiles::PutFile(const std::u16string& path, Bytes bytes, std::uint32_t attributes) {
     const std::lock_guard lock(mutex_);
     MakeFolders(ParentOf(PlainPath(path)));
-    nodes_[PlainPath(path)] = {attributes, std::move(bytes), false};
+    nodes_[PlainPath(path)] = {attributes, std::move(bytes)};
 }
 
 void FakeFiles::PutFile(const std::u16string& path, std::string_view text) { PutFile(path, ToBytes(text)); }
@@ -174,9 +180,10 @@ void FakeFiles::FailOpening(const std::u16string& path, SystemError error) {
     }
 }
 
-void FakeFiles::SetHeldForWriting(const std::u16string& path, bool held) {
+std::shared_ptr<void> FakeFiles::HoldForWriting(const std::u16string& path) const {
     const std::lock_guard lock(mutex_);
-    nodes_[PlainPath(path)].heldForWriting = held;
+    const Node* node = Lookup(path);
+    return node == nullptr ? nullptr : node->writers;
 }
 
 SystemError FakeFiles::TryChange(const std::u16string& path) const {
@@ -200,15 +207,16 @@ SystemError FakeFiles::TryCreate(const std::u16string& path) {
     if (const Node* node = Lookup(path); node != nullptr && (node->attributes & kAttributeFolder) != 0) {
         return SystemError::AccessDenied;
     }
-    nodes_[PlainPath(path)] = {kAttributeArchive, {}, false};
+    nodes_[PlainPath(path)] = {kAttributeArchive, {}};
     return SystemError::Success;
 }
 
 void FakeFiles::AppendText(const std::u16string& path, std::string_view text) {
     const std::lock_guard lock(mutex_);
     const auto* first = reinterpret_cast<const std::byte*>(text.data());
-    Bytes& bytes = nodes_[PlainPath(path)].bytes;
-    bytes.insert(bytes.end(), first, first + text.size());
+    if (const auto node = nodes_.find(PlainPath(path)); node != nodes_.end()) {
+        node->second.bytes.insert(node->second.bytes.end(), first, first + text.size());
+    }
 }
 
 std::u16string FakeFiles::PathOf(Handle file) const {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -38,13 +39,14 @@ public:
     [[nodiscard]] bool Exists(const std::u16string& path) const;
     // Opening the file answers `error` from now on; Success takes that back.
     void FailOpening(const std::u16string& path, SystemError error);
-    // Somebody holds the file open for writing, and shares everything.
-    void SetHeldForWriting(const std::u16string& path, bool held);
+    // Somebody holds the existing file open for writing, sharing everything, until the result is destroyed.
+    [[nodiscard]] std::shared_ptr<void> HoldForWriting(const std::u16string& path) const;
 
     // What another program would be answered when it wants to write the file, delete it or rename another over it.
     [[nodiscard]] SystemError TryChange(const std::u16string& path) const;
     // Makes or truncates a file for writing, as another program would; the folder must exist.
     [[nodiscard]] SystemError TryCreate(const std::u16string& path);
+    // Nothing happens when there is no such file.
     void AppendText(const std::u16string& path, std::string_view text);
 
     // The path that the open handle was opened with; empty for any other handle.
@@ -62,7 +64,7 @@ private:
     struct Node {
         std::uint32_t attributes = kAttributeArchive;
         Bytes bytes;
-        bool heldForWriting = false;
+        std::shared_ptr<int> writers = std::make_shared<int>(0);  // one owner more for each one who holds it
     };
     struct OpenState {
         std::u16string path;

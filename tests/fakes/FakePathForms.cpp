@@ -13,8 +13,13 @@ namespace {
 
 constexpr std::size_t kBufferLength = 260;
 
+bool HoldsNul(const std::u16string& text) { return text.find(u'\0') != std::u16string::npos; }
+
 // The part that is never cut: a drive with its backslash, or the backslashes that a path begins with.
 std::size_t RootLength(const std::u16string& path) {
+    if (path.starts_with(u"\\\\?\\") && path.size() >= 6 && path[5] == u':') {
+        return path.size() > 6 && path[6] == u'\\' ? 7 : 6;
+    }
     if (path.size() >= 2 && path[1] == u':') {
         return path.size() > 2 && path[2] == u'\\' ? 3 : 2;
     }
@@ -52,6 +57,9 @@ SystemError FakePathForms::ExpandEnvironment(const std::u16string& text, std::u1
     if (const SystemError fault = Fault(); Failed(fault)) {
         return fault;
     }
+    if (HoldsNul(text)) {
+        return SystemError::InvalidParameter;
+    }
     std::u16string result;
     std::size_t at = 0;
     while (at < text.size()) {
@@ -64,8 +72,8 @@ SystemError FakePathForms::ExpandEnvironment(const std::u16string& text, std::u1
                 continue;
             }
         }
-        // An unknown name stays, and the mark that closes it may open the next one.
-        const std::size_t next = std::min(text.find(u'%', at + 1), text.size());
+        // An unknown name stays with both its marks.
+        const std::size_t next = end != std::u16string::npos ? end + 1 : std::min(text.find(u'%', at + 1), text.size());
         result += text.substr(at, next - at);
         at = next;
     }
@@ -96,7 +104,11 @@ SystemError FakePathForms::DosDeviceTarget(char16_t driveLetter, std::u16string&
         return fault;
     }
     const bool small = driveLetter >= u'a' && driveLetter <= u'z';
-    const auto found = dosDevices.find(small ? static_cast<char16_t>(driveLetter - 32) : driveLetter);
+    const auto capital = small ? static_cast<char16_t>(driveLetter - 32) : driveLetter;
+    if (capital < u'A' || capital > u'Z') {
+        return SystemError::InvalidParameter;
+    }
+    const auto found = dosDevices.find(capital);
     if (found == dosDevices.end()) {
         return SystemError::FileNotFound;
     }
@@ -106,7 +118,7 @@ SystemError FakePathForms::DosDeviceTarget(char16_t driveLetter, std::u16string&
 
 bool FakePathForms::Append(std::u16string& path, const std::u16string& element) {
     const std::lock_guard lock(mutex_);
-    if (Failed(Fault())) {
+    if (Failed(Fault()) || HoldsNul(path) || HoldsNul(element)) {
         return false;
     }
     const bool unc = element.starts_with(u"\\\\");
@@ -125,7 +137,7 @@ bool FakePathForms::Append(std::u16string& path, const std::u16string& element) 
 
 bool FakePathForms::RemoveFileSpec(std::u16string& path) {
     const std::lock_guard lock(mutex_);
-    if (Failed(Fault())) {
+    if (Failed(Fault()) || HoldsNul(path)) {
         return false;
     }
     const std::size_t root = RootLength(path);
@@ -140,7 +152,7 @@ bool FakePathForms::RemoveFileSpec(std::u16string& path) {
 
 bool FakePathForms::IsUncServer(const std::u16string& path) {
     const std::lock_guard lock(mutex_);
-    if (Failed(Fault())) {
+    if (Failed(Fault()) || HoldsNul(path)) {
         return false;
     }
     return path.starts_with(u"\\\\") && path.find(u'\\', 2) == std::u16string::npos;

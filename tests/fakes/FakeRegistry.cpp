@@ -11,10 +11,27 @@ using namespace tsLib::platform;
 namespace {
 
 constexpr std::uint32_t kSetValue = 0x0002;
+constexpr SystemError kBadPath{161};
 
 bool StartsWithKey(const std::u16string& path, std::u16string_view key) {
     return path.starts_with(key) && (path.size() == key.size() || path[key.size()] == u'\\');
 }
+
+// Lower case, with single backslashes and none at the end.
+std::u16string PlainPath(const std::u16string& path) {
+    std::u16string plain;
+    for (const char16_t unit : SimpleLower(path)) {
+        if (unit != u'\\' || !plain.ends_with(u'\\')) {
+            plain += unit;
+        }
+    }
+    if (plain.ends_with(u'\\')) {
+        plain.pop_back();
+    }
+    return plain;
+}
+
+bool HoldsNul(const std::u16string& text) { return text.find(u'\0') != std::u16string::npos; }
 
 std::u16string Join(const std::u16string& parent, const std::u16string& path) {
     return path.empty() ? parent : parent + u'\\' + path;
@@ -22,10 +39,7 @@ std::u16string Join(const std::u16string& parent, const std::u16string& path) {
 
 // The one name of a key: lower case, below "hklm", with the redirection of the 32-bit view done.
 std::u16string FullPath(RegistryRoot root, const std::u16string& path, std::uint32_t view) {
-    std::u16string below = SimpleLower(path);
-    while (below.ends_with(u'\\')) {
-        below.pop_back();
-    }
+    std::u16string below = PlainPath(path);
     if (root == RegistryRoot::ClassesRoot) {
         below = Join(u"software\\classes", below);
     }
@@ -49,6 +63,12 @@ SystemError FakeRegistry::Open(const std::u16string& asked, std::u16string full,
     const SystemError result = [&] {
         if (const SystemError fault = Fault(); Failed(fault)) {
             return fault;
+        }
+        if (HoldsNul(asked)) {
+            return SystemError::InvalidParameter;
+        }
+        if (asked.starts_with(u'\\')) {
+            return kBadPath;
         }
         if (const auto error = openErrors_.find(full); error != openErrors_.end()) {
             return error->second;
@@ -78,11 +98,7 @@ SystemError FakeRegistry::OpenSubkey(Key parent, const std::u16string& path, std
     if (state == nullptr) {
         return SystemError::InvalidHandle;
     }
-    std::u16string below = SimpleLower(path);
-    while (below.ends_with(u'\\')) {
-        below.pop_back();
-    }
-    return Open(path, Join(state->path, below), access, false, key);
+    return Open(path, Join(state->path, PlainPath(path)), access, false, key);
 }
 
 SystemError FakeRegistry::CreateKey(Root root, const std::u16string& path, std::uint32_t access, Key& key) {
@@ -102,6 +118,9 @@ SystemError FakeRegistry::ReadValue(Key key, const std::u16string& name, Value& 
     }
     if ((state->access & kKeyQueryValue) == 0) {
         return SystemError::AccessDenied;
+    }
+    if (HoldsNul(name)) {
+        return SystemError::InvalidParameter;
     }
     const Values& values = keys_[state->path];
     const auto found = values.find(SimpleLower(name));
@@ -132,6 +151,9 @@ SystemError FakeRegistry::WriteValue(Key key, const std::u16string& name, const 
     }
     if ((state->access & kSetValue) == 0) {
         return SystemError::AccessDenied;
+    }
+    if (HoldsNul(name) || value.data.size() > kMaximumRegistryValueBytes) {
+        return SystemError::InvalidParameter;
     }
     Value copy = value;
     keys_[state->path][SimpleLower(name)] = std::move(copy);

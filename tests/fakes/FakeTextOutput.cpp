@@ -17,6 +17,7 @@ StreamState FakeTextOutput::Open(const std::u16string& path) {
         return state_ = StreamState::Failed;
     }
     path_ = path;
+    hold_ = files_.HoldForWriting(path_);
     isOpen_ = true;
     return state_ = StreamState::Good;
 }
@@ -38,6 +39,7 @@ void FakeTextOutput::Close() noexcept {
         return;
     }
     isOpen_ = false;
+    hold_.reset();
     ++closes;
     if (closeFails && state_ == StreamState::Good) {
         state_ = StreamState::Failed;

@@ -1,6 +1,7 @@
 // A text output that writes into the file system in memory.
 #pragma once
 
+#include <memory>
 #include <set>
 #include <string>
 #include <vector>
@@ -17,6 +18,8 @@ public:
 
     explicit FakeTextOutput(FakeFiles& files) : files_(files) {}
 
+    ~FakeTextOutput() { Close(); }
+
     StreamState Open(const std::u16string& path) override;
     void WriteLine(std::string_view utf8) override;
     [[nodiscard]] StreamState State() const noexcept override { return state_; }
@@ -32,6 +35,7 @@ public:
 private:
     FakeFiles& files_;
     std::u16string path_;
+    std::shared_ptr<void> hold_;
     StreamState state_ = StreamState::Good;
     bool isOpen_ = false;
 };
