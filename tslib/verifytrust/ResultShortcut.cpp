@@ -1,0 +1,76 @@
+#include "tslib/verifytrust/ResultShortcut.h"
+
+#include <memory>
+
+#include "tslib/IVerifyTrust.h"
+#include "tslib/verifytrust/ProviderTimer.h"
+
+namespace tsLib {
+
+using platform::SystemError;
+
+namespace {
+
+// Only a word that was read changes the output.
+bool ReadWord(const TrustServices& services, HashProvider& provider, platform::FileHandle file,
+              const ShortcutRequest& request, std::uint32_t& word) {
+    const auto timed = [&](std::u16string_view what, auto&& call) {
+        return TimedCall(services.clock, services.tracer, TraceEvent::TrustHashProviderSlow, what, request.path, call);
+    };
+    const auto absent = [&services](SystemError error, std::uint32_t step) {
+        services.tracer.Verbose(TraceEvent::TrustShortcutAbsent, error, step);
+        return false;
+    };
+    std::unique_ptr<HashRecord> record;
+    SystemError error = timed(u"OpenRecord", [&] { return provider.OpenRecord(file, kHashProviderName, record); });
+    if (Failed(error) || record == nullptr) {
+        return absent(error, 1);
+    }
+    std::unique_ptr<HashResult> result;
+    error = timed(u"OpenResult", [&] { return record->OpenResult(request.mode, result); });
+    if (Failed(error) || result == nullptr) {
+        return absent(error, 2);
+    }
+    error = timed(u"ReadNumber", [&] { return result->ReadNumber(kVerifyTrustResultValue, word); });
+    return Succeeded(error) || absent(error, 3);
+}
+
+}  // namespace
+
+bool WordSatisfies(std::uint32_t word, TrustLevel level, bool driverMode) noexcept {
+    switch (level) {
+        case 4:
+            return (word & kTestCPassed) != 0 && (!driverMode || (word & kDriverVerified) != 0);
+        case 3:
+            return (word & kTestBPassed) != 0;
+        case 2:
+            return (word & kTestAPassed) != 0;
+        default:
+            return (word & kSignatureOpened) != 0;
+    }
+}
+
+std::optional<TrustResult> VerdictFromShortcut(const TrustServices& services, HashProvider& provider,
+                                               const ShortcutRequest& request, bool& systemComponent) {
+    systemComponent = false;
+    platform::OwnedFile file(services.files);
+    if (const SystemError error = services.files.OpenForReading(request.path, file.Receive()); Failed(error)) {
+        services.tracer.Information(TraceEvent::TrustShortcutUnopened, error, request.path);
+        return TrustResult::FileError;
+    }
+    std::uint32_t word = 0;
+    if (!ReadWord(services, provider, file.Get(), request, word) || (word & kDoNotRelyOnCached) != 0) {
+        return std::nullopt;
+    }
+    const auto verdict =
+        WordSatisfies(word, request.level, request.driverMode) ? TrustResult::Trusted : TrustResult::NotTrusted;
+    services.tracer.Verbose(TraceEvent::TrustShortcutAnswer, word, request.level, static_cast<std::uint32_t>(verdict));
+    if (verdict == TrustResult::Trusted) {
+        systemComponent = (word & kSystemComponent) != 0;
+    } else if (request.driverMode) {
+        return std::nullopt;
+    }
+    return verdict;
+}
+
+}  // namespace tsLib

@@ -1,0 +1,41 @@
+// Whether the platform trusts the signature over a file, embedded or in a catalog.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "tslib/TrustResult.h"
+#include "tslib/platform/TrustProvider.h"
+#include "tslib/verifytrust/TrustServices.h"
+
+namespace tsLib {
+
+// How the whole chain's revocation is asked for; any other number asks for none.
+inline constexpr std::int32_t kRevocationWholeChain = 2;
+inline constexpr std::int32_t kRevocationNone = 0;
+
+// One file to check.
+struct FileCheck {
+    const std::u16string& path;
+    TrustLevel level;
+    bool driverMode;
+    // Consults catalogs at level 3 too, and judges the signer although the signature was refused.
+    bool thorough;
+    std::int32_t revocationMode;
+};
+
+struct SignatureFinding {
+    TrustResult verdict = TrustResult::NotTrusted;
+    platform::TrustAnswer platformAnswer = 0;  // the provider's last one
+    std::u16string catalogPath;                // of the catalog that verified the file; empty when none did
+};
+
+// Asks for the embedded signature first; when that is refused, for each catalog that lists the file, in the
+// administrator's order, until one verifies. Level 3 consults no catalog unless the check is thorough. FileError when
+// no catalog context can be had; OutOfMemory when memory ran out on the way, whatever the provider answered.
+[[nodiscard]] SignatureFinding CheckSignature(const TrustServices& services, const FileCheck& check);
+
+// The verdict for the provider's final answer. `memoryRanOut` goes before every answer.
+TrustResult MapAnswer(platform::TrustAnswer answer, platform::TrustProvider& provider, bool memoryRanOut);
+
+}  // namespace tsLib

@@ -1,0 +1,186 @@
+#include "tslib/verifytrust/VerificationCache.h"
+
+#include <algorithm>
+#include <iterator>
+#include <new>
+
+namespace tsLib {
+
+namespace {
+
+// Levels 3, 4 and 5 have no order among themselves, each satisfies only itself; below them a stored level must be
+// greater than the asked one, so that level 1 does not even satisfy itself.
+bool Satisfies(std::int32_t stored, std::int32_t asked, bool& conflict) noexcept {
+    conflict = false;
+    if (asked < 3 || asked > 5) {
+        return stored > asked;
+    }
+    conflict = stored != asked && stored >= 3 && stored <= 5;
+    return stored == asked;
+}
+
+}  // namespace
+
+std::uint64_t VerificationCache::PathHash(const platform::TextRules& rules, std::u16string_view path) noexcept {
+    std::uint64_t hash = 0;
+    for (const char16_t unit : path) {
+        hash += rules.LowerByRuntime(unit);
+        hash *= 1025;
+        hash ^= hash >> 6;
+    }
+    hash *= 9;
+    hash ^= hash >> 11;
+    return hash * 32769;
+}
+
+TrustResult VerificationCache::Lookup(std::u16string_view path, TrustLevel level, std::uint8_t optionA,
+                                      std::uint8_t& extraFlag, std::int32_t optionB, bool& levelConflict) noexcept {
+    if (path.empty() || level == 0) {
+        tracer_.Error(TraceEvent::CacheArgumentInvalid);
+        return TrustResult::InvalidArgument;
+    }
+    const std::uint64_t hash = PathHash(rules_, path);
+    extraFlag = 0;
+    levelConflict = false;
+    auto result = TrustResult::FileError;
+    {
+        const std::lock_guard lock(mutex_);
+        Found found;
+        if (Find(hash, optionA, optionB, found)) {
+            const Queue::iterator entry = *found.place;
+            result = TrustResult::NotTrusted;
+            if (Satisfies(entry->level, static_cast<std::int32_t>(level), levelConflict)) {
+                extraFlag = entry->extraFlag;
+                result = TrustResult::Trusted;
+            }
+            if (maximum_ != 0) {
+                // Relinking the node needs no memory, so the lookup cannot fail here.
+                queue_.splice(queue_.end(), queue_, entry);
+                std::rotate(found.place, found.place + 1, found.chain->end());
+            }
+        }
+    }
+    if (result == TrustResult::FileError) {
+        tracer_.Information(TraceEvent::CacheEntryMissing, path);
+    } else if (result == TrustResult::NotTrusted) {
+        tracer_.Information(TraceEvent::CacheLevelUnsatisfied, path, level);
+    }
+    return result;
+}
+
+TrustResult VerificationCache::Add(std::u16string_view path, TrustLevel level, std::uint8_t optionA,
+                                   std::uint8_t extraFlag, std::int32_t optionB) noexcept {
+    if (path.empty() || level == 0) {
+        tracer_.Error(TraceEvent::CacheArgumentInvalid);
+        return TrustResult::InvalidArgument;
+    }
+    const std::uint64_t hash = PathHash(rules_, path);
+    const auto newLevel = static_cast<std::int32_t>(level);
+    try {
+        const std::lock_guard lock(mutex_);
+        Found found;
+        if (Find(hash, optionA, optionB, found)) {
+            Entry& entry = **found.place;
+            bool conflict = false;
+            if (!Satisfies(entry.level, newLevel, conflict) && entry.level < 3) {
+                entry.level = newLevel;
+            }
+            if (entry.extraFlag == 0) {
+                entry.extraFlag = extraFlag;
+            }
+            return TrustResult::Trusted;
+        }
+        Append({hash, newLevel, optionA, extraFlag, optionB});
+        if (maximum_ != 0 && queue_.size() > maximum_) {
+            DropOldest();
+        }
+        return TrustResult::Trusted;
+    } catch (const std::bad_alloc&) {
+        tracer_.Error(TraceEvent::CacheMemoryShort, path);
+        return TrustResult::OutOfMemory;
+    }
+}
+
+TrustResult VerificationCache::Remove(std::u16string_view path) noexcept {
+    if (path.empty()) {
+        tracer_.Error(TraceEvent::CacheArgumentInvalid);
+        return TrustResult::InvalidArgument;
+    }
+    const std::uint64_t hash = PathHash(rules_, path);
+    {
+        const std::lock_guard lock(mutex_);
+        const auto chain = index_.find(hash);
+        if (chain != index_.end()) {
+            queue_.erase(chain->second.front());
+            chain->second.erase(chain->second.begin());
+            if (chain->second.empty()) {
+                index_.erase(chain);
+            }
+            return TrustResult::Trusted;
+        }
+    }
+    tracer_.Warning(TraceEvent::CacheEntryMissing, path);
+    return TrustResult::InvalidArgument;
+}
+
+TrustResult VerificationCache::Clear() noexcept {
+    const std::lock_guard lock(mutex_);
+    index_.clear();
+    queue_.clear();
+    return TrustResult::Trusted;
+}
+
+TrustResult VerificationCache::SetMaximum(std::uint32_t count) noexcept {
+    const std::lock_guard lock(mutex_);
+    while (queue_.size() > count) {
+        DropOldest();
+    }
+    maximum_ = count;
+    return TrustResult::Trusted;
+}
+
+std::uint32_t VerificationCache::GetMaximum() noexcept {
+    const std::lock_guard lock(mutex_);
+    return maximum_;
+}
+
+bool VerificationCache::Find(std::uint64_t hash, std::uint8_t optionA, std::int32_t optionB, Found& found) noexcept {
+    const auto chain = index_.find(hash);
+    if (chain == index_.end()) {
+        return false;
+    }
+    const auto place =
+        std::find_if(chain->second.begin(), chain->second.end(), [optionA, optionB](const Queue::iterator& entry) {
+            return entry->optionA == optionA && entry->optionB == optionB;
+        });
+    found = {&chain->second, place};
+    return place != chain->second.end();
+}
+
+// All memory is taken before the store changes in a way that can be seen.
+void VerificationCache::Append(const Entry& entry) {
+    Queue node;
+    node.push_back(entry);
+    const auto chain = index_.try_emplace(entry.pathHash).first;
+    try {
+        chain->second.push_back(node.begin());
+    } catch (...) {
+        if (chain->second.empty()) {
+            index_.erase(chain);
+        }
+        throw;
+    }
+    queue_.splice(queue_.end(), node);
+}
+
+// The oldest entry of all is also the first of its chain.
+void VerificationCache::DropOldest() noexcept {
+    const auto chain = index_.find(queue_.front().pathHash);
+    chain->second.erase(chain->second.begin());
+    if (chain->second.empty()) {
+        index_.erase(chain);
+    }
+    queue_.pop_front();
+}
+
+}  // namespace tsLib

@@ -1,0 +1,40 @@
+// The trust policy in the registry.
+#pragma once
+
+#include <string>
+
+#include "tslib/LibrarySettings.h"
+#include "tslib/Tracer.h"
+#include "tslib/platform/Registry.h"
+#include "tslib/verifytrust/TrustProcessState.h"
+
+namespace tsLib {
+
+// The policy lives under HKEY_LOCAL_MACHINE, in the library's settings root followed by \Tessel\tsVerifyTrust. No
+// operation throws. Any thread. The interfaces and the state must outlive the object.
+class tsVerifyTrustPolicy {
+public:
+    tsVerifyTrustPolicy(platform::Registry& registry, LibrarySettings& settings, TrustProcessState& state,
+                        Tracer tracer) noexcept
+        : registry_(registry), settings_(settings), state_(state), tracer_(tracer) {}
+
+    // The number "AlternateTrustPolicy", non-zero meaning on; on when the key or the number cannot be read. A number
+    // once read is the answer for the life of the process, also after SetAlternateTrustPolicy.
+    [[nodiscard]] bool IsAlternateTrustPolicy() noexcept;
+    // On writes 1 to "AlternateTrustPolicy", making the key where it is missing. Off deletes the value "TrustPolicy"
+    // and leaves "AlternateTrustPolicy" as it is: the two are not each other's opposite. True when the platform did it;
+    // false, too, when the value to delete is not there.
+    [[nodiscard]] bool SetAlternateTrustPolicy(bool on) noexcept;
+
+private:
+    [[nodiscard]] bool KeyPath(std::u16string& path);
+    platform::SystemError Read(bool& on);
+    platform::SystemError Write(bool on);
+
+    platform::Registry& registry_;
+    LibrarySettings& settings_;
+    TrustProcessState& state_;
+    Tracer tracer_;
+};
+
+}  // namespace tsLib
