@@ -83,13 +83,16 @@ SystemError Win32CatalogAdmin::NextCatalog(CatalogContextHandle context, std::sp
                                            CatalogHandle previous, CatalogHandle& next) {
     auto consumed = FromSeam<HCATINFO>(previous);
     SetLastError(ERROR_SUCCESS);
-    // The platform declares the bytes as writable and only reads them.
+    // The platform declares the bytes as writable and only reads them. It gets a place for the previous catalog also
+    // when there is none: without one it would take the call as a search for a single catalog and not go on from it.
     const HCATINFO found = CryptCATAdminEnumCatalogFromHash(
         FromSeam<HCATADMIN>(context), const_cast<BYTE*>(reinterpret_cast<const BYTE*>(hash.data())),
-        static_cast<DWORD>(hash.size()), 0, consumed == nullptr ? nullptr : &consumed);
+        static_cast<DWORD>(hash.size()), 0, &consumed);
     if (found == nullptr) {
         const DWORD error = GetLastError();
-        return error == ERROR_SUCCESS ? SystemError::NotFound : static_cast<SystemError>(error);
+        // Wine walks a folder and says so: no catalog file at all, or no more of them.
+        const bool atEnd = error == ERROR_SUCCESS || error == ERROR_FILE_NOT_FOUND || error == ERROR_NO_MORE_FILES;
+        return atEnd ? SystemError::NotFound : static_cast<SystemError>(error);
     }
     next = ToSeam<CatalogHandle>(found);
     return SystemError::Success;

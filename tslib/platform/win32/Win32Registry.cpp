@@ -95,4 +95,31 @@ SystemError Win32Registry::DeleteValue(RegistryKey key, const std::u16string& na
     return FromStatus(RegDeleteValueW(FromSeam<HKEY>(key), ToWide(name)));
 }
 
+SystemError Win32Registry::SubkeyInfo(RegistryKey key, std::uint32_t& count, std::uint32_t& longestName) {
+    DWORD subkeys = 0;
+    DWORD longest = 0;
+    const SystemError error =
+        FromStatus(RegQueryInfoKeyW(FromSeam<HKEY>(key), nullptr, nullptr, nullptr, &subkeys, &longest, nullptr,
+                                    nullptr, nullptr, nullptr, nullptr, nullptr));
+    if (Succeeded(error)) {
+        count = subkeys;
+        longestName = longest;
+    }
+    return error;
+}
+
+SystemError Win32Registry::SubkeyName(RegistryKey key, std::uint32_t index, std::uint32_t capacity,
+                                      std::u16string& name) {
+    // No key's name is longer than 255 characters, whatever capacity is asked for.
+    std::u16string found(std::min<std::uint32_t>(capacity, 0x4000), u'\0');
+    auto length = static_cast<DWORD>(found.size());
+    const SystemError error = FromStatus(
+        RegEnumKeyExW(FromSeam<HKEY>(key), index, ToWide(found.data()), &length, nullptr, nullptr, nullptr, nullptr));
+    if (Succeeded(error)) {
+        found.resize(length);
+        name = std::move(found);
+    }
+    return error;
+}
+
 }  // namespace tsLib::platform::win32

@@ -1,11 +1,12 @@
 #pragma once
 
 #include "tslib/platform/Registry.h"
+#include "tslib/platform/RegistryEnumeration.h"
 
 namespace tsLib::platform::win32 {
 
 // A path or name that holds a NUL is refused with InvalidParameter. Any thread.
-class Win32Registry final : public Registry {
+class Win32Registry final : public Registry, public RegistryEnumeration {
 public:
     SystemError OpenKey(RegistryRoot root, const std::u16string& path, std::uint32_t access, RegistryKey& key) override;
     SystemError OpenSubkey(RegistryKey parent, const std::u16string& path, std::uint32_t access,
@@ -16,6 +17,8 @@ public:
                           RegistryKey& key) override;
     SystemError WriteValue(RegistryKey key, const std::u16string& name, const RegistryValue& value) override;
     SystemError DeleteValue(RegistryKey key, const std::u16string& name) override;
+    SystemError SubkeyInfo(RegistryKey key, std::uint32_t& count, std::uint32_t& longestName) override;
+    SystemError SubkeyName(RegistryKey key, std::uint32_t index, std::uint32_t capacity, std::u16string& name) override;
 };
 
 }  // namespace tsLib::platform::win32
