@@ -47,9 +47,9 @@ enum class TraceEvent : std::uint16_t {
     TrustModuleUnresolved = 318,     // system error
     TrustComServerUnresolved = 319,  // system error, class id
     TrustNarrowPathRefused = 320,    // system error
-    TrustPolicyUnread = 321,         // system error, key
-    TrustPolicyUnwritten = 322,      // system error, key
-    TrustNoHashProvider = 323,       // system error
+    TrustPolicyUnread = 321,         // system error
+    TrustPolicyUnwritten = 322,      // system error
+    TrustNoHashProvider = 323,       //
     TrustUnexpectedFailure = 324,    //
     // 400: catalog lookup.
     CatalogNoSha256 = 400,         //
@@ -62,7 +62,7 @@ enum class TraceEvent : std::uint16_t {
     CatalogAlgorithmChosen = 407,  // whether SHA-256, provider's answer of the embedded check
     // 500: verification cache.
     CacheArgumentInvalid = 500,   //
-    CacheEntryMissing = 501,      // path
+    CacheEntryMissing = 501,      // path; Information for a lookup, Warning for a removal
     CacheLevelUnsatisfied = 502,  // path, level
     CacheMemoryShort = 503,       // path
     // 600: scan request and process start.
@@ -85,6 +85,57 @@ enum class TraceEvent : std::uint16_t {
     ProcessFileRefused = 643,          // executable, verdict
     ProcessStartedUnproven = 644,      // executable, verdict: neither trusted nor refused
     ProcessNotCreated = 645,           // executable, system error
+    // 1000: menu handler and registration.
+    MenuNoDataObject = 1000,         //
+    MenuNoDropList = 1001,           // result
+    MenuWithoutVerbs = 1002,         // flags
+    MenuVerbsOnly = 1003,            // flags
+    MenuNoText = 1004,               //
+    MenuItemNotInserted = 1005,      // system error
+    MenuItemAdded = 1006,            // text, verb
+    MenuScanRefused = 1007,          //
+    ScriptUnread = 1020,             // resource id
+    ScriptMalformed = 1021,          // line, fault
+    ScriptKeyFailed = 1022,          // system error, key
+    ScriptKeyLeft = 1023,            // key: it has subkeys that are not ours
+    TypeLibraryUnwritten = 1024,     // result
+    PageProviderUnavailable = 1030,  // result
+    // 700: object repository, module loaders, factory cache.
+    ModuleNotLoaded = 700,           // system error, path
+    ModuleEntryPointMissing = 701,   // entry point that is missing, path
+    ModuleFileMissing = 702,         // system error, path
+    ModuleRefused = 703,             // verdict, path
+    ModuleLoadedUnverified = 704,    // result, verifier module when it is known: modules load unchecked
+    FactoryCacheInconsistent = 705,  // path
+    ModuleVerifierNotMade = 706,     // path: the factory cache refuses the module
+    ModuleLeftLoaded = 707,          // live objects and locks
+    ObjectNotCreated = 708,          // result, object id
+    ObjectUnknown = 710,             // object id
+    RepositoryLoaded = 711,          // entries from the settings store, entries from the registry
+    RepositoryStoreFailed = 712,     // result
+    RepositoryRegistryFailed = 713,  // system error, key when it is known
+    RepositoryStoreSkipped = 714,    // result, entry's index, its name when it is known
+    RepositoryEntrySkipped = 715,    // system error, entry's index, its name when it is known
+    RepositoryDuplicate = 716,       // object id: the settings store's entry stays
+    RepositoryPathUnexpanded = 717,  // object id, stored text
+    RepositoryCutShort = 718,        // subkeys, subkeys that were read
+    RepositoryUnexpected = 719,      // result
+    // 800: lifetime managers, protection control, settings store.
+    LifetimeNameMissing = 800,            //
+    LifetimePathTooLong = 801,            // shell result of a buffer that is too small
+    LifetimeNameUnknown = 802,            // system error
+    LifetimeNotLoaded = 803,              // system error, path
+    LifetimeNoExecutable = 804,           // system error
+    LifetimeAddressUnknown = 805,         // system error, address
+    LifetimeFactoryMissing = 806,         //
+    LifetimeFactoryRefused = 807,         // result, object id
+    ProtectionNotSuspended = 820,         // system error
+    ProtectionNotResumed = 821,           // system error, suspensions
+    SettingsInstallationUnknown = 840,    //
+    SettingsKeyNotOpened = 841,           // system error, key
+    SettingsKeyNotDeleted = 842,          // system error, key
+    SettingsSubkeyUnread = 843,           // system error, index
+    SettingsValueFailed = 844,            // system error, value
 };
 
 }  // namespace tsLib
