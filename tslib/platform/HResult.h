@@ -22,6 +22,7 @@ enum class [[nodiscard]] HResult : std::int32_t {
     PathNotFound = static_cast<std::int32_t>(0x80030003u),
     OutOfMemory = static_cast<std::int32_t>(0x8007000Eu),
     InvalidArgument = static_cast<std::int32_t>(0x80070057u),
+    NotInitialized = static_cast<std::int32_t>(0x800401F0u),
     SignatureRefused = static_cast<std::int32_t>(0x80090325u),
 };
 
