@@ -33,9 +33,7 @@ std::string Sequence(std::initializer_list<std::string> parts) {
 std::string Set(const std::string& content) { return Der(0x31, content); }
 std::string Octets(const std::string& content) { return Der(0x04, content); }
 std::string Tagged0(const std::string& content) { return Der(0xA0, content); }
-std::string Integer(int small) {
-    return Der(0x02, {static_cast<char>(small >> 8), static_cast<char>(small & 0xFF)});
-}
+std::string Integer(int small) { return Der(0x02, {static_cast<char>(small >> 8), static_cast<char>(small & 0xFF)}); }
 
 std::string ObjectId(std::initializer_list<unsigned> arcs) {
     std::string content;
@@ -78,8 +76,8 @@ std::string Member(const std::vector<std::byte>& hash) {
     const std::string memberInfo =
         Sequence({Der(0x1E, BigEndian(u"{C689AAB8-8E78-11D0-8C47-00C04FC295EE}")), Integer(0x200)});
     const std::string imageData = Sequence({Der(0x03, std::string(1, '\0')), Tagged0(Der(0xA2, Der(0x80, "")))});
-    const std::string indirectData = Sequence({Sequence({ObjectId({1, 3, 6, 1, 4, 1, 311, 2, 1, 15}), imageData}),
-                                               Sequence({kSha1, Octets(hashBytes)})});
+    const std::string indirectData = Sequence(
+        {Sequence({ObjectId({1, 3, 6, 1, 4, 1, 311, 2, 1, 15}), imageData}), Sequence({kSha1, Octets(hashBytes)})});
     return Sequence({Octets(tagBytes), Set(Attribute({1, 3, 6, 1, 4, 1, 311, 12, 2, 2}, memberInfo) +
                                            Attribute({1, 3, 6, 1, 4, 1, 311, 2, 1, 4}, indirectData))});
 }
@@ -100,13 +98,12 @@ std::string CatalogOf(const std::vector<std::vector<std::byte>>& hashes) {
     for (const auto& hash : hashes) {
         members += Member(hash);
     }
-    const std::string list = Sequence({Sequence({ObjectId({1, 3, 6, 1, 4, 1, 311, 12, 1, 1})}),
-                                       Octets("0123456789ABCDEF"), Der(0x17, "240101000000Z"),
-                                       Sequence({ObjectId({1, 3, 6, 1, 4, 1, 311, 12, 1, 2}), kNull}),
-                                       Der(0x30, members)});
-    const std::string signedData =
-        Sequence({Der(0x02, "\x01"), Set(kSha1), Sequence({ObjectId({1, 3, 6, 1, 4, 1, 311, 10, 1}), Tagged0(list)}),
-                  Set("")});
+    const std::string list =
+        Sequence({Sequence({ObjectId({1, 3, 6, 1, 4, 1, 311, 12, 1, 1})}), Octets("0123456789ABCDEF"),
+                  Der(0x17, "240101000000Z"), Sequence({ObjectId({1, 3, 6, 1, 4, 1, 311, 12, 1, 2}), kNull}),
+                  Der(0x30, members)});
+    const std::string signedData = Sequence(
+        {Der(0x02, "\x01"), Set(kSha1), Sequence({ObjectId({1, 3, 6, 1, 4, 1, 311, 10, 1}), Tagged0(list)}), Set("")});
     return Sequence({ObjectId({1, 2, 840, 113549, 1, 7, 2}), Tagged0(signedData)});
 }
 
