@@ -11,6 +11,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "tslib/platform/CatalogAdmin.h"
@@ -116,8 +117,9 @@ protected:
 
 class ContractTest : public ::testing::Test {
 protected:
-    void SetUp() override { Contract().SetUp(); }
-    void TearDown() override { Contract().TearDown(); }
+    // Set up before the members of a suite, which may ask for the scratch folder.
+    ContractTest() { contract.SetUp(); }
+    void TearDown() override { contract.TearDown(); }
 
     ContractPlatform& contract = Contract();
     Seam seam = Contract().Interfaces();

@@ -15,7 +15,7 @@ class FakeComponentMemory final : public tsLib::platform::ComponentMemory, publi
 public:
     [[nodiscard]] void* Allocate(std::size_t bytes) noexcept override {
         const std::lock_guard lock(mutex_);
-        if (Failed(Fault())) {
+        if (Failed(Fault()) || bytes > kMost) {
             return nullptr;
         }
         void* block = ::operator new(bytes, std::nothrow);
@@ -52,6 +52,9 @@ public:
     }
 
 private:
+    // No system has more; a sanitizer's allocator would stop the program.
+    static constexpr std::size_t kMost = std::size_t{1} << 36;
+
     mutable std::mutex mutex_;
     std::set<void*> blocks_;
     std::size_t misuses_ = 0;

@@ -1,5 +1,6 @@
 #include "tests/fakes/FakeRegistry.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "tests/fakes/SimpleLower.h"
@@ -53,7 +54,7 @@ std::u16string FullPath(RegistryRoot root, const std::u16string& path, std::uint
             below.insert(software.size(), u"\\wow6432node");
         }
     }
-    return Join(u"hklm", below);
+    return Join(root == RegistryRoot::CurrentUser ? u"hkcu" : u"hklm", below);
 }
 
 }  // namespace
@@ -76,7 +77,7 @@ SystemError FakeRegistry::Open(const std::u16string& asked, std::u16string full,
         if (create) {
             Make(full);
         }
-        return full == u"hklm" || full == u"hklm\\software\\classes" || keys_.contains(full)
+        return full == u"hklm" || full == u"hkcu" || full == u"hklm\\software\\classes" || keys_.contains(full)
                    ? SystemError::Success
                    : SystemError::FileNotFound;
     }();
@@ -172,8 +173,39 @@ SystemError FakeRegistry::DeleteValue(Key key, const std::u16string& name) {
     if ((state->access & kSetValue) == 0) {
         return SystemError::AccessDenied;
     }
+    if (HoldsNul(name)) {
+        return SystemError::InvalidParameter;
+    }
     return keys_[state->path].erase(SimpleLower(name)) != 0 ? SystemError::Success : SystemError::FileNotFound;
 }
+
+SystemError FakeRegistry::Delete(Root root, const std::u16string& path, bool tree) {
+    const std::lock_guard lock(mutex_);
+    if (const SystemError fault = Fault(); Failed(fault)) {
+        return fault;
+    }
+    if (path.empty() || path.starts_with(u'\\') || path.ends_with(u'\\') ||
+        path.find(u"\\\\") != std::u16string::npos || path.find(u'\0') != std::u16string::npos) {
+        return SystemError::InvalidParameter;
+    }
+    const std::u16string full = FullPath(root, path, 0);
+    if (!keys_.contains(full)) {
+        return SystemError::FileNotFound;
+    }
+    const auto below = [&](const auto& key) { return StartsWithKey(key.first, full); };
+    if (!tree && std::count_if(keys_.begin(), keys_.end(), below) != 1) {
+        return SystemError::KeyHasChildren;
+    }
+    if (const auto error = openErrors_.find(full); error != openErrors_.end()) {
+        return error->second;
+    }
+    std::erase_if(keys_, below);
+    return SystemError::Success;
+}
+
+SystemError FakeRegistry::DeleteKey(Root root, const std::u16string& path) { return Delete(root, path, false); }
+
+SystemError FakeRegistry::DeleteTree(Root root, const std::u16string& path) { return Delete(root, path, true); }
 
 void FakeRegistry::Make(const std::u16string& path) {
     for (std::size_t end = path.find(u'\\'); end != std::u16string::npos; end = path.find(u'\\', end + 1)) {
