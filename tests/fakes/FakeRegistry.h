@@ -11,11 +11,12 @@
 
 #include "tests/fakes/HandleTable.h"
 #include "tslib/platform/Registry.h"
+#include "tslib/platform/RegistryTree.h"
 
 namespace tests {
 
 // Any thread. Change the public state only when no other thread is in a call.
-class FakeRegistry final : public tsLib::platform::Registry, public CanFail {
+class FakeRegistry final : public tsLib::platform::Registry, public tsLib::platform::RegistryTree, public CanFail {
 public:
     using SystemError = tsLib::platform::SystemError;
     using Key = tsLib::platform::RegistryKey;
@@ -29,6 +30,8 @@ public:
     SystemError CreateKey(Root root, const std::u16string& path, std::uint32_t access, Key& key) override;
     SystemError WriteValue(Key key, const std::u16string& name, const Value& value) override;
     SystemError DeleteValue(Key key, const std::u16string& name) override;
+    SystemError DeleteKey(Root root, const std::u16string& path) override;
+    SystemError DeleteTree(Root root, const std::u16string& path) override;
 
     // Staging. `view` is kKeyView32, or anything else for the 64-bit view. Missing keys are made.
     void PutKey(Root root, const std::u16string& path, std::uint32_t view = 0);
@@ -43,6 +46,8 @@ public:
     // Null when the key or the value is missing.
     [[nodiscard]] const Value* Find(Root root, const std::u16string& path, const std::u16string& name,
                                     std::uint32_t view = 0) const;
+    // Every key by its full lower-case path, with its values: the whole state, to be compared.
+    [[nodiscard]] std::map<std::u16string, std::map<std::u16string, Value>> Contents() const { return keys_; }
     [[nodiscard]] std::size_t OpenHandles() const;
     // Closes and uses of keys that were not open.
     [[nodiscard]] std::size_t Misuses() const;
@@ -64,6 +69,7 @@ private:
 
     [[nodiscard]] SystemError Open(const std::u16string& asked, std::u16string full, std::uint32_t access, bool create,
                                    Key& key);
+    [[nodiscard]] SystemError Delete(Root root, const std::u16string& path, bool tree);
     void Make(const std::u16string& path);
 
     mutable std::mutex mutex_;

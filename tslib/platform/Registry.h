@@ -12,7 +12,7 @@
 namespace tsLib::platform {
 
 enum class RegistryKey : std::uintptr_t {};
-enum class RegistryRoot : std::uint8_t { LocalMachine, ClassesRoot };
+enum class RegistryRoot : std::uint8_t { LocalMachine, ClassesRoot, CurrentUser };
 
 // Access masks and value types, with the platform's numbers.
 inline constexpr std::uint32_t kKeyQueryValue = 0x0001;

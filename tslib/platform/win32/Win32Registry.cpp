@@ -10,7 +10,14 @@ namespace tsLib::platform::win32 {
 namespace {
 
 HKEY RootKey(RegistryRoot root) noexcept {
-    return root == RegistryRoot::ClassesRoot ? HKEY_CLASSES_ROOT : HKEY_LOCAL_MACHINE;
+    switch (root) {
+        case RegistryRoot::ClassesRoot:
+            return HKEY_CLASSES_ROOT;
+        case RegistryRoot::CurrentUser:
+            return HKEY_CURRENT_USER;
+        default:
+            return HKEY_LOCAL_MACHINE;
+    }
 }
 
 SystemError Open(HKEY parent, const std::u16string& path, std::uint32_t access, RegistryKey& key) noexcept {
