@@ -1,5 +1,6 @@
 #include "tslib/Guid.h"
 
+#include <algorithm>
 #include "tslib/HexDigit.h"
 
 namespace tsLib {
@@ -34,19 +35,25 @@ Guid FromTextOrder(const std::array<std::uint8_t, 16>& bytes) noexcept {
 
 }  // namespace
 
-std::u16string ToText(const Guid& guid) {
+std::array<char16_t, 38> ToUnits(const Guid& guid) noexcept {
     constexpr std::u16string_view kDigits = u"0123456789ABCDEF";
     const auto bytes = TextOrder(guid);
-    std::u16string text(kPattern);
+    std::array<char16_t, 38> units{};
+    std::copy(kPattern.begin(), kPattern.end(), units.begin());
     std::size_t digit = 0;
-    for (char16_t& unit : text) {
+    for (char16_t& unit : units) {
         if (unit == u'x') {
             const unsigned byte = bytes[digit / 2];
             unit = kDigits[digit % 2 == 0 ? byte >> 4 : byte & 0xFu];
             ++digit;
         }
     }
-    return text;
+    return units;
+}
+
+std::u16string ToText(const Guid& guid) {
+    const auto units = ToUnits(guid);
+    return {units.begin(), units.end()};
 }
 
 std::optional<Guid> GuidFromText(std::u16string_view text) noexcept {

@@ -25,6 +25,8 @@ using InterfaceId = Guid;
 
 // "{XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}" in upper case, 38 characters.
 [[nodiscard]] std::u16string ToText(const Guid& guid);
+// The same without an allocation and without a terminator; for trace records.
+[[nodiscard]] std::array<char16_t, 38> ToUnits(const Guid& guid) noexcept;
 // Reads exactly that form, in either letter case; anything else gives nothing.
 [[nodiscard]] std::optional<Guid> GuidFromText(std::u16string_view text) noexcept;
 

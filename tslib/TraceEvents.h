@@ -121,21 +121,30 @@ enum class TraceEvent : std::uint16_t {
     RepositoryCutShort = 718,        // subkeys, subkeys that were read
     RepositoryUnexpected = 719,      // result
     // 800: lifetime managers, protection control, settings store.
-    LifetimeNameMissing = 800,            //
-    LifetimePathTooLong = 801,            // shell result of a buffer that is too small
-    LifetimeNameUnknown = 802,            // system error
-    LifetimeNotLoaded = 803,              // system error, path
-    LifetimeNoExecutable = 804,           // system error
-    LifetimeAddressUnknown = 805,         // system error, address
-    LifetimeFactoryMissing = 806,         //
-    LifetimeFactoryRefused = 807,         // result, object id
-    ProtectionNotSuspended = 820,         // system error
-    ProtectionNotResumed = 821,           // system error, suspensions
-    SettingsInstallationUnknown = 840,    //
-    SettingsKeyNotOpened = 841,           // system error, key
-    SettingsKeyNotDeleted = 842,          // system error, key
-    SettingsSubkeyUnread = 843,           // system error, index
-    SettingsValueFailed = 844,            // system error, value
+    LifetimeNameMissing = 800,          //
+    LifetimePathTooLong = 801,          // shell result of a buffer that is too small
+    LifetimeNameUnknown = 802,          // system error
+    LifetimeNotLoaded = 803,            // system error, path
+    LifetimeNoExecutable = 804,         // system error
+    LifetimeAddressUnknown = 805,       // system error, address
+    LifetimeFactoryMissing = 806,       //
+    LifetimeFactoryRefused = 807,       // result, object id
+    ProtectionNotSuspended = 820,       // system error
+    ProtectionNotResumed = 821,         // system error, suspensions
+    SettingsInstallationUnknown = 840,  //
+    SettingsKeyNotOpened = 841,         // system error, key
+    SettingsKeyNotDeleted = 842,        // system error, key
+    SettingsSubkeyUnread = 843,         // system error, index
+    SettingsValueFailed = 844,          // system error, value
+    // 900: protection guard and resource loader.
+    AutoProtectSuspended = 900,          //
+    AutoProtectNotSuspended = 901,       // result
+    AutoProtectUncontrolled = 902,       // nothing suspended, for want of a control
+    AutoProtectResumed = 903,            //
+    AutoProtectNotResumed = 904,         // result
+    AutoProtectControlNotCreated = 905,  // "OBJID_QrtControl", result
+    ResourcesNotInitialized = 910,       // module's name, "NULL" when it has none, "<NULL>" without a loader; result
+    ResourcesNotUnloaded = 911,          // result
 };
 
 }  // namespace tsLib

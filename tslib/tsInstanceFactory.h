@@ -1,0 +1,57 @@
+// The factory cache: one factory for each loaded component module.
+#pragma once
+
+#include <shared_mutex>
+#include <string>
+
+#include "tslib/FactoryTable.h"
+#include "tslib/Tracer.h"
+#include "tslib/TrustResult.h"
+#include "tslib/TrustVerifierFactory.h"
+#include "tslib/platform/ModuleLoader.h"
+
+namespace tsLib {
+
+// One instance per process. Modules stay loaded until it is destroyed, so that factories and the objects made by them
+// can be used at any time. Any thread. No operation throws.
+//
+// A module is loaded under the cache's exclusive lock. Its start-up code (DllMain, static objects) must therefore never
+// ask for a component: it would wait for that lock for ever. Its entry points are called without any lock and may.
+class tsInstanceFactory {
+public:
+    tsInstanceFactory(platform::ModuleLoader& modules, TrustVerifierFactory& verifiers,
+                      platform::TraceOutput& trace) noexcept
+        : modules_(modules), verifiers_(verifiers), tracer_(trace) {}
+    tsInstanceFactory(const tsInstanceFactory&) = delete;
+    tsInstanceFactory& operator=(const tsInstanceFactory&) = delete;
+    // Frees the modules, except those that still have live objects or locks: they stay loaded.
+    ~tsInstanceFactory();
+
+    // The factory of the module at a full path, which is loaded on first use. The factory belongs to the cache. With
+    // `verify` a file that is not loaded yet is first verified at the trust level `verifyOption`, 1 to 5, by a verifier
+    // that is linked in: here no verifier means no module.
+    //   InvalidArgument    a null path or place, or `verify` with the level 0, which would judge nothing
+    //   ModuleNotTrusted   the verifier refuses the file, or none could be made
+    //   ModuleMissing      the platform could not load it
+    //   EntryPointMissing  it lacks an entry point; it is unloaded again
+    //   OutOfMemory        nothing has changed
+    //   InternalFailure    the cache knows the module, but has no factory for it
+    VaneResult GetFactory(const char16_t* path, bool verify, TrustLevel verifyOption,
+                          tsVaneModuleFactory** factory) noexcept;
+    // The factory if its module was loaded by this very path, else null. Loads nothing.
+    [[nodiscard]] tsVaneModuleFactory* Find(const char16_t* path) noexcept;
+
+private:
+    // Nothing when the path is not known.
+    [[nodiscard]] bool FindKnown(const char16_t* path, tsVaneModuleFactory** factory, VaneResult& result) noexcept;
+    VaneResult Load(const std::u16string& path, FactoryTable::PathRecord record, tsVaneModuleFactory** factory);
+    VaneResult Verify(const std::u16string& path, TrustLevel level) noexcept;
+
+    platform::ModuleLoader& modules_;
+    TrustVerifierFactory& verifiers_;
+    Tracer tracer_;
+    std::shared_mutex mutex_;
+    FactoryTable table_;
+};
+
+}  // namespace tsLib

@@ -1,0 +1,51 @@
+#include "tslib/tsVaneDllLifetimeMgrLocal.h"
+
+#include "tslib/VaneBoundary.h"
+
+namespace tsLib {
+
+using platform::ModuleHandle;
+using platform::SystemError;
+
+SystemError MainExecutable::Get(ModuleHandle& module) {
+    const std::lock_guard lock(mutex_);
+    if (module_ == ModuleHandle{}) {
+        if (const SystemError error = addresses_.MainExecutable(module_); Failed(error)) {
+            return error;
+        }
+    }
+    module = module_;
+    return SystemError::Success;
+}
+
+VaneResult tsVaneDllLifetimeMgrLocal::TakeReference() noexcept {
+    ModuleHandle module{};
+    bool isNeeded = false;
+    const VaneResult result = AtVaneBoundary([&] {
+        if (const VaneResult valid = Validate(); Failed(valid)) {
+            return valid;
+        }
+        ModuleHandle executable{};
+        if (const SystemError error = executable_.Get(executable); Failed(error)) {
+            tracer_.Error(TraceEvent::LifetimeNoExecutable, error);
+            return VaneResult::InternalFailure;
+        }
+        SystemError error = addresses_.FromAddress(address_, module);
+        if (error == SystemError::ProcedureNotFound) {
+            error = addresses_.FromAddressByRanges(address_, module);
+        }
+        if (Failed(error)) {
+            tracer_.Error(TraceEvent::LifetimeAddressUnknown, error, reinterpret_cast<std::uintptr_t>(address_));
+            return VaneResult::InvalidArgument;
+        }
+        isNeeded = module != executable && module != seam_.modules.Own();
+        return VaneResult::Success;
+    });
+    if (Failed(result) || !isNeeded) {
+        static_cast<void>(ReleaseReference());
+        return result;
+    }
+    return LoadNamed(module);
+}
+
+}  // namespace tsLib

@@ -1,0 +1,266 @@
+#include "tslib/tsVaneObjectRepository.h"
+
+#include <algorithm>
+#include <new>
+
+#include "tslib/RegistryText.h"
+
+namespace tsLib {
+
+using platform::SystemError;
+
+namespace {
+
+constexpr char16_t kStoreKey[] = u"Tessel\\OBJID";
+constexpr char16_t kRegistryKey[] = u"\\OBJID";
+constexpr char16_t kPathValue[] = u"InProc64";
+constexpr std::size_t kMaximumStoredPath = 32767;
+
+// What a component left in a buffer, up to its first NUL. Nothing when it forgot the terminator.
+template <std::size_t capacity>
+bool TakeText(const char16_t (&buffer)[capacity], std::u16string& text) {
+    const char16_t* const end = std::find(buffer, buffer + capacity, u'\0');
+    if (end == buffer + capacity) {
+        return false;
+    }
+    text.assign(buffer, end);
+    return true;
+}
+
+}  // namespace
+
+bool tsVaneObjectRepository::Load() noexcept {
+    return Locked([&] { return isLoaded_ || LoadLocked(); });
+}
+
+bool tsVaneObjectRepository::Exists(const ObjectId& objectId) noexcept {
+    return Locked([&] { return FindLocked(objectId) != nullptr; });
+}
+
+bool tsVaneObjectRepository::GetModulePath(const ObjectId& objectId, std::u16string& path) noexcept {
+    std::u16string stored;
+    const bool known = Locked([&] {
+        const Stored* const found = FindLocked(objectId);
+        if (found == nullptr) {
+            return false;
+        }
+        stored = found->path;
+        return true;
+    });
+    if (!known) {
+        return false;
+    }
+    // Outside the lock: a lookup function of the expansion may be somebody's who asks the repository himself.
+    std::u16string expanded;
+    if (!paths_.Expand(stored, expanded)) {
+        const auto id = ToUnits(objectId);
+        tracer_.Error(TraceEvent::RepositoryPathUnexpanded, std::u16string_view(id.data(), id.size()), stored);
+        return false;
+    }
+    path = std::move(expanded);
+    return true;
+}
+
+bool tsVaneObjectRepository::List(std::vector<RepositoryEntry>& entries) noexcept {
+    return Locked([&] {
+        if (!isLoaded_ && !LoadLocked()) {
+            return false;
+        }
+        std::vector<RepositoryEntry> list;
+        list.reserve(entries_.size());
+        for (const auto& [objectId, stored] : entries_) {
+            list.push_back({objectId, stored.source, stored.path});
+        }
+        entries = std::move(list);
+        return true;
+    });
+}
+
+template <class Body>
+bool tsVaneObjectRepository::Locked(Body&& body) noexcept {
+    VaneResult result = VaneResult::InternalFailure;
+    try {
+        const std::lock_guard lock(mutex_);
+        return body();
+    } catch (const std::bad_alloc&) {
+        result = VaneResult::OutOfMemory;
+    } catch (...) {
+    }
+    tracer_.Error(TraceEvent::RepositoryUnexpected, Number(result));
+    return false;
+}
+
+const tsVaneObjectRepository::Stored* tsVaneObjectRepository::FindLocked(const ObjectId& objectId) {
+    if (!isLoaded_ && !LoadLocked()) {
+        return nullptr;
+    }
+    auto found = entries_.find(objectId);
+    if (found == entries_.end()) {
+        isLoaded_ = false;
+        if (LoadLocked()) {
+            found = entries_.find(objectId);
+        }
+    }
+    if (!isLoaded_ || found == entries_.end()) {
+        const auto id = ToUnits(objectId);
+        tracer_.Warning(TraceEvent::ObjectUnknown, std::u16string_view(id.data(), id.size()));
+        return nullptr;
+    }
+    return &found->second;
+}
+
+bool tsVaneObjectRepository::LoadLocked() {
+    isLoaded_ = false;
+    entries_.clear();
+    // Published only when complete; what is thrown leaves the repository empty and unloaded.
+    Entries entries;
+    const VaneResult fromStore = LoadFromStore(entries);
+    if (Failed(fromStore)) {
+        tracer_.Warning(TraceEvent::RepositoryStoreFailed, Number(fromStore));
+    }
+    const std::size_t stored = entries.size();
+    const SystemError fromRegistry = LoadFromRegistry(entries);
+    if (fromStore == VaneResult::OutOfMemory || fromRegistry == SystemError::NotEnoughMemory) {
+        throw std::bad_alloc();
+    }
+    if (Failed(fromStore) && Failed(fromRegistry)) {
+        return false;
+    }
+    tracer_.Verbose(TraceEvent::RepositoryLoaded, stored, entries.size() - stored);
+    entries_ = std::move(entries);
+    isLoaded_ = true;
+    return true;
+}
+
+VaneResult tsVaneObjectRepository::LoadFromStore(Entries& entries) {
+    VaneRef<ISettingsStore> store;
+    if (const VaneResult result = store_.Create(store); Failed(result)) {
+        return result;
+    }
+    VaneRef<ISettingsEnumeration> list;
+    if (const VaneResult result = store->OpenForEnumeration(kStoreKey, list.Receive()); Failed(result)) {
+        return result;
+    }
+    if (!list) {
+        return VaneResult::InternalFailure;
+    }
+    std::uint32_t count = 0;
+    if (const VaneResult result = list->SubkeyCount(&count); Failed(result)) {
+        return result;
+    }
+    count = Limit(count);
+    for (std::uint32_t index = 0; index < count; ++index) {
+        std::u16string name;
+        const VaneResult result = LoadStoreEntry(*store, *list, index, entries, name);
+        if (result == VaneResult::OutOfMemory) {
+            throw std::bad_alloc();
+        }
+        if (Failed(result)) {
+            tracer_.Warning(TraceEvent::RepositoryStoreSkipped, Number(result), index, name);
+        }
+    }
+    return VaneResult::Success;
+}
+
+VaneResult tsVaneObjectRepository::LoadStoreEntry(ISettingsStore& store, ISettingsEnumeration& list,
+                                                  std::uint32_t index, Entries& entries, std::u16string& name) {
+    char16_t nameBuffer[40] = {};
+    if (const VaneResult result = list.SubkeyName(index, nameBuffer, 40, nullptr); Failed(result)) {
+        return result;
+    }
+    if (!TakeText(nameBuffer, name)) {
+        return VaneResult::InternalFailure;
+    }
+    const auto objectId = GuidFromText(name);
+    if (!objectId) {
+        return VaneResult::InvalidArgument;
+    }
+    const std::u16string keyPath = std::u16string(kStoreKey) + u'\\' + name;
+    VaneRef<ISettingsKey> key;
+    if (const VaneResult result = store.OpenForReading(keyPath.c_str(), key.Receive()); Failed(result)) {
+        return result;
+    }
+    if (!key) {
+        return VaneResult::InternalFailure;
+    }
+    char16_t pathBuffer[260] = {};
+    if (const VaneResult result = key->ReadText(kPathValue, pathBuffer, 260, nullptr); Failed(result)) {
+        return result;
+    }
+    std::u16string path;
+    if (!TakeText(pathBuffer, path) || path.empty()) {
+        return VaneResult::InvalidArgument;
+    }
+    entries.insert_or_assign(*objectId, Stored{Source::SettingsStore, std::move(path)});
+    return VaneResult::Success;
+}
+
+SystemError tsVaneObjectRepository::LoadFromRegistry(Entries& entries) {
+    std::u16string path;
+    if (!settings_.Root(path)) {
+        tracer_.Warning(TraceEvent::RepositoryRegistryFailed, SystemError::NotFound);
+        return SystemError::NotFound;
+    }
+    path += kRegistryKey;
+    const std::uint32_t access = platform::kKeyRead | settings_.RegistryViewFlag();
+    platform::OwnedRegistryKey list(seam_.registry);
+    std::uint32_t count = 0;
+    std::uint32_t longestName = 0;
+    SystemError error = seam_.registry.OpenKey(platform::RegistryRoot::LocalMachine, path, access, list.Receive());
+    if (Succeeded(error)) {
+        error = seam_.enumeration.SubkeyInfo(list.Get(), count, longestName);
+    }
+    if (Failed(error)) {
+        tracer_.Warning(TraceEvent::RepositoryRegistryFailed, error, path);
+        return error;
+    }
+    count = Limit(count);
+    for (std::uint32_t index = 0; index < count; ++index) {
+        std::u16string name;
+        const SystemError result = LoadRegistryEntry(list.Get(), index, longestName + 1, access, entries, name);
+        if (result == SystemError::NotEnoughMemory) {
+            throw std::bad_alloc();
+        }
+        if (Failed(result)) {
+            tracer_.Warning(TraceEvent::RepositoryEntrySkipped, result, index, name);
+        }
+    }
+    return SystemError::Success;
+}
+
+SystemError tsVaneObjectRepository::LoadRegistryEntry(platform::RegistryKey list, std::uint32_t index,
+                                                      std::uint32_t capacity, std::uint32_t access, Entries& entries,
+                                                      std::u16string& name) {
+    if (const SystemError error = seam_.enumeration.SubkeyName(list, index, capacity, name); Failed(error)) {
+        return error;
+    }
+    const auto objectId = GuidFromText(name);
+    if (!objectId) {
+        return SystemError::InvalidData;
+    }
+    platform::OwnedRegistryKey key(seam_.registry);
+    if (const SystemError error = seam_.registry.OpenSubkey(list, name, access, key.Receive()); Failed(error)) {
+        return error;
+    }
+    std::u16string path;
+    if (const SystemError error = ReadText(seam_.registry, key.Get(), kPathValue, path); Failed(error)) {
+        return error;
+    }
+    if (path.empty() || path.size() > kMaximumStoredPath) {
+        return SystemError::InvalidData;
+    }
+    if (!entries.try_emplace(*objectId, Stored{Source::Registry, std::move(path)}).second) {
+        const auto id = ToUnits(*objectId);
+        tracer_.Information(TraceEvent::RepositoryDuplicate, std::u16string_view(id.data(), id.size()));
+    }
+    return SystemError::Success;
+}
+
+std::uint32_t tsVaneObjectRepository::Limit(std::uint32_t count) const noexcept {
+    if (count > kMaximumRepositoryKeys) {
+        tracer_.Warning(TraceEvent::RepositoryCutShort, count, kMaximumRepositoryKeys);
+    }
+    return std::min(count, kMaximumRepositoryKeys);
+}
+
+}  // namespace tsLib

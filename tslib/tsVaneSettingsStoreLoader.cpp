@@ -1,0 +1,29 @@
+#include "tslib/tsVaneSettingsStoreLoader.h"
+
+#include <string>
+
+#include "tslib/VaneBoundary.h"
+
+namespace tsLib {
+
+VaneResult tsVaneSettingsStoreLoader::Create(VaneRef<ISettingsStore>& store) noexcept {
+    store.Reset();
+    return AtVaneBoundary([&] {
+        std::u16string path;
+        if (!paths_.InstallFolder64(path)) {
+            return VaneResult::ModuleMissing;
+        }
+        path += kSettingsStoreModuleName;
+        if (const VaneResult result = loader_.Load(path.c_str()); Failed(result)) {
+            return result;
+        }
+        void* made = nullptr;
+        const VaneResult result = loader_.CreateInstance(kSettingsStoreObjectId, kISettingsStoreId, &made);
+        if (Succeeded(result)) {
+            store = VaneRef<ISettingsStore>(static_cast<ISettingsStore*>(made));
+        }
+        return result;
+    });
+}
+
+}  // namespace tsLib
