@@ -60,7 +60,8 @@ check() {
     shift
     printf '  %-34s' "$name"
     local log="$LOG/check-${name//[^A-Za-z0-9]/-}.log"
-    if "$@" >"$log" 2>&1 </dev/null; then
+    "$@" >"$log" 2>&1 </dev/null &
+    if wait $!; then
         passed=$((passed + 1))
         say "ok"
     else

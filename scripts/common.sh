@@ -19,7 +19,9 @@ step() {
     shift
     printf '  %-34s' "$name"
     local log="$LOG/${name//[^A-Za-z0-9]/-}.log"
-    if "$@" >"$log" 2>&1 </dev/null; then
+    # In the background, because a shell function that is a condition goes on after a command that fails.
+    "$@" >"$log" 2>&1 </dev/null &
+    if wait $!; then
         printf 'ok (%d s)\n' $((SECONDS - start))
     else
         local code=$?

@@ -7,7 +7,7 @@ STAGE="$OUT/windows/stage"
 # built file, profile
 modules=(
     "companions/scanagent/ScanAgent.exe main"
-    "tools/zebdiag.exe main"
+    "tools/zebdiag/zebdiag.exe main"
 )
 stage() {
     mkdir -p "$STAGE/.unsigned"
