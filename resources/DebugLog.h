@@ -1,0 +1,42 @@
+// The resource loader's sentences for debug viewers.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <initializer_list>
+#include <string_view>
+
+#include "tslib/platform/DebugOutput.h"
+#include "tslib/platform/HResult.h"
+
+namespace HVR {
+
+// Any thread. Sentences hold no NUL; "\n" is added to each.
+class DebugLog {
+public:
+    // The buffer that a formatted sentence is cut to, terminator included.
+    static constexpr std::size_t kBufferSize = 512;
+
+    explicit DebugLog(tsLib::platform::DebugOutput& output) noexcept : output_(&output) {}
+
+    // Writes the parts as one sentence, whole; cut to the buffer only when there is no memory for a longer one.
+    void Sentence(std::initializer_list<std::u16string_view> parts) const noexcept;
+    void Sentence(std::u16string_view sentence) const noexcept { Sentence({sentence}); }
+    // Writes the parts as one sentence, cut to the buffer.
+    void Formatted(std::initializer_list<std::u16string_view> parts) const noexcept;
+
+private:
+    tsLib::platform::DebugOutput* output_;
+};
+
+// A result as "0x%08X" writes it.
+class HexText {
+public:
+    explicit HexText(tsLib::HResult result) noexcept;
+    operator std::u16string_view() const noexcept { return {text_.data(), text_.size()}; }
+
+private:
+    std::array<char16_t, 10> text_;
+};
+
+}  // namespace HVR

@@ -1,0 +1,240 @@
+// The search for the resource module.
+#include "resources/ResourceLoader.h"
+
+#include <new>
+#include <utility>
+
+#include "resources/ResourcePaths.h"
+#include "tslib/RegistryText.h"
+
+namespace HVR {
+
+using tsLib::HResult;
+using tsLib::platform::ModuleHandle;
+using tsLib::platform::SystemError;
+
+namespace {
+
+constexpr std::uint32_t kDefaultLocale = 1033;
+constexpr std::size_t kLongestInstallDir = 259;
+
+constexpr std::size_t kFirstPathSize = 1024;
+constexpr std::size_t kSecondPathSize = 2048;
+constexpr std::size_t kPathSizeStep = 512;
+constexpr std::size_t kPathSizeLimit = 8192;
+
+}  // namespace
+
+CResourceLoader::CResourceLoader(ModuleHandle callingModule, std::u16string fileName, const Seam& seam)
+    : callingModule_(callingModule),
+      fileName_(std::move(fileName)),
+      seam_(seam),
+      log_(seam.debug),
+      tracer_(seam.trace) {}
+
+CResourceLoader::~CResourceLoader() { static_cast<void>(CResourceLoader::Unload()); }
+
+HResult CResourceLoader::Unload() noexcept {
+    if (module_ == ModuleHandle{}) {
+        return HResult::Ok;
+    }
+    return tsLib::FromSystemError(seam_.resources.Unmap(std::exchange(module_, ModuleHandle{})));
+}
+
+std::u16string_view CResourceLoader::GetRegistryKeyPath() const noexcept { return u"Software\\Corvane\\Halvora\\AV"; }
+
+std::u16string_view CResourceLoader::GetRegistryValueName() const noexcept { return u"Home Directory"; }
+
+std::uint16_t CResourceLoader::GetLanguageId() const noexcept { return seam_.locales.SystemLanguage(); }
+
+HResult CResourceLoader::Initialize(bool reportFailure) noexcept {
+    try {
+        return FindAndLoad(reportFailure);
+    } catch (const std::bad_alloc&) {
+        log_.Sentence(u"CResourceLoader::Initialize failed, std::bad_alloc exception caught.");
+        return HResult::OutOfMemory;
+    } catch (...) {
+        log_.Sentence(u"CResourceLoader::Initialize failed, unknown exception caught.");
+        return HResult::Unexpected;
+    }
+}
+
+HResult CResourceLoader::FindAndLoad(bool reportFailure) {
+    if (module_ != ModuleHandle{}) {
+        return HResult::Ok;
+    }
+    const bool canSearch = !fileName_.empty() && callingModule_ != ModuleHandle{};
+    if (!canSearch && givenPath_.empty()) {
+        log_.Sentence(u"CResourceLoader::Initialize - invalid arguments to ctor.");
+        return HResult::Fail;
+    }
+    if (Failed(SetBinaryModulePath())) {
+        log_.Sentence(u"CResourceLoader::Initialize - SetBinaryModulePath failed.");
+        return HResult::Fail;
+    }
+    // A refusal must not be hidden by a later place where there is just no file.
+    bool refused = false;
+    HResult result = HResult::Fail;
+    if (!givenPath_.empty()) {
+        result = Load(givenPath_, 0);
+        refused = result == HResult::SignatureRefused;
+    }
+    if (Failed(result) && canSearch) {
+        result = Search(refused);
+    }
+    if (Succeeded(result)) {
+        return HResult::Ok;
+    }
+    log_.Sentence({u"CResourceLoader::Initialize failed to load resources from any search location: ", fileName_});
+    if (reportFailure) {
+        ReportFailedSearch(refused, result);
+        return HResult::Fail;
+    }
+    return refused ? HResult::SignatureRefused : result;
+}
+
+HResult CResourceLoader::Search(bool& refused) {
+    HResult result = HResult::Fail;
+    const auto loaded = [&](HResult answer) {
+        result = answer;
+        refused = refused || answer == HResult::SignatureRefused;
+        return Succeeded(answer);
+    };
+    std::u16string installDir;
+    if (Succeeded(GetInstallDir(installDir))) {
+        LocaleList sameLanguage;
+        LocaleList otherLanguages;
+        if (loaded(LoadResUsingExactLocale(installDir, sameLanguage, otherLanguages)) ||
+            loaded(LoadResUsingLocaleList(installDir, sameLanguage)) || loaded(LoadResUsingDefaultLocale(installDir)) ||
+            (!otherLanguages.empty() && loaded(LoadResUsingLocaleList(installDir, otherLanguages)))) {
+            return result;
+        }
+    }
+    static_cast<void>(loaded(LoadResFromModuleDir()));
+    return result;
+}
+
+HResult CResourceLoader::SetBinaryModulePath() {
+    try {
+        for (std::size_t size = kFirstPathSize; size < kPathSizeLimit;
+             size = size < kSecondPathSize ? kSecondPathSize : size + kPathSizeStep) {
+            const SystemError error = seam_.modules.FileName(callingModule_, size, binaryPath_);
+            if (error != SystemError::InsufficientBuffer) {
+                return tsLib::FromSystemError(error);
+            }
+        }
+        return HResult::Fail;
+    } catch (const std::bad_alloc&) {
+        return HResult::OutOfMemory;
+    }
+}
+
+HResult CResourceLoader::GetInstallDir(std::u16string& directory) {
+    std::uint32_t access = tsLib::platform::kKeyQueryValue;
+    access |= UseRegistry64View() ? tsLib::platform::kKeyView64 : 0;
+    access |= UseRegistry32View() ? tsLib::platform::kKeyView32 : 0;
+    tsLib::platform::OwnedRegistryKey key(seam_.registry);
+    if (Failed(seam_.registry.OpenKey(tsLib::platform::RegistryRoot::LocalMachine, std::u16string(GetRegistryKeyPath()),
+                                      access, key.Receive()))) {
+        log_.Sentence(u"CResourceLoader::GetInstallDir - failed to open registry.");
+        return HResult::Fail;
+    }
+    std::u16string value;
+    SystemError error = tsLib::ReadText(seam_.registry, key.Get(), std::u16string(GetRegistryValueName()), value);
+    // A value that is no text, or no full path: modules must not come from wherever the host's current directory is.
+    if (error == SystemError::UnsupportedType || (Succeeded(error) && !IsFullPath(value))) {
+        error = SystemError::InvalidData;
+    } else if (Succeeded(error) && value.size() > kLongestInstallDir) {
+        error = SystemError::MoreData;
+    }
+    if (Failed(error)) {
+        log_.Sentence(error == SystemError::InvalidData
+                          ? u"CResourceLoader::GetInstallDir - failed to read registry: ERROR_INVALID_DATA."
+                          : u"CResourceLoader::GetInstallDir - failed to read registry.");
+        return HResult::Fail;
+    }
+    directory = WithoutBinariesFolder(value);
+    return HResult::Ok;
+}
+
+// The lists hold what was met before an exact match; a match that fails to load is not made up for by what comes after
+// it in the enumeration.
+HResult CResourceLoader::LoadResUsingExactLocale(std::u16string_view installDir, LocaleList& sameLanguage,
+                                                 LocaleList& otherLanguages) {
+    tsLib::platform::OwnedSearch search(seam_.files);
+    tsLib::platform::FoundEntry entry;
+    SystemError error = seam_.files.First(ResourceRoot(installDir) + u"*.*", search.Receive(), entry);
+    if (Failed(error)) {
+        log_.Sentence(u"CResourceLoader::LoadResUsingExactLocale - invalid handle.");
+        return HResult::FileNotFound;
+    }
+    const Language wanted = LanguageOf(GetLanguageId());
+    for (; Succeeded(error); error = seam_.files.Next(search.Get(), entry)) {
+        const auto localeId = static_cast<std::uint32_t>(LeadingNumber(entry.name));
+        if ((entry.attributes & tsLib::platform::kAttributeDirectory) == 0 || localeId == 0 ||
+            !seam_.locales.IsLocale(localeId)) {
+            continue;
+        }
+        const Language language = LanguageOf(localeId);
+        if (language == wanted) {
+            std::u16string candidate = CandidatePath(installDir, localeId, fileName_);
+            if (FileExists(candidate)) {
+                search.Reset();
+                const HResult result = Load(std::move(candidate), language.primary);
+                if (result == HResult::FileNotFound) {
+                    log_.Sentence(u"CResourceLoader::LoadResUsingExactLocale failed to load resource DLL.");
+                }
+                return result;
+            }
+        } else if (language.primary == wanted.primary) {
+            sameLanguage.push_back(localeId);
+        } else {
+            otherLanguages.push_back(localeId);
+        }
+    }
+    return HResult::FileNotFound;
+}
+
+HResult CResourceLoader::LoadResUsingLocaleList(std::u16string_view installDir, const LocaleList& list) {
+    HResult result = HResult::Fail;
+    for (const std::uint32_t localeId : list) {
+        std::u16string candidate = CandidatePath(installDir, localeId, fileName_);
+        if (FileExists(candidate)) {
+            result = Load(std::move(candidate), LanguageOf(localeId).primary);
+            if (Succeeded(result)) {
+                break;
+            }
+        }
+    }
+    return result;
+}
+
+HResult CResourceLoader::LoadResUsingDefaultLocale(std::u16string_view installDir) {
+    std::u16string candidate = CandidatePath(installDir, kDefaultLocale, fileName_);
+    return FileExists(candidate) ? Load(std::move(candidate), LanguageOf(kDefaultLocale).primary)
+                                 : HResult::FileNotFound;
+}
+
+HResult CResourceLoader::LoadResFromModuleDir() {
+    auto candidate = PathBeside(binaryPath_, fileName_);
+    return candidate && FileExists(*candidate) ? Load(*std::move(candidate), 0) : HResult::FileNotFound;
+}
+
+// A folder of that name is no file.
+bool CResourceLoader::FileExists(const std::u16string& path) {
+    tsLib::platform::OwnedSearch search(seam_.files);
+    tsLib::platform::FoundEntry entry;
+    return Succeeded(seam_.files.First(path, search.Receive(), entry)) &&
+           (entry.attributes & tsLib::platform::kAttributeDirectory) == 0;
+}
+
+HResult CResourceLoader::Load(std::u16string path, std::uint16_t language) {
+    path_ = std::move(path);
+    const HResult result = LoadTrustedDll(path_, module_);
+    if (Succeeded(result)) {
+        loadedLanguage_ = language;
+    }
+    return result;
+}
+
+}  // namespace HVR

@@ -1,0 +1,127 @@
+// Finds, verifies and loads the resource module of the machine's language.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "resources/DebugLog.h"
+#include "resources/IResourceLoader.h"
+#include "resources/ProtectionControl.h"
+#include "tslib/Tracer.h"
+#include "tslib/TrustVerifierFactory.h"
+#include "tslib/platform/CodePage.h"
+#include "tslib/platform/FileSearch.h"
+#include "tslib/platform/Locales.h"
+#include "tslib/platform/MessageBoxes.h"
+#include "tslib/platform/MessageTexts.h"
+#include "tslib/platform/Modules.h"
+#include "tslib/platform/Registry.h"
+#include "tslib/platform/ResourceModules.h"
+#include "tslib/platform/WindowStation.h"
+
+namespace HVR {
+
+// Not locked; see IResourceLoader. Operations that are not noexcept may throw std::bad_alloc and nothing else.
+class CResourceLoader : public IResourceLoader {
+public:
+    // All of them outlive the loader.
+    struct Seam {
+        tsLib::platform::RegistryReader& registry;
+        tsLib::platform::Modules& modules;
+        tsLib::platform::FileSearch& files;
+        tsLib::platform::ResourceModules& resources;
+        tsLib::platform::Locales& locales;
+        tsLib::platform::MessageTexts& messages;
+        tsLib::platform::CodePage& codePage;
+        tsLib::platform::WindowStation& station;
+        tsLib::platform::MessageBoxes& boxes;
+        tsLib::platform::DebugOutput& debug;
+        tsLib::platform::TraceOutput& trace;
+        tsLib::TrustVerifierFactory& verifiers;
+        tsLib::InstanceFactory* components;  // the process's instance factory, or null
+    };
+
+    // `callingModule` is the module that the strings are for; `fileName` names the resource module without a folder.
+    CResourceLoader(tsLib::platform::ModuleHandle callingModule, std::u16string fileName, const Seam& seam);
+    CResourceLoader(const CResourceLoader&) = delete;
+    CResourceLoader& operator=(const CResourceLoader&) = delete;
+
+    // The order of the virtual operations, those of IResourceLoader first, is fixed.
+    ~CResourceLoader() override;
+    [[nodiscard]] tsLib::platform::ModuleHandle GetResourceModule() const noexcept override { return module_; }
+    // Fail for missing constructor arguments, for an unknown path of the calling module, and for every failed search
+    // with reportFailure. Without it the search's own code: SignatureRefused when a module was refused, or else the
+    // last one, FileNotFound when no module is there. OutOfMemory when memory ran out.
+    tsLib::HResult Initialize(bool reportFailure) noexcept override;
+    tsLib::HResult Unload() noexcept override;
+    [[nodiscard]] const std::u16string& GetResourceDllName() const noexcept override { return fileName_; }
+    [[nodiscard]] bool FormatString(std::uint32_t id, std::u16string& out,
+                                    std::span<const std::u16string> inserts) noexcept override;
+    [[nodiscard]] bool LoadString(std::uint32_t id, std::u16string& out) noexcept override;
+    [[nodiscard]] bool LoadString(std::uint32_t id, std::string& out) noexcept override;
+    // The directory above res\, from the registry. Fail, with `directory` untouched, when it cannot be read, is longer
+    // than 259 characters or is not a full path.
+    virtual tsLib::HResult GetInstallDir(std::u16string& directory);
+    // Below HKEY_LOCAL_MACHINE.
+    [[nodiscard]] virtual std::u16string_view GetRegistryKeyPath() const noexcept;
+    [[nodiscard]] virtual bool UseRegistry64View() const noexcept { return false; }
+    [[nodiscard]] virtual bool UseRegistry32View() const noexcept { return false; }
+    [[nodiscard]] virtual std::u16string_view GetRegistryValueName() const noexcept;
+    // The language to look for.
+    [[nodiscard]] virtual std::uint16_t GetLanguageId() const noexcept;
+
+    // Gives the full path of the module from outside. Initialize tries it before it searches; with it the loader
+    // needs neither a calling module nor a file name, and without those it does not search.
+    void SetResourceModulePath(std::u16string path) noexcept { givenPath_ = std::move(path); }
+
+    // Loads a module that the trust verifier does not refuse, with real-time protection suspended while it is mapped.
+    // Fail for an empty path, SignatureRefused when the file is refused or cannot be verified at all, or the platform's
+    // error. `module` is untouched on failure; the caller owns it.
+    tsLib::HResult LoadTrustedDll(const std::u16string& path, tsLib::platform::ModuleHandle& module);
+    // Ok when the file may be loaded, SignatureRefused when its signature is refused, Fail without a verifier.
+    tsLib::HResult VerifyTrust(const std::u16string& path) noexcept;
+
+    // The module found last, and the primary language of the one loaded; 0 for one that lay in no language's folder.
+    [[nodiscard]] const std::u16string& ResourceModulePath() const noexcept { return path_; }
+    [[nodiscard]] std::uint16_t LoadedLanguage() const noexcept { return loadedLanguage_; }
+    // What the last reported failure found.
+    [[nodiscard]] bool DisplayVisible() const noexcept { return displayVisible_; }
+
+private:
+    using LocaleList = std::vector<std::uint32_t>;
+
+    tsLib::HResult FindAndLoad(bool reportFailure);
+    tsLib::HResult Search(bool& refused);
+    tsLib::HResult SetBinaryModulePath();
+    tsLib::HResult LoadResUsingExactLocale(std::u16string_view installDir, LocaleList& sameLanguage,
+                                           LocaleList& otherLanguages);
+    tsLib::HResult LoadResUsingLocaleList(std::u16string_view installDir, const LocaleList& list);
+    tsLib::HResult LoadResUsingDefaultLocale(std::u16string_view installDir);
+    tsLib::HResult LoadResFromModuleDir();
+    [[nodiscard]] bool FileExists(const std::u16string& path);
+    tsLib::HResult Load(std::u16string path, std::uint16_t language);
+    tsLib::platform::SystemError MapSuspended(const std::u16string& path, tsLib::platform::ModuleHandle& module);
+
+    void ReportFailedSearch(bool refused, tsLib::HResult last);
+    [[nodiscard]] bool IsDisplayVisible() noexcept;
+    void ReportLoadFailure(tsLib::HResult code);
+
+    [[nodiscard]] bool ReadWhole(std::uint32_t id, std::u16string& out);
+
+    tsLib::platform::ModuleHandle module_{};
+    tsLib::platform::ModuleHandle callingModule_;
+    std::u16string fileName_;
+    std::u16string path_;
+    std::u16string binaryPath_;
+    bool displayVisible_ = false;
+    std::uint16_t loadedLanguage_ = 0;
+    std::u16string givenPath_;
+    Seam seam_;
+    DebugLog log_;
+    tsLib::Tracer tracer_;
+};
+
+}  // namespace HVR
