@@ -75,7 +75,7 @@ SystemError FakeRegistry::Open(const std::u16string& asked, std::u16string full,
             return error->second;
         }
         if (create) {
-            Make(full);
+            Make(full, asked);
         }
         return full == u"hklm" || full == u"hkcu" || full == u"hklm\\software\\classes" || keys_.contains(full)
                    ? SystemError::Success
@@ -199,6 +199,7 @@ SystemError FakeRegistry::Delete(Root root, const std::u16string& path, bool tre
     if (const auto error = openErrors_.find(full); error != openErrors_.end()) {
         return error->second;
     }
+    children_.clear();
     std::erase_if(keys_, below);
     return SystemError::Success;
 }
@@ -207,7 +208,9 @@ SystemError FakeRegistry::DeleteKey(Root root, const std::u16string& path) { ret
 
 SystemError FakeRegistry::DeleteTree(Root root, const std::u16string& path) { return Delete(root, path, true); }
 
-void FakeRegistry::Make(const std::u16string& path) {
+void FakeRegistry::Make(const std::u16string& path, const std::u16string& asked) {
+    children_.clear();
+    Spell(path, asked);
     for (std::size_t end = path.find(u'\\'); end != std::u16string::npos; end = path.find(u'\\', end + 1)) {
         keys_.try_emplace(path.substr(0, end));
     }
@@ -216,14 +219,14 @@ void FakeRegistry::Make(const std::u16string& path) {
 
 void FakeRegistry::PutKey(Root root, const std::u16string& path, std::uint32_t view) {
     const std::lock_guard lock(mutex_);
-    Make(FullPath(root, path, view));
+    Make(FullPath(root, path, view), path);
 }
 
 void FakeRegistry::PutValue(Root root, const std::u16string& path, const std::u16string& name, Value value,
                             std::uint32_t view) {
     const std::lock_guard lock(mutex_);
     const std::u16string full = FullPath(root, path, view);
-    Make(full);
+    Make(full, path);
     keys_[full][SimpleLower(name)] = std::move(value);
 }
 
@@ -245,6 +248,7 @@ void FakeRegistry::FailOpening(Root root, const std::u16string& path, SystemErro
 void FakeRegistry::RemoveKey(Root root, const std::u16string& path, std::uint32_t view) {
     const std::lock_guard lock(mutex_);
     const std::u16string full = FullPath(root, path, view);
+    children_.clear();
     std::erase_if(keys_, [&](const auto& key) { return StartsWithKey(key.first, full); });
 }
 

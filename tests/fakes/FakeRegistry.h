@@ -11,12 +11,18 @@
 
 #include "tests/fakes/HandleTable.h"
 #include "tslib/platform/Registry.h"
+#include "tslib/platform/RegistryEnumeration.h"
+#include "tslib/platform/RegistryRemoval.h"
 #include "tslib/platform/RegistryTree.h"
 
 namespace tests {
 
 // Any thread. Change the public state only when no other thread is in a call.
-class FakeRegistry final : public tsLib::platform::Registry, public tsLib::platform::RegistryTree, public CanFail {
+class FakeRegistry final : public tsLib::platform::Registry,
+                           public tsLib::platform::RegistryTree,
+                           public tsLib::platform::RegistryEnumeration,
+                           public tsLib::platform::RegistryRemoval,
+                           public CanFail {
 public:
     using SystemError = tsLib::platform::SystemError;
     using Key = tsLib::platform::RegistryKey;
@@ -32,6 +38,9 @@ public:
     SystemError DeleteValue(Key key, const std::u16string& name) override;
     SystemError DeleteKey(Root root, const std::u16string& path) override;
     SystemError DeleteTree(Root root, const std::u16string& path) override;
+    SystemError SubkeyInfo(Key key, std::uint32_t& count, std::uint32_t& longestName) override;
+    SystemError SubkeyName(Key key, std::uint32_t index, std::uint32_t capacity, std::u16string& name) override;
+    SystemError DeleteSubkeyTree(Key parent, const std::u16string& path) override;
 
     // Staging. `view` is kKeyView32, or anything else for the 64-bit view. Missing keys are made.
     void PutKey(Root root, const std::u16string& path, std::uint32_t view = 0);
@@ -70,10 +79,17 @@ private:
     [[nodiscard]] SystemError Open(const std::u16string& asked, std::u16string full, std::uint32_t access, bool create,
                                    Key& key);
     [[nodiscard]] SystemError Delete(Root root, const std::u16string& path, bool tree);
-    void Make(const std::u16string& path);
+    void Make(const std::u16string& path, const std::u16string& asked);
+    // Remembers how the names at the end of a full path were written when they were made.
+    void Spell(const std::u16string& full, const std::u16string& asked);
+    [[nodiscard]] const std::vector<std::u16string>& Children(const std::u16string& full);
+    // The key's state if the handle is open with the access, else null with the error.
+    [[nodiscard]] const OpenState* Usable(Key key, std::uint32_t access, SystemError& error);
 
     mutable std::mutex mutex_;
     std::map<std::u16string, Values> keys_;  // by full lower-case path
+    std::map<std::u16string, std::u16string> spelled_;                // a key's own name by full lower-case path
+    std::map<std::u16string, std::vector<std::u16string>> children_;  // as asked for since the last change
     std::map<std::u16string, SystemError> openErrors_;
     HandleTable<Key, OpenState> handles_;
 };
