@@ -34,7 +34,8 @@ void ReduceBackslashes(std::u16string& text) noexcept {
     text.resize(to);
 }
 
-// Every exact occurrence, from left to right. False, with the text as it was, when the result would be too long.
+// Every exact occurrence, from left to right. False, with the text as it was, when the result would be too long. The
+// token may be a view of the text.
 bool ReplaceAll(std::u16string& text, std::u16string_view token, std::u16string_view replacement) {
     std::size_t count = 0;
     for (std::size_t at = text.find(token); at != std::u16string::npos; at = text.find(token, at + token.size())) {
@@ -168,10 +169,9 @@ bool tsPathExpansion::ExpandTokens(const Source& source, std::u16string& working
         if (second == first + 1) {
             return Fail(source, TraceEvent::PathTokenNameEmpty, first, working);
         }
-        const std::u16string token = working.substr(first, second - first + 1);
+        const auto token = std::u16string_view(working).substr(first, second - first + 1);
         std::u16string name;
-        if (const SystemError error =
-                seam_.textRules.LowerByLocale(std::u16string_view(token).substr(1, token.size() - 2), name);
+        if (const SystemError error = seam_.textRules.LowerByLocale(token.substr(1, token.size() - 2), name);
             Failed(error)) {
             return Fail(source, TraceEvent::PathNameNotLowered, error, working);
         }
@@ -189,11 +189,12 @@ bool tsPathExpansion::ExpandTokens(const Source& source, std::u16string& working
                     return Fail(source, TraceEvent::PathFolderQueryFailed, error, name, working);
             }
         }
-        if (!expanded.insert(name).second) {
-            return Fail(source, TraceEvent::PathTokenMetAgain, name, working);
+        const auto [kept, isNew] = expanded.insert(std::move(name));
+        if (!isNew) {
+            return Fail(source, TraceEvent::PathTokenMetAgain, *kept, working);
         }
         if (!ReplaceAll(working, token, folder)) {
-            return Fail(source, TraceEvent::PathTooLong, name, working);
+            return Fail(source, TraceEvent::PathTooLong, *kept, working);
         }
     }
 }

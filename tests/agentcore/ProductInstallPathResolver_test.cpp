@@ -78,7 +78,8 @@ TEST(ProductInstallPathResolver, FolderEndsInOneBackslash) {
     for (const auto& [folder, path] : {std::pair<std::u16string, std::u16string>{u"C:\\P", u"C:\\P\\f"},
                                        {u"C:\\P\\", u"C:\\P\\f"},
                                        {u"C:\\P\\\\\\", u"C:\\P\\f"},
-                                       {u"\\", u"\\f"}}) {
+                                       {u"\\", u"\\f"},
+                                       {u"\\\\", u"\\f"}}) {
         world.PutToken(u"installdir", folder);
         EXPECT_EQ(world.Path(0, u"f"), path);
     }

@@ -102,11 +102,16 @@ TEST(BuiltinFolders, EveryTokenStandsForItsFolder) {
                 return name(identifier);
         }
     };
+    const auto& opened = world.registry.opened;
     for (const auto& [token, identifier] : rows) {
         std::u16string lower = token;
         std::transform(lower.begin(), lower.end(), lower.begin(), LowerAscii);
         EXPECT_EQ(world.Expand(u"%" + token + u"%"), u"+" + folderOf(identifier)) << testing::PrintToString(token);
         EXPECT_EQ(world.Expand(u"%" + lower + u"%"), u"+" + folderOf(identifier)) << testing::PrintToString(token);
+        if (identifier == 0xF0000002 || identifier == 0xF0000003) {
+            EXPECT_EQ(opened.back().path, PathWorld::kCurrentVersion);
+            EXPECT_EQ(opened.back().access, 0x20119u);
+        }
         const BuiltinFolder* const found = FindBuiltinFolder(lower);
         ASSERT_NE(found, nullptr);
         EXPECT_EQ(found->identifier, identifier);
