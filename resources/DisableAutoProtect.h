@@ -1,7 +1,7 @@
 // Suspending the product's real-time protection for the length of a scope.
 #pragma once
 
-#include "resources/ProtectionControl.h"
+#include "tslib/IProtectionControl.h"
 #include "tslib/Tracer.h"
 #include "tslib/VaneRef.h"
 

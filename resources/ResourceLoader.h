@@ -9,7 +9,7 @@
 
 #include "resources/DebugLog.h"
 #include "resources/IResourceLoader.h"
-#include "resources/ProtectionControl.h"
+#include "tslib/IInstanceFactory.h"
 #include "tslib/Tracer.h"
 #include "tslib/TrustVerifierFactory.h"
 #include "tslib/platform/CodePage.h"
@@ -41,7 +41,7 @@ public:
         tsLib::platform::DebugOutput& debug;
         tsLib::platform::TraceOutput& trace;
         tsLib::TrustVerifierFactory& verifiers;
-        tsLib::InstanceFactory* components;  // the process's instance factory, or null
+        const tsLib::InstanceFactorySlot& components;
     };
 
     // `callingModule` is the module that the strings are for; `fileName` names the resource module without a folder.

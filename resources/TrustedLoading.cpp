@@ -1,6 +1,7 @@
 // Loading a module only after its signature was checked.
 #include "resources/DisableAutoProtect.h"
 #include "resources/ResourceLoader.h"
+#include "tslib/IProtectionControl.h"
 
 namespace HVR {
 
@@ -10,23 +11,6 @@ using tsLib::VaneRef;
 using tsLib::VaneResult;
 using tsLib::platform::ModuleHandle;
 using tsLib::platform::SystemError;
-
-namespace {
-
-VaneResult CreateControl(tsLib::InstanceFactory* components, VaneRef<tsLib::IProtectionControl>& control) noexcept {
-    if (components == nullptr) {
-        return VaneResult::NoInstanceFactory;
-    }
-    void* object = nullptr;
-    const VaneResult result =
-        components->CreateInstance(tsLib::kProtectionControlObjectId, tsLib::kIProtectionControlId, &object);
-    if (Succeeded(result)) {
-        control = VaneRef<tsLib::IProtectionControl>(static_cast<tsLib::IProtectionControl*>(object));
-    }
-    return result;
-}
-
-}  // namespace
 
 HResult CResourceLoader::LoadTrustedDll(const std::u16string& path, ModuleHandle& module) {
     if (path.empty()) {
@@ -52,7 +36,7 @@ HResult CResourceLoader::LoadTrustedDll(const std::u16string& path, ModuleHandle
 
 SystemError CResourceLoader::MapSuspended(const std::u16string& path, ModuleHandle& module) {
     VaneRef<tsLib::IProtectionControl> control;
-    const VaneResult created = CreateControl(seam_.components, control);
+    const VaneResult created = seam_.components.Create(tsLib::OBJID_QrtControl, tsLib::kIProtectionControlId, control);
     if (!control) {
         tracer_.Error(TraceEvent::AutoProtectControlNotCreated, std::u16string_view(u"OBJID_QrtControl"),
                       Number(created));
