@@ -31,9 +31,9 @@ protected:
 // The menu that the shell is building. Positions count from 0; one behind the end appends.
 class MenuBuilder {
 public:
-    virtual tsLib::platform::SystemError InsertSeparator(std::uint32_t position) = 0;
+    virtual tsLib::platform::SystemError InsertSeparator(std::uint32_t position) noexcept = 0;
     virtual tsLib::platform::SystemError InsertItem(std::uint32_t position, std::uint32_t commandId,
-                                                    const std::u16string& text) = 0;
+                                                    const std::u16string& text) noexcept = 0;
     virtual void Remove(std::uint32_t position) noexcept = 0;
 
 protected:

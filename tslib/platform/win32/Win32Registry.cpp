@@ -3,22 +3,12 @@
 #include <algorithm>
 
 #include "tslib/platform/win32/Handles.h"
+#include "tslib/platform/win32/RegistryRoots.h"
 #include "tslib/platform/win32/WideText.h"
 
 namespace tsLib::platform::win32 {
 
 namespace {
-
-HKEY RootKey(RegistryRoot root) noexcept {
-    switch (root) {
-        case RegistryRoot::ClassesRoot:
-            return HKEY_CLASSES_ROOT;
-        case RegistryRoot::CurrentUser:
-            return HKEY_CURRENT_USER;
-        default:
-            return HKEY_LOCAL_MACHINE;
-    }
-}
 
 SystemError Open(HKEY parent, const std::u16string& path, std::uint32_t access, RegistryKey& key) noexcept {
     if (HoldsNul(path)) {
@@ -90,8 +80,12 @@ SystemError Win32Registry::WriteValue(RegistryKey key, const std::u16string& nam
     if (HoldsNul(name) || value.data.size() > kMaximumRegistryValueBytes) {
         return SystemError::InvalidParameter;
     }
+    // For text the platform looks at the unit behind the data and stores it too when it is a terminator. Another unit
+    // stands there, so that exactly the data is stored and nothing is read from outside.
+    std::vector<std::byte> data = value.data;
+    data.insert(data.end(), sizeof(wchar_t), std::byte{0xFF});
     return FromStatus(RegSetValueExW(FromSeam<HKEY>(key), ToWide(name), 0, value.type,
-                                     reinterpret_cast<const BYTE*>(value.data.data()),
+                                     reinterpret_cast<const BYTE*>(data.data()),
                                      static_cast<DWORD>(value.data.size())));
 }
 
