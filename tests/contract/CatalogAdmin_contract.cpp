@@ -52,16 +52,6 @@ TEST_F(CatalogHasherContract, Hash_IsOfTheContent) {
     EXPECT_NE(Hash(folder + u"three"), hash);
 }
 
-TEST_F(CatalogHasherContract, ABufferThatIsTooSmall_IsRefused) {
-    contract.PutFile(folder + u"one", "content");
-    OwnedFile file(seam.files);
-    ASSERT_EQ(seam.files.OpenForReading(folder + u"one", file.Receive()), SystemError::Success);
-    std::vector<std::byte> buffer(5);
-    std::uint32_t size = 99;
-    EXPECT_EQ(seam.hasher.Hash(file.Get(), buffer, size), SystemError::InsufficientBuffer);
-    EXPECT_EQ(size, 0U);
-}
-
 TEST_F(CatalogHasherContract, NoFile_IsInvalidParameter_WithSizeZero) {
     std::uint32_t size = 99;
     EXPECT_EQ(seam.hasher.Hash(FileHandle{}, {}, size), SystemError::InvalidParameter);

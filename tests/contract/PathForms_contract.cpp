@@ -38,14 +38,18 @@ TEST_F(PathFormsContract, ExpandEnvironment_ReplacesKnownNamesOnly) {
     EXPECT_EQ(expanded, u"before");
 }
 
-TEST_F(PathFormsContract, LongPath_OfWhatExists) {
-    const std::u16string path = contract.ScratchFolder() + u"a name that is long.text";
-    contract.PutFile(path, "x");
-    std::u16string longPath;
-    EXPECT_EQ(seam.paths.LongPath(path, longPath), SystemError::Success);
-    EXPECT_EQ(longPath, path);
-    EXPECT_EQ(seam.paths.LongPath(contract.ShortForm(path), longPath), SystemError::Success);
-    EXPECT_EQ(longPath, path);
+TEST_F(PathFormsContract, LongPath_SpellsWhatExists_AsTheFileSystemDoes) {
+    const std::u16string folder = contract.ScratchFolder();
+    contract.PutFile(folder + u"A name that is long.text", "x");
+    std::u16string path;
+    ASSERT_EQ(seam.paths.LongPath(folder + u"A name that is long.text", path), SystemError::Success);
+    EXPECT_EQ(path.substr(path.rfind(u'\\')), u"\\A name that is long.text");
+    for (const std::u16string& other : {folder + u"a NAME that is LONG.text", contract.ShortForm(path), path}) {
+        std::u16string longPath;
+        EXPECT_EQ(seam.paths.LongPath(other, longPath), SystemError::Success);
+        EXPECT_EQ(longPath, path);
+    }
+    std::u16string longPath = path;
     for (const std::u16string name : {u"none", u"none\\none"}) {
         EXPECT_TRUE(Failed(seam.paths.LongPath(contract.ScratchFolder() + name, longPath)));
     }
@@ -147,13 +151,17 @@ TEST_F(PathFormsContract, RemoveFileSpec_CutsTheLastElement_AndKeepsTheRoot) {
         {u"\\\\server\\share", u"\\\\server"},
         {u"\\\\server", u"\\\\"},
         {u"\\\\", u"\\\\"},
-        {u"C:\\" + std::u16string(300, u'a') + u"\\b", u"C:\\" + std::u16string(300, u'a')},
     };
     for (const auto& row : rows) {
         std::u16string path = row.path;
         EXPECT_EQ(seam.paths.RemoveFileSpec(path), row.path != row.result) << testing::PrintToString(row.path);
         EXPECT_EQ(path, row.result);
     }
+    const std::u16string longer = std::u16string(u"C:\\").append(300, u'a');
+    std::u16string path = longer;
+    path += u"\\b";
+    EXPECT_TRUE(seam.paths.RemoveFileSpec(path));
+    EXPECT_EQ(path, longer);
 }
 
 TEST_F(PathFormsContract, IsUncServer_WantsAServerAlone) {

@@ -52,7 +52,6 @@ TEST_F(RegistryContract, Values_ComeBackAsStored_WhateverTheirType) {
     std::vector<RegistryValue> values{
         TextValue(u"text"),
         TextValue(u"%TEMP%\\x", kValueExpandText),
-        TextValue(u"no end", kValueText, false),
         TextValue(std::u16string(u"a\0\0b", 4)),
         TextValue({}, kValueText, false),
         DwordValue(0xFFFFFFFF),
@@ -69,6 +68,17 @@ TEST_F(RegistryContract, Values_ComeBackAsStored_WhateverTheirType) {
         EXPECT_EQ(read.type, values[i].type) << i;
         EXPECT_EQ(read.data, values[i].data) << i;
     }
+}
+
+TEST_F(RegistryContract, UnterminatedText_StaysUnterminated) {
+    const OwnedRegistryKey key = Make();
+    // The platform looks behind the text and takes a terminator that it finds there, so none may be there by chance.
+    RegistryValue unterminated = TextValue(u"no end, no end");
+    unterminated.data.resize(6 * sizeof(char16_t));
+    ASSERT_EQ(seam.registry.WriteValue(key.Get(), u"v", unterminated), SystemError::Success);
+    RegistryValue read;
+    ASSERT_EQ(seam.registry.ReadValue(key.Get(), u"v", read), SystemError::Success);
+    EXPECT_EQ(read.data, TextValue(u"no end", kValueText, false).data);
 }
 
 TEST_F(RegistryContract, LargerValues_AreMoreData_AndCannotBeWritten) {

@@ -14,8 +14,8 @@ namespace {
 constexpr SystemError kInvalidName{123};
 constexpr std::u16string_view kNeverInNames(u"\0*<>|\"", 6);
 
-// The one name of a path: no long-path prefix, backslashes only, no trailing one, lower case.
-std::u16string PlainPath(std::u16string_view path) {
+// No long-path prefix, backslashes only, no trailing one.
+std::u16string Trimmed(std::u16string_view path) {
     std::u16string plain;
     if (path.starts_with(u"\\\\?\\UNC\\")) {
         plain = u"\\\\" + std::u16string(path.substr(8));
@@ -26,8 +26,13 @@ std::u16string PlainPath(std::u16string_view path) {
     while (plain.size() > 1 && plain.ends_with(u'\\')) {
         plain.pop_back();
     }
-    return SimpleLower(plain);
+    return plain;
 }
+
+// The one name of a path.
+std::u16string PlainPath(std::u16string_view path) { return SimpleLower(Trimmed(path)); }
+
+std::u16string NameOf(const std::u16string& plain) { return plain.substr(plain.rfind(u'\\') + 1); }
 
 std::u16string ParentOf(const std::u16string& plain) {
     const std::size_t end = plain.rfind(u'\\');
@@ -131,17 +136,17 @@ void FakeFiles::Close(Handle file) noexcept {
 }
 
 void FakeFiles::MakeFolders(const std::u16string& path) {
-    std::u16string plain = PlainPath(path);
-    while (!plain.empty() && !nodes_.contains(plain)) {
-        nodes_[plain] = {kAttributeFolder, {}};
-        plain = ParentOf(plain);
+    std::u16string folder = Trimmed(path);
+    while (!folder.empty() && !nodes_.contains(SimpleLower(folder))) {
+        nodes_[SimpleLower(folder)] = {NameOf(folder), kAttributeFolder, {}};
+        folder = ParentOf(folder);
     }
 }
 
 void FakeFiles::PutFile(const std::u16string& path, Bytes bytes, std::uint32_t attributes) {
     const std::lock_guard lock(mutex_);
-    MakeFolders(ParentOf(PlainPath(path)));
-    nodes_[PlainPath(path)] = {attributes, std::move(bytes)};
+    MakeFolders(ParentOf(Trimmed(path)));
+    nodes_[PlainPath(path)] = {NameOf(Trimmed(path)), attributes, std::move(bytes)};
 }
 
 void FakeFiles::PutFile(const std::u16string& path, std::string_view text) { PutFile(path, ToBytes(text)); }
@@ -164,6 +169,24 @@ std::string FakeFiles::Text(const std::u16string& path) const {
         std::memcpy(text.data(), node->bytes.data(), text.size());
     }
     return text;
+}
+
+std::u16string FakeFiles::Spelled(const std::u16string& path) const {
+    const std::lock_guard lock(mutex_);
+    if (Lookup(path) == nullptr) {
+        return {};
+    }
+    std::u16string plain = PlainPath(path);
+    std::u16string spelled;
+    for (auto node = nodes_.find(plain); node != nodes_.end(); node = nodes_.find(plain)) {
+        spelled = node->second.name + (spelled.empty() ? u"" : u"\\") + spelled;
+        plain = ParentOf(plain);
+    }
+    // What is above the first element has no name, and a share has two backslashes there.
+    if (plain.empty() && PlainPath(path).starts_with(u"\\\\")) {
+        spelled.insert(0, 1, u'\\');
+    }
+    return path.ends_with(u'\\') ? spelled + u'\\' : spelled;
 }
 
 bool FakeFiles::Exists(const std::u16string& path) const {
@@ -207,7 +230,7 @@ SystemError FakeFiles::TryCreate(const std::u16string& path) {
     if (const Node* node = Lookup(path); node != nullptr && (node->attributes & kAttributeFolder) != 0) {
         return SystemError::AccessDenied;
     }
-    nodes_[PlainPath(path)] = {kAttributeArchive, {}};
+    nodes_[PlainPath(path)] = {NameOf(Trimmed(path)), kAttributeArchive, {}};
     return SystemError::Success;
 }
 

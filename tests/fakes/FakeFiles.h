@@ -36,6 +36,8 @@ public:
     void Remove(const std::u16string& path);
     // The file's bytes as text; empty when there is no such file.
     [[nodiscard]] std::string Text(const std::u16string& path) const;
+    // The path with every element as it was spelled first; empty when there is no such file or folder.
+    [[nodiscard]] std::u16string Spelled(const std::u16string& path) const;
     [[nodiscard]] bool Exists(const std::u16string& path) const;
     // Opening the file answers `error` from now on; Success takes that back.
     void FailOpening(const std::u16string& path, SystemError error);
@@ -62,6 +64,7 @@ public:
 
 private:
     struct Node {
+        std::u16string name;  // the last element as it was spelled first
         std::uint32_t attributes = kAttributeArchive;
         Bytes bytes;
         std::shared_ptr<int> writers = std::make_shared<int>(0);  // one owner more for each one who holds it

@@ -90,12 +90,12 @@ SystemError FakePathForms::LongPath(const std::u16string& path, std::u16string& 
         longPath = found->second;
         return SystemError::Success;
     }
-    std::uint32_t attributes = 0;
-    const SystemError error = files_ == nullptr ? SystemError::FileNotFound : files_->Attributes(path, attributes);
-    if (Succeeded(error)) {
-        longPath = path;
+    std::u16string spelled = files_ == nullptr ? std::u16string() : files_->Spelled(path);
+    if (spelled.empty()) {
+        return SystemError::FileNotFound;
     }
-    return error;
+    longPath = std::move(spelled);
+    return SystemError::Success;
 }
 
 SystemError FakePathForms::DosDeviceTarget(char16_t driveLetter, std::u16string& target) {
