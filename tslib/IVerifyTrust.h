@@ -67,8 +67,8 @@ public:
     // VerifyFile with the thorough flag on: catalogs are consulted at level 3 too. No shortcut, no cache.
     virtual TrustResult VerifyFileThorough(const char16_t* path, TrustLevel level) noexcept = 0;
     // The full check with its findings. With `thorough` the signer is read and judged even when the signature check
-    // failed; the verdict is then still the signature check's. No shortcut, no cache. A null report or one of another
-    // size gives InvalidArgument.
+    // failed; the verdict is then still the signature check's, or NotTrusted when the signer is not accepted. No
+    // shortcut, no cache. A null report or one of another size gives InvalidArgument.
     virtual TrustResult DescribeFile(const char16_t* path, TrustLevel level, bool driverMode, bool thorough,
                                      TrustReport* report) noexcept = 0;
     // The in-process server registered for a COM class, or else its local server; FileError when there is neither.
