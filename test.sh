@@ -112,6 +112,14 @@ fi
 if [ "$part" = bench ]; then
     step "build for benchmarks" build host-release halvora_bench
     "$OUT/host-release/bench/halvora_bench"
+    step "build for Windows" build windows zebdiag ScanAgent expansion_timing
+    scripts/stage.sh
+    scripts/wine-prefix.sh
+    scripts/install.sh
+    timing="$WINEPREFIX/drive_c/Program Files/Halvora/expansion_timing.exe"
+    cp "$OUT/windows/bench/expansion_timing.exe" "$timing"
+    wine "$timing" | tr -d '\r'
+    rm "$timing"
     exit 0
 fi
 

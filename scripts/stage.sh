@@ -9,17 +9,27 @@ modules=(
     "companions/scanagent/ScanAgent.exe main"
     "tools/zebdiag/zebdiag.exe main"
 )
+# stage_one BUILT PROFILE NAME: NAME is relative to the stage.
+stage_one() {
+    local built="$OUT/windows/$1" profile=$2 name=$3
+    if [ ! -f "$STAGE/$name" ] || [ "$OUT/signing/.ready" -nt "$STAGE/$name" ] ||
+        ! cmp -s "$built" "$STAGE/.unsigned/$name"; then
+        mkdir -p "$(dirname "$STAGE/$name")" "$(dirname "$STAGE/.unsigned/$name")"
+        "$ROOT/scripts/dev-signing.sh" "$profile" "$built" "$STAGE/$name"
+        cp "$built" "$STAGE/.unsigned/$name"
+    fi
+}
 stage() {
     mkdir -p "$STAGE/.unsigned"
-    local entry built profile name
+    local entry built profile module
     for entry in "${modules[@]}"; do
         read -r built profile <<<"$entry"
-        name=$(basename "$built")
-        if [ ! -f "$STAGE/$name" ] || [ "$OUT/signing/.ready" -nt "$STAGE/$name" ] ||
-            ! cmp -s "$OUT/windows/$built" "$STAGE/.unsigned/$name"; then
-            "$ROOT/scripts/dev-signing.sh" "$profile" "$OUT/windows/$built" "$STAGE/$name"
-            cp "$OUT/windows/$built" "$STAGE/.unsigned/$name"
-        fi
+        stage_one "$built" "$profile" "$(basename "$built")"
+    done
+    # One folder for each language; the sources tell which, since the build folder keeps what was built before.
+    for module in resources/strings/[0-9]*.rc; do
+        module=$(basename "$module")
+        stage_one "res/${module%%-*}/ZebShellRes.dll" main "res/${module%%-*}/ZebShellRes.dll"
     done
     printf '[isolation]\r\nsilo={6F1D2C3A-8B4E-4A57-9C60-D1E2F3A4B5C6}\r\nNative64=1\r\n' >"$STAGE/isolate.ini"
 }

@@ -1,0 +1,82 @@
+#!/usr/bin/env bash
+# zebdiag as a user runs it: the installed program under Wine, its answers, exit codes and JSON.
+source "$(dirname "$0")/common.sh"
+"$ROOT/scripts/install.sh"
+PRODUCT="$WINEPREFIX/drive_c/Program Files/Halvora"
+SAMPLES=$(windows_path "$OUT/samples")
+ran=0 passed=0
+failures=()
+
+# expect EXIT-CODE STDOUT-REGEX STDERR-REGEX ARGUMENT...: an empty expression wants no output at all.
+expect() {
+    local code=$1 out=$2 err=$3 actual=0
+    shift 3
+    wine "$PRODUCT/zebdiag.exe" "$@" >"$OUT/cli.out" 2>"$OUT/cli.err" </dev/null || actual=$?
+    ran=$((ran + 1))
+    local wrong=""
+    [ "$actual" -eq "$code" ] || wrong="exit code $actual, not $code"
+    matches "$out" "$OUT/cli.out" || wrong+="${wrong:+; }stdout is not '$out'"
+    matches "$err" "$OUT/cli.err" || wrong+="${wrong:+; }stderr is not '$err'"
+    if [ -z "$wrong" ]; then
+        passed=$((passed + 1))
+        echo "[       OK ] zebdiag $*"
+    else
+        failures+=("zebdiag $*")
+        echo "zebdiag $*: $wrong: Failure"
+        cat "$OUT/cli.out" "$OUT/cli.err"
+    fi
+}
+matches() {
+    if [ -z "$1" ]; then [ ! -s "$2" ]; else tr '\n' '~' <"$2" | grep -qE -- "$1"; fi
+}
+verdict() { echo "\"result\":$1,"; }
+
+# Who is trusted at which level. Refusals before the signer is judged look into catalogs at every level but 3, and Wine
+# has no SHA-256 catalogs: it answers "file error" (2) there.
+for level in 1 2 3 4 5; do
+    expect 0 "$(verdict 1)" "" verify "$SAMPLES\\good.exe" --level "$level" --json
+    expect 0 "$(verdict 1)" "" verify "$SAMPLES\\second.exe" --level "$level" --json
+done
+expect 0 "$(verdict 1)" "" verify "$SAMPLES\\other-names.exe" --level 1 --json
+expect 0 "$(verdict 1)" "" verify "$SAMPLES\\other-names.exe" --level 2 --json
+for level in 3 4 5; do expect 1 "$(verdict 3).*\"commonName\":\"Unrelated Signing\"" "" verify "$SAMPLES\\other-names.exe" --level $level --json; done
+expect 1 "$(verdict 3)" "" verify "$SAMPLES\\unit.exe" --json
+expect 0 "$(verdict 1)" "" verify "$SAMPLES\\unit.exe" --level 4 --json
+expect 0 "$(verdict 1).*\"test-A\"" "" verify "$SAMPLES\\legacy.exe" --level 1 --json
+expect 1 "$(verdict 3)" "" verify "$SAMPLES\\no-usage.exe" --level 1 --json
+expect 0 "system-component" "" verify "$SAMPLES\\system.exe" --level 4
+expect 0 "driver-verified" "" verify "$SAMPLES\\driver.sys" --level 4 --driver
+expect 1 "$(verdict 3)" "" verify "$SAMPLES\\good.exe" --level 4 --driver --json
+expect 1 "not trusted \(3\).*platform  0x80096010.*read although the signature is refused" "" verify "$SAMPLES\\tampered.exe"
+expect 1 "not trusted \(3\).*platform  0x800B0100.*signer    none" "" verify "$SAMPLES\\unsigned.exe"
+expect 1 "$(verdict 2)" "" verify "$SAMPLES\\missing.exe" --json
+expect 1 "$(verdict 5)" "" verify "" --json
+expect 0 "\"file\":\".*zebdiag.exe\".*$(verdict 1)" "" verify --module zebdiag.exe --json
+expect 1 "$(verdict 2)" "" verify --pid 4294967292 --json
+expect 1 "$(verdict 2)" "" verify --clsid '{11111111-2222-3333-4444-555555555555}' --json
+
+expect 0 '^C:\\Program Files\\Halvora\\x~$' "" expand '%INSTALLDIR%\x'
+expect 0 '^C:\\windows\\y~$' "" expand '%csidl_windows%\\y'
+expect 0 '^C:\\ProgramData\\Corvane\\\{6F1D2C3A-8B4E-4A57-9C60-D1E2F3A4B5C6\}\\Logs~$' "" expand '%HVRLOGDIR%'
+expect 1 "" "cannot expand" expand '%NOSUCH%'
+expect 1 '^\{"text":"a%%b","expanded":false\}~$' "cannot expand" expand 'a%%b' --json
+expect 0 '^C:\\Program Files\\Halvora\\Help\\Grüße.chm~$' "" path 7 'Grüße.chm'
+expect 0 '^C:\\windows\\system32\\drivers\\HvrBoot.sys~$' "" path 6 HvrBoot.sys
+expect 0 '^C:\\Program Files\\Halvora\\Drivers\\HvrScan.sys~$' "" path 6 HvrScan.sys
+expect 0 '"result":"0x00000000","path":"C:\\\\Program Files\\\\Halvora\\\\"' "" path 0 --json
+expect 2 "" "0x80070057" path 13
+
+expect 2 "usage: zebdiag VERB" ""
+expect 0 "verify .*expand .*path .*scan " "" --help
+for verb in verify expand path scan; do expect 0 "usage: zebdiag $verb" "" "$verb" --help; done
+expect 2 "" "unknown verb" nonsense
+expect 2 "" "--level takes a number from 1 to 5" verify x --level 6
+expect 2 "" "is needed" verify a b
+expect 2 "" "is needed" scan
+expect 0 "infected=0" "" scan --wait 60 'C:\windows\win.ini'
+expect 0 '"started":true.*"scannerExitCode":0' "" scan --wait 60 --json 'C:\windows\win.ini'
+
+echo "[==========] $ran tests from 1 test suite ran."
+echo "[  PASSED  ] $passed tests."
+for failure in "${failures[@]}"; do echo "[  FAILED  ] $failure"; done
+[ "$passed" -eq "$ran" ]
