@@ -57,11 +57,14 @@ public:
         if (const auto fault = Fault(); Failed(fault)) {
             return fault;
         }
-        auto& listing = *folders_.Find(folder);
-        if (listing.next == listing.entries.size()) {
+        auto* const listing = folders_.Find(folder);
+        if (listing == nullptr) {
+            return SystemError::InvalidHandle;
+        }
+        if (listing->next == listing->entries.size()) {
             return SystemError::NoMoreItems;
         }
-        entry = listing.entries[listing.next++];
+        entry = listing->entries[listing->next++];
         return SystemError::Success;
     }
     void CloseFolder(HVR::FolderHandle folder) noexcept override { folders_.Remove(folder); }
@@ -76,11 +79,14 @@ public:
         if (const auto fault = Fault(); Failed(fault)) {
             return fault;
         }
-        auto& open = *inputs_.Find(input);
-        const auto& bytes = nodes[open.path].bytes;
-        count = std::min({buffer.size(), readLimit, bytes.size() - open.position});
-        std::copy_n(reinterpret_cast<const std::byte*>(bytes.data()) + open.position, count, buffer.begin());
-        open.position += count;
+        auto* const open = inputs_.Find(input);
+        if (open == nullptr) {
+            return SystemError::InvalidHandle;
+        }
+        const auto& bytes = nodes[open->path].bytes;
+        count = std::min({buffer.size(), readLimit, bytes.size() - open->position});
+        std::copy_n(reinterpret_cast<const std::byte*>(bytes.data()) + open->position, count, buffer.begin());
+        open->position += count;
         return SystemError::Success;
     }
     void CloseInput(HVR::InputHandle input) noexcept override { inputs_.Remove(input); }
@@ -98,7 +104,11 @@ public:
         if (const auto fault = Fault(); Failed(fault)) {
             return fault;
         }
-        nodes[*outputs_.Find(output)].bytes += bytes;
+        auto* const path = outputs_.Find(output);
+        if (path == nullptr) {
+            return SystemError::InvalidHandle;
+        }
+        nodes[*path].bytes += bytes;
         return SystemError::Success;
     }
     void CloseOutput(HVR::OutputHandle output) noexcept override { outputs_.Remove(output); }
