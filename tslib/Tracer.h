@@ -1,6 +1,6 @@
 // Numbered trace records.
 //
-// A record carries an event's number and its arguments and no sentence; docs/tracing.md lists the numbers. Building
+// A record carries an event's number and its arguments and no sentence; TraceEvents.h lists the numbers. Building
 // one allocates nothing, so a trace may be written while memory is short.
 #pragma once
 
