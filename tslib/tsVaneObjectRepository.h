@@ -47,9 +47,9 @@ public:
                            SettingsStoreSource& store) noexcept
         : seam_(seam), tracer_(seam.trace), settings_(settings), paths_(paths), store_(store) {}
 
-    // True when the repository is loaded, which this does if need be. It loads from the sources that it can read, and
-    // fails when it can read neither, or when memory runs out on the way: a half-read repository could let a registry
-    // entry stand where the settings store has another.
+    // True when the repository is loaded, which this does if need be. It fails when neither source can be read, or when
+    // memory runs out on the way: a store that was read by half could let a registry entry stand where the store has
+    // another.
     [[nodiscard]] bool Load() noexcept;
     // Whether the id is known. An unknown id costs one reload, so that a component is found that was registered since.
     [[nodiscard]] bool Exists(const ObjectId& objectId) noexcept;

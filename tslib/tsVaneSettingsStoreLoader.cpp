@@ -10,10 +10,9 @@ VaneResult tsVaneSettingsStoreLoader::Create(VaneRef<ISettingsStore>& store) noe
     store.Reset();
     return AtVaneBoundary([&] {
         std::u16string path;
-        if (!paths_.InstallFolder64(path)) {
+        if (!paths_.Expand(kSettingsStoreModulePath, path)) {
             return VaneResult::ModuleMissing;
         }
-        path += kSettingsStoreModuleName;
         if (const VaneResult result = loader_.Load(path.c_str()); Failed(result)) {
             return result;
         }

@@ -8,7 +8,7 @@
 
 namespace tsLib {
 
-inline constexpr char16_t kSettingsStoreModuleName[] = u"tsSet.dll";
+inline constexpr char16_t kSettingsStoreModulePath[] = u"%TSROOTX64%\\tsSet.dll";
 
 // Every call makes a new store object. The module's reference lives here: the module is verified and loaded by the
 // first call that succeeds, and stays for the following ones, so that the reload which an unknown object id costs pays

@@ -47,12 +47,9 @@ void tsVaneTrustedModuleLoader::EnsureVerifier() noexcept {
 
 VaneResult tsVaneTrustedModuleLoader::MakeVerifier(std::u16string& module) noexcept {
     return AtVaneBoundary([&] {
-        std::u16string path;
-        if (!paths_.InstallFolder64(path)) {
+        if (!paths_.Expand(kVerifierModulePath, module)) {
             return VaneResult::ModuleMissing;
         }
-        path += kVerifierModuleName;
-        module = std::move(path);
         if (const VaneResult result = verifierModule_.Load(module.c_str()); Failed(result)) {
             return result;
         }

@@ -9,7 +9,7 @@
 
 namespace tsLib {
 
-inline constexpr char16_t kVerifierModuleName[] = u"tsVrTrst.dll";
+inline constexpr char16_t kVerifierModulePath[] = u"%TSROOTX64%\\tsVrTrst.dll";
 
 // The verifier is itself a component, in a module at a fixed place that is loaded unchecked: there is nothing yet to
 // check it with.
