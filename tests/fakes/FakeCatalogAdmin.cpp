@@ -6,6 +6,10 @@ namespace tests {
 
 using namespace tsLib::platform;
 
+bool FakeCatalogAdmin::ByBytes::operator()(const Hash& left, const Hash& right) const noexcept {
+    return std::lexicographical_compare(left.begin(), left.end(), right.begin(), right.end());
+}
+
 SystemError FakeCatalogAdmin::Acquire(bool sha256, SystemError error, Context& context) {
     if (const SystemError fault = Fault(); Failed(fault)) {
         return fault;

@@ -18,7 +18,11 @@ public:
     using Context = tsLib::platform::CatalogContextHandle;
     using Catalog = tsLib::platform::CatalogHandle;
     using Hash = std::vector<std::byte>;
-    using Catalogs = std::map<Hash, std::vector<std::u16string>>;
+    // Apart from the library's own order, whose inlined form makes g++ 12 warn of sizes that cannot be.
+    struct ByBytes {
+        [[nodiscard]] bool operator()(const Hash& left, const Hash& right) const noexcept;
+    };
+    using Catalogs = std::map<Hash, std::vector<std::u16string>, ByBytes>;
 
     [[nodiscard]] bool HasSha256Context() const noexcept override { return hasSha256; }
     SystemError AcquireContext(Context& context) override;
