@@ -117,7 +117,7 @@ HResult MenuCommand::Invoke(const InvokeRequest& request, ScanOperation& scan) {
     }
     services_.tracer.Information(TraceEvent::MenuScanRefused);
     const std::u16string caption = services_.strings.Load(kRefusalCaptionId);
-    services_.refusal.Show(services_.strings.Load(kRefusalTextId), caption);
+    services_.boxes.ShowError(services_.strings.Load(kRefusalTextId), &caption);
     return HResult::Ok;
 }
 

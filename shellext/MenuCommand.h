@@ -8,6 +8,7 @@
 #include "shellext/ShellSurface.h"
 #include "tslib/Tracer.h"
 #include "tslib/platform/HResult.h"
+#include "tslib/platform/MessageBoxes.h"
 #include "tslib/platform/NarrowCharacters.h"
 #include "tslib/platform/Registry.h"
 
@@ -56,7 +57,7 @@ public:
         const tsLib::platform::NarrowCharacters& characters;
         tsLib::platform::RegistryReader& registry;
         Apartment& apartment;
-        RefusalBox& refusal;
+        tsLib::platform::MessageBoxes& boxes;
         tsLib::Tracer tracer;
     };
 

@@ -61,15 +61,6 @@ protected:
     ~Apartment() = default;
 };
 
-// The message box with which a scan is refused: no owner window, an OK button, the error icon.
-class RefusalBox {
-public:
-    virtual void Show(const std::u16string& text, const std::u16string& caption) = 0;
-
-protected:
-    ~RefusalBox() = default;
-};
-
 // What the command does: CZebshellEx::Scan.
 class ScanOperation {
 public:

@@ -29,7 +29,7 @@ struct MenuWorld final : HVR::MenuStrings,
                          HVR::MenuBuilder,
                          HVR::Selection,
                          HVR::Apartment,
-                         HVR::RefusalBox,
+                         tsLib::platform::MessageBoxes,
                          HVR::ScanOperation {
     std::u16string Load(std::uint32_t id) override { return strings[id]; }
     std::string LoadNarrow(std::uint32_t id) override { return narrowStrings[id]; }
@@ -50,8 +50,8 @@ struct MenuWorld final : HVR::MenuStrings,
     }
     void Enter() noexcept override { ++entered; }
     void Leave() noexcept override { ++left; }
-    void Show(const std::u16string& text, const std::u16string& caption) override {
-        boxes.push_back(caption + u": " + text);
+    void ShowError(const std::u16string& text, const std::u16string* caption) noexcept override {
+        boxes.push_back((caption == nullptr ? u"none" : *caption) + u": " + text);
     }
     HResult Scan() override {
         ++scans;

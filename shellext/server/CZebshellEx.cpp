@@ -1,0 +1,171 @@
+#include "shellext/server/CZebshellEx.h"
+
+#include <shellapi.h>
+#include <wrl/client.h>
+
+#include "shellext/server/ComResult.h"
+#include "shellext/server/IPageProvider.h"
+#include "shellext/server/ServerIds.h"
+#include "shellext/server/ShellAdapters.h"
+#include "tslib/Tracer.h"
+
+namespace HVR {
+
+using tsLib::HResult;
+
+CZebshellEx::CZebshellEx(const Services& services, IUnknown* outer) noexcept
+    : resources_(services.resources), command_(services.menu), outer_(outer), services_(services) {
+    services_.module.Lock();
+}
+
+HRESULT CZebshellEx::Create(const Services& services, IUnknown* outer, REFIID interfaceId, void** object) {
+    if (object == nullptr) {
+        return E_POINTER;
+    }
+    *object = nullptr;
+    if (outer != nullptr && !IsEqualIID(interfaceId, IID_IUnknown)) {
+        return CLASS_E_NOAGGREGATION;
+    }
+    auto* created = new CZebshellEx(services, outer);
+    // The reference keeps the object while it is asked, and takes it away when the interface is not there.
+    created->inner_.AddRef();
+    const HRESULT result = created->inner_.QueryInterface(interfaceId, object);
+    created->inner_.Release();
+    return result;
+}
+
+IUnknown* CZebshellEx::Identity() noexcept {
+    return outer_ != nullptr ? static_cast<IUnknown*>(&inner_) : static_cast<IShellExtInit*>(this);
+}
+
+HRESULT CZebshellEx::Inner::QueryInterface(REFIID interfaceId, void** object) noexcept {
+    if (object == nullptr) {
+        return E_POINTER;
+    }
+    IUnknown* found = nullptr;
+    *object = nullptr;
+    if (IsEqualIID(interfaceId, IID_IUnknown)) {
+        found = object_.Identity();
+        *object = found;
+    } else if (IsEqualIID(interfaceId, IID_IShellExtInit)) {
+        *object = static_cast<IShellExtInit*>(&object_);
+        found = static_cast<IShellExtInit*>(&object_);
+    } else if (IsEqualIID(interfaceId, IID_IContextMenu)) {
+        *object = static_cast<IContextMenu*>(&object_);
+        found = static_cast<IContextMenu*>(&object_);
+    } else if (IsEqualIID(interfaceId, IID_IShellPropSheetExt)) {
+        *object = static_cast<IShellPropSheetExt*>(&object_);
+        found = static_cast<IShellPropSheetExt*>(&object_);
+    }
+    if (found == nullptr) {
+        return E_NOINTERFACE;
+    }
+    // Of an aggregated object, the outer one counts the references on interfaces, this one those on itself.
+    found->AddRef();
+    return S_OK;
+}
+
+ULONG CZebshellEx::Inner::AddRef() noexcept { return ++object_.references_; }
+
+ULONG CZebshellEx::Inner::Release() noexcept {
+    const ULONG count = --object_.references_;
+    if (count == 0) {
+        // A reference taken and given back by what the destructor calls must not destroy a second time.
+        object_.references_ = 1;
+        ModuleLock& module = object_.services_.module;
+        delete &object_;
+        module.Unlock();
+    }
+    return count;
+}
+
+HRESULT CZebshellEx::QueryInterface(REFIID interfaceId, void** object) noexcept {
+    return outer_ != nullptr ? outer_->QueryInterface(interfaceId, object) : inner_.QueryInterface(interfaceId, object);
+}
+
+ULONG CZebshellEx::AddRef() noexcept { return outer_ != nullptr ? outer_->AddRef() : inner_.AddRef(); }
+
+ULONG CZebshellEx::Release() noexcept { return outer_ != nullptr ? outer_->Release() : inner_.Release(); }
+
+HRESULT CZebshellEx::Initialize(PCIDLIST_ABSOLUTE, IDataObject* dataObject, HKEY) noexcept {
+    return EntryPoint(HResult::Fail, [&] {
+        if (dataObject == nullptr) {
+            return command_.Initialize(nullptr);
+        }
+        DataObjectSelection selection(*dataObject);
+        return command_.Initialize(&selection);
+    });
+}
+
+HRESULT CZebshellEx::Scan() noexcept {
+    return EntryPoint(HResult::Unexpected, [&] { return services_.scanner.Scan(command_.HeldDropList()); });
+}
+
+HRESULT CZebshellEx::QueryContextMenu(HMENU menu, UINT position, UINT firstId, UINT, UINT flags) noexcept {
+    return EntryPoint(HResult::Fail, [&] {
+        Win32Menu builder(menu);
+        const std::uint32_t used = command_.AddItem(builder, position, firstId, flags);
+        return FromCom(MAKE_HRESULT(SEVERITY_SUCCESS, FACILITY_NULL, used & 0xFFFF));
+    });
+}
+
+HRESULT CZebshellEx::InvokeCommand(CMINVOKECOMMANDINFO* information) noexcept {
+    static_assert(sizeof(CMINVOKECOMMANDINFOEX) == kExtendedInvokeSize && CMIC_MASK_UNICODE == kInvokeUnicode);
+    if (information == nullptr) {
+        return E_INVALIDARG;
+    }
+    InvokeRequest request{static_cast<std::uint32_t>(information->cbSize),
+                          static_cast<std::uint32_t>(information->fMask),
+                          reinterpret_cast<std::uintptr_t>(information->lpVerb), 0};
+    if (request.IsExtendedUnicode()) {
+        request.wideVerb =
+            reinterpret_cast<std::uintptr_t>(reinterpret_cast<const CMINVOKECOMMANDINFOEX*>(information)->lpVerbW);
+    }
+    class Operation final : public ScanOperation {
+    public:
+        explicit Operation(CZebshellEx& object) noexcept : object_(object) {}
+        HResult Scan() override { return FromCom(object_.Scan()); }
+
+    private:
+        CZebshellEx& object_;
+    };
+    return EntryPoint(HResult::Fail, [&] {
+        Operation operation(*this);
+        return command_.Invoke(request, operation);
+    });
+}
+
+HRESULT CZebshellEx::GetCommandString(UINT_PTR, UINT type, UINT*, CHAR* buffer, UINT capacity) noexcept {
+    static_assert(GCS_VERBA == kCommandVerbNarrow && GCS_HELPTEXTA == kCommandHelpNarrow &&
+                  GCS_VERBW == kCommandVerbWide && GCS_HELPTEXTW == kCommandHelpWide);
+    return EntryPoint(HResult::Fail, [&] { return command_.GetText(type, buffer, capacity); });
+}
+
+HRESULT CZebshellEx::AddPages(LPFNADDPROPSHEETPAGE addPage, LPARAM parameter) noexcept {
+    // Whatever happens, the sheet is shown with the pages of others.
+    static_cast<void>(EntryPoint(HResult::Ok, [&] {
+        if (addPage == nullptr) {
+            return HResult::Ok;
+        }
+        Microsoft::WRL::ComPtr<IPageProvider> provider;
+        void* made = nullptr;
+        const HRESULT result =
+            CoCreateInstance(kPageProviderClassId, nullptr, CLSCTX_INPROC_SERVER, kPageProviderInterfaceId, &made);
+        provider.Attach(static_cast<IPageProvider*>(made));
+        if (FAILED(result) || !provider) {
+            services_.menu.tracer.Warning(tsLib::TraceEvent::PageProviderUnavailable, FromCom(result));
+            return HResult::Ok;
+        }
+        HPROPSHEETPAGE page = nullptr;
+        if (provider->MakePage(command_.PageMode(), &page) == S_OK) {
+            // The page is the sheet's from here on; a sheet that does not want it says so to nobody.
+            addPage(page, parameter);
+        }
+        return HResult::Ok;
+    }));
+    return S_OK;
+}
+
+HRESULT CZebshellEx::ReplacePage(EXPPS, LPFNADDPROPSHEETPAGE, LPARAM) noexcept { return S_OK; }
+
+}  // namespace HVR
