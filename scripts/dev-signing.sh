@@ -2,7 +2,8 @@
 # A private code-signing chain for development, made on this machine and never committed: out/signing/.
 #
 #   dev-signing.sh                      makes the chain if it is missing or older than config/signer-names.conf
-#   dev-signing.sh PROFILE IN OUT       signs IN as OUT with one of the profiles below
+#   dev-signing.sh PROFILE IN OUT       signs IN as OUT with one of the profiles below; the digest is
+#                                       HALVORA_SIGN_DIGEST, or sha256
 #
 # Profiles: main, second (the accepted combinations), driver and system (main's names and a further usage), legacy
 # (no code-signing usage, but the accepted subject), unit (accepted organization and unit, another common name),
@@ -62,7 +63,7 @@ fi
 if [ $# -eq 3 ]; then
     [ -f "$SIGNING/$1.pem" ] || die "no signing profile '$1'"
     rm -f "$3.signing"
-    osslsigncode sign -h sha256 -certs "$SIGNING/$1.pem" -key "$SIGNING/$1.key" -n "Halvora" -in "$2" -out "$3.signing" >/dev/null
+    osslsigncode sign -h "${HALVORA_SIGN_DIGEST:-sha256}" -certs "$SIGNING/$1.pem" -key "$SIGNING/$1.key" -n "Halvora" -in "$2" -out "$3.signing" >/dev/null
     mv "$3.signing" "$3"
 elif [ $# -ne 0 ]; then
     die "usage: dev-signing.sh [PROFILE IN OUT]"

@@ -5,8 +5,10 @@ source "$(dirname "$0")/common.sh"
 SAMPLES="$OUT/samples"
 EXE="$OUT/windows/tests/samples/sample.exe"
 DLL="$OUT/windows/tests/samples/sample.dll"
+MAKE_CATALOG="$OUT/windows/tests/samples/make-catalog.exe"
 [ -f "$SAMPLES/.ready" ] && [ ! "$EXE" -nt "$SAMPLES/.ready" ] && [ ! "$DLL" -nt "$SAMPLES/.ready" ] &&
-    [ ! "$OUT/signing/.ready" -nt "$SAMPLES/.ready" ] && exit 0
+    [ ! "$MAKE_CATALOG" -nt "$SAMPLES/.ready" ] && [ ! "$OUT/signing/.ready" -nt "$SAMPLES/.ready" ] && exit 0
+"$ROOT/scripts/wine-prefix.sh"
 
 sign() { "$ROOT/scripts/dev-signing.sh" "$@"; }
 # One byte of the code changed; the signature stays where it is.
@@ -33,6 +35,9 @@ make_samples() {
     sign legacy "$EXE" "$SAMPLES/legacy.exe"
     tamper "$SAMPLES/good.exe" "$SAMPLES/tampered.exe"
     tamper "$SAMPLES/good.dll" "$SAMPLES/tampered.dll"
+    # A signed catalog that lists the unsigned file. Wine cannot enumerate one with a newer digest (docs/platform.md).
+    wine "$MAKE_CATALOG" "$(windows_path "$SAMPLES/unsigned.exe")" "$(windows_path "$SAMPLES/unsigned.cat")"
+    HALVORA_SIGN_DIGEST=sha1 sign main "$SAMPLES/unsigned.cat" "$SAMPLES/unsigned.cat"
     touch "$SAMPLES/.ready"
 }
 step "signed samples" make_samples

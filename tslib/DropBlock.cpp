@@ -34,6 +34,7 @@ DropBlock::DropBlock(std::span<const std::byte> block) : block_(block) {
     } else if (!wide && Walk<char>(offset)) {
         form_ = Form::Narrow;
     } else {
+        count_ = 0;
         items_.clear();
     }
 }
@@ -49,6 +50,7 @@ bool DropBlock::Walk(std::size_t offset) {
         if (at == start) {
             return true;
         }
+        ++count_;
         if constexpr (sizeof(Unit) == sizeof(char16_t)) {
             items_.push_back({start, (at - start) / sizeof(Unit)});
         }

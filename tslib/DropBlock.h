@@ -15,8 +15,8 @@ namespace tsLib {
 class DropBlock {
 public:
     enum class Form : std::uint8_t {
-        Wide,    // 16-bit items; Count and Item give them
-        Narrow,  // well terminated narrow items, which are not decoded here
+        Wide,    // 16-bit items
+        Narrow,  // well terminated narrow items, which are counted but not decoded here
         // The header does not fit, the list starts inside the header or outside the block, or it does not end inside
         // the block. No items.
         Malformed,
@@ -28,9 +28,10 @@ public:
     explicit DropBlock(std::span<const std::byte> block);
 
     [[nodiscard]] Form GetForm() const noexcept { return form_; }
-    // 0 unless the form is Wide.
-    [[nodiscard]] std::uint32_t Count() const noexcept { return static_cast<std::uint32_t>(items_.size()); }
-    // Empty for an index outside. The units stand in the text exactly as in the block, lone surrogates included.
+    // 0 for a malformed block.
+    [[nodiscard]] std::uint32_t Count() const noexcept { return count_; }
+    // Empty for an index outside, and for every narrow item. The units stand in the text exactly as in the block, lone
+    // surrogates included.
     [[nodiscard]] std::u16string Item(std::uint32_t index) const;
 
 private:
@@ -44,7 +45,8 @@ private:
 
     std::span<const std::byte> block_;
     Form form_ = Form::Malformed;
-    std::vector<Place> items_;
+    std::uint32_t count_ = 0;
+    std::vector<Place> items_;  // wide ones only
 };
 
 }  // namespace tsLib

@@ -81,13 +81,14 @@ TEST(DropBlock, EmptyList_IsWellFormedWithoutItems) {
     EXPECT_EQ(DropBlock(wide.Bytes()).GetForm(), Form::Wide);
     EXPECT_EQ(DropBlock(wide.Bytes()).Count(), 0U);
     EXPECT_EQ(DropBlock(narrow.Bytes()).GetForm(), Form::Narrow);
+    EXPECT_EQ(DropBlock(narrow.Bytes()).Count(), 0U);
 }
 
-TEST(DropBlock, NarrowItems_AreLeftToThePlatform) {
+TEST(DropBlock, NarrowItems_AreCountedAndNotDecoded) {
     const Block memory(20, 0, "C:\\a\0C:\\b\0\0"s);
     const DropBlock block(memory.Bytes());
     EXPECT_EQ(block.GetForm(), Form::Narrow);
-    EXPECT_EQ(block.Count(), 0U);
+    EXPECT_EQ(block.Count(), 2U);
     EXPECT_EQ(block.Item(0), u"");
 }
 

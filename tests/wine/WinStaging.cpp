@@ -88,7 +88,9 @@ std::u16string FreshFolder(const wchar_t* name) {
     const std::u16string path = FromWide(folder.c_str());
     RemoveTree(path);
     CreateDirectoryW(folder.c_str(), nullptr);
-    return path + u'\\';
+    // As it is spelled on the volume.
+    wchar_t spelled[MAX_PATH] = {};
+    return std::u16string(FromWide(spelled, GetLongPathNameW(folder.c_str(), spelled, MAX_PATH))) + u'\\';
 }
 
 DropMemory::DropMemory(std::string_view block) : memory_(GlobalAlloc(GMEM_MOVEABLE, block.size())) {

@@ -36,12 +36,13 @@ SystemError HashWith(Call call, std::span<std::byte> buffer, std::uint32_t& size
     SetLastError(ERROR_SUCCESS);
     const BOOL done = call(&bytes, Bytes(buffer));
     const DWORD error = GetLastError();
-    size = bytes;
-    if (done || (buffer.empty() && bytes != 0)) {
+    size = 0;
+    if (buffer.empty() ? bytes != 0 || done : done && bytes <= buffer.size()) {
+        size = bytes;
         return SystemError::Success;
     }
-    if (!buffer.empty()) {
-        size = 0;
+    if (done) {  // Wine tells the size again instead of failing
+        return SystemError::InsufficientBuffer;
     }
     return error == ERROR_SUCCESS ? SystemError::InternalError : static_cast<SystemError>(error);
 }

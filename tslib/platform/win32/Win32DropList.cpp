@@ -30,18 +30,14 @@ const DropBlock& Win32DropList::Block() {
     return *block_;
 }
 
-std::uint32_t Win32DropList::Count() {
-    const DropBlock& block = Block();
-    return block.GetForm() == DropBlock::Form::Narrow ? DragQueryFileW(drop_, 0xFFFFFFFF, nullptr, 0) : block.Count();
-}
+std::uint32_t Win32DropList::Count() { return Block().Count(); }
 
 std::u16string Win32DropList::Item(std::uint32_t index) {
     const DropBlock& block = Block();
     if (block.GetForm() != DropBlock::Form::Narrow) {
         return block.Item(index);
     }
-    // 0xFFFFFFFF would ask for the count.
-    const UINT length = index == 0xFFFFFFFF ? 0 : DragQueryFileW(drop_, index, nullptr, 0);
+    const UINT length = index < block.Count() ? DragQueryFileW(drop_, index, nullptr, 0) : 0;
     if (length == 0) {
         return {};
     }

@@ -13,7 +13,7 @@ namespace tsLib::platform::win32 {
 // and must outlive this object; null for no list.
 //
 // Wide items are read straight from the block: the platform walks the list from its beginning for every item that it
-// is asked for. A narrow list is left to the platform, which knows its code page. A block whose list does not end
+// is asked for. Narrow items are left to the platform, which knows their code page. A block whose list does not end
 // inside it has no items here; the platform would read past its end.
 class Win32DropList final : public DropList {
 public:
