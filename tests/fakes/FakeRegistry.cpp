@@ -211,10 +211,11 @@ SystemError FakeRegistry::DeleteTree(Root root, const std::u16string& path) { re
 void FakeRegistry::Make(const std::u16string& path, const std::u16string& asked) {
     children_.clear();
     Spell(path, asked);
-    for (std::size_t end = path.find(u'\\'); end != std::u16string::npos; end = path.find(u'\\', end + 1)) {
-        keys_.try_emplace(path.substr(0, end));
+    // A key that exists has all its parents.
+    std::u16string key = path;
+    while (keys_.try_emplace(key).second && key.find(u'\\') != std::u16string::npos) {
+        key.resize(key.rfind(u'\\'));
     }
-    keys_.try_emplace(path);
 }
 
 void FakeRegistry::PutKey(Root root, const std::u16string& path, std::uint32_t view) {

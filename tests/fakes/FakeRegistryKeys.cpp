@@ -23,7 +23,9 @@ void FakeRegistry::Spell(const std::u16string& full, const std::u16string& asked
             continue;
         }
         const std::size_t name = names.rfind(u'\\') + 1;
-        spelled_.try_emplace(path, names.substr(name));
+        if (!spelled_.try_emplace(path, names.substr(name)).second) {
+            return;
+        }
         names.resize(name);
         path.resize(std::min(path.rfind(u'\\'), path.size()));
     }
