@@ -16,7 +16,7 @@
 namespace HVR {
 
 // Keeps nothing between calls. Made by `new`, as every component; what is passed to it must outlive it.
-class CProductInstallPathResolver final
+class CProductInstallPathResolver
     : public tsLib::IVaneBaseImpl<tsLib::CVaneThreadSafeRefCount, IProductInstallPathResolver,
                                   kIProductInstallPathResolverId> {
 public:

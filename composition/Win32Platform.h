@@ -23,6 +23,10 @@ namespace HVR {
 // Only composition roots (the library, the tools, the test mains) include this; everything below takes references to
 // the interfaces that it uses. Drop lists and text outputs belong to one piece of work and are made for it.
 struct Win32Platform {
+    // For modules that hosts load and unload again, which own one.
+    Win32Platform() noexcept = default;
+    Win32Platform(const Win32Platform&) = delete;
+    Win32Platform& operator=(const Win32Platform&) = delete;
     // Made by the first call and never destroyed: threads may still be at work when the process ends. Any thread.
     [[nodiscard]] static Win32Platform& Instance() noexcept;
 
@@ -47,9 +51,6 @@ struct Win32Platform {
     tsLib::platform::win32::Win32TraceOutput trace;
 
     tsLib::Tracer tracer{trace};
-
-private:
-    Win32Platform() noexcept = default;
 };
 
 }  // namespace HVR

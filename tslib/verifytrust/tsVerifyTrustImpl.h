@@ -24,7 +24,7 @@ struct VerifierOptions {
     bool providerMode2 = false;     // the hash provider's second kind of result
 };
 
-class tsVerifyTrustImpl final : public IVaneBaseImpl<CVaneThreadSafeRefCount, IVerifyTrust, kIVerifyTrustId> {
+class tsVerifyTrustImpl : public IVaneBaseImpl<CVaneThreadSafeRefCount, IVerifyTrust, kIVerifyTrustId> {
 public:
     tsVerifyTrustImpl(const TrustServices& services, TrustProcessState& process,
                       const VerifierOptions& options) noexcept;

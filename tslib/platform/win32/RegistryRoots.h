@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include "tslib/platform/Registry.h"
+#include "tslib/platform/win32/WideText.h"
 
 namespace tsLib::platform::win32 {
 
@@ -15,6 +16,12 @@ inline HKEY RootKey(RegistryRoot root) noexcept {
         default:
             return HKEY_LOCAL_MACHINE;
     }
+}
+
+// RegDeleteTreeW empties the key itself when the name is missing, so no path with an empty element may get there.
+inline bool IsCompletePath(const std::u16string& path) noexcept {
+    return !path.empty() && !HoldsNul(path) && path.front() != u'\\' && path.back() != u'\\' &&
+           path.find(u"\\\\") == std::u16string::npos;
 }
 
 }  // namespace tsLib::platform::win32

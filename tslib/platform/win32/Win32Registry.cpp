@@ -123,4 +123,9 @@ SystemError Win32Registry::SubkeyName(RegistryKey key, std::uint32_t index, std:
     return error;
 }
 
+SystemError Win32Registry::DeleteSubkeyTree(RegistryKey parent, const std::u16string& path) {
+    return IsCompletePath(path) ? FromStatus(RegDeleteTreeW(FromSeam<HKEY>(parent), ToWide(path)))
+                                : SystemError::InvalidParameter;
+}
+
 }  // namespace tsLib::platform::win32

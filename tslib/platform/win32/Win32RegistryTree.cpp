@@ -6,18 +6,8 @@
 
 namespace tsLib::platform::win32 {
 
-namespace {
-
-// RegDeleteTreeW empties the key itself when the name is missing, so no empty component may get there.
-bool IsComplete(const std::u16string& path) noexcept {
-    return !path.empty() && !HoldsNul(path) && path.front() != u'\\' && path.back() != u'\\' &&
-           path.find(u"\\\\") == std::u16string::npos;
-}
-
-}  // namespace
-
 SystemError Win32RegistryTree::DeleteKey(RegistryRoot root, const std::u16string& path) {
-    if (!IsComplete(path)) {
+    if (!IsCompletePath(path)) {
         return SystemError::InvalidParameter;
     }
     UniqueRegistryKey key;
@@ -36,7 +26,8 @@ SystemError Win32RegistryTree::DeleteKey(RegistryRoot root, const std::u16string
 }
 
 SystemError Win32RegistryTree::DeleteTree(RegistryRoot root, const std::u16string& path) {
-    return IsComplete(path) ? FromStatus(RegDeleteTreeW(RootKey(root), ToWide(path))) : SystemError::InvalidParameter;
+    return IsCompletePath(path) ? FromStatus(RegDeleteTreeW(RootKey(root), ToWide(path)))
+                                : SystemError::InvalidParameter;
 }
 
 }  // namespace tsLib::platform::win32
