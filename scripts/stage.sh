@@ -8,6 +8,8 @@ STAGE="$OUT/windows/stage"
 modules=(
     "companions/scanagent/ScanAgent.exe main"
     "tools/zebdiag/zebdiag.exe main"
+    "shellext/server/zebshell2.dll main"
+    "companions/pages/zebpages.dll main"
 )
 # stage_one BUILT PROFILE NAME: NAME is relative to the stage.
 stage_one() {
