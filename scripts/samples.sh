@@ -3,11 +3,17 @@
 source "$(dirname "$0")/common.sh"
 "$ROOT/scripts/dev-signing.sh"
 SAMPLES="$OUT/samples"
-EXE="$OUT/windows/tests/samples/sample.exe"
-DLL="$OUT/windows/tests/samples/sample.dll"
-MAKE_CATALOG="$OUT/windows/tests/samples/make-catalog.exe"
-[ -f "$SAMPLES/.ready" ] && [ ! "$EXE" -nt "$SAMPLES/.ready" ] && [ ! "$DLL" -nt "$SAMPLES/.ready" ] &&
-    [ ! "$MAKE_CATALOG" -nt "$SAMPLES/.ready" ] && [ ! "$OUT/signing/.ready" -nt "$SAMPLES/.ready" ] && exit 0
+BUILT="$OUT/windows/tests/samples"
+EXE="$BUILT/sample.exe"
+DLL="$BUILT/sample.dll"
+fresh() {
+    [ -f "$SAMPLES/.ready" ] || return 1
+    local input
+    for input in "$BUILT"/*.exe "$BUILT"/*.dll "$OUT/signing/.ready" "$0"; do
+        [ ! "$input" -nt "$SAMPLES/.ready" ] || return 1
+    done
+}
+! fresh || exit 0
 "$ROOT/scripts/wine-prefix.sh"
 
 sign() { "$ROOT/scripts/dev-signing.sh" "$@"; }
@@ -33,10 +39,12 @@ make_samples() {
     sign system "$EXE" "$SAMPLES/system.exe"
     sign no-usage "$EXE" "$SAMPLES/no-usage.exe"
     sign legacy "$EXE" "$SAMPLES/legacy.exe"
+    sign main "$BUILT/verify-self.exe" "$SAMPLES/verify-self.exe"
+    cp "$BUILT/verify-self.exe" "$SAMPLES/verify-self-unsigned.exe"
     tamper "$SAMPLES/good.exe" "$SAMPLES/tampered.exe"
     tamper "$SAMPLES/good.dll" "$SAMPLES/tampered.dll"
     # A signed catalog that lists the unsigned file. Wine cannot enumerate one with a newer digest (docs/platform.md).
-    wine "$MAKE_CATALOG" "$(windows_path "$SAMPLES/unsigned.exe")" "$(windows_path "$SAMPLES/unsigned.cat")"
+    wine "$BUILT/make-catalog.exe" "$(windows_path "$SAMPLES/unsigned.exe")" "$(windows_path "$SAMPLES/unsigned.cat")"
     HALVORA_SIGN_DIGEST=sha1 sign main "$SAMPLES/unsigned.cat" "$SAMPLES/unsigned.cat"
     touch "$SAMPLES/.ready"
 }

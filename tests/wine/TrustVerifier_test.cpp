@@ -39,16 +39,15 @@ protected:
     TrustResult Verify(const std::u16string& path, TrustLevel level, bool driverMode = false) {
         return verifier->VerifyFile(path.c_str(), level, driverMode);
     }
-    // The exit code of a copy of this program at work.
-    static std::uint32_t RunSelf(const wchar_t* part) {
-        wchar_t path[1024] = {};
-        GetModuleFileNameW(nullptr, path, 1024);
-        return Run(L'"' + std::wstring(path) + L"\" " + part, [](HANDLE process) {
-            DWORD code = 0;
-            EXPECT_EQ(WaitForSingleObject(process, 60000), WAIT_OBJECT_0);
-            EXPECT_TRUE(GetExitCodeProcess(process, &code));
-            return code;
-        });
+    // The exit code of the sample run with the argument.
+    static TrustResult ExitVerdict(const std::u16string& name, const wchar_t* argument) {
+        return static_cast<TrustResult>(
+            Run(L'"' + std::wstring(ToWide(Sample(name))) + L"\" " + argument, [](HANDLE process) {
+                DWORD code = 0;
+                EXPECT_EQ(WaitForSingleObject(process, 60000), WAIT_OBJECT_0);
+                EXPECT_TRUE(GetExitCodeProcess(process, &code));
+                return code;
+            }));
     }
     template <class Body>
     static std::uint32_t Run(std::wstring commandLine, Body&& body) {
@@ -92,10 +91,15 @@ TEST_F(TrustVerifierOnWindows, SignedFile_IsJudgedByItsSignersNames) {
 }
 
 TEST_F(TrustVerifierOnWindows, BadFile_IsRefusedOrMissing) {
+    // At the other levels catalogs are consulted, and a system that cannot open them knows nothing of the file.
+    CatalogAdmin& catalogs = HVR::Win32Platform::Instance().catalogAdmin;
+    OwnedCatalogContext context(catalogs);
+    const TrustResult inNoCatalog =
+        Succeeded(catalogs.AcquireSha256Context(context.Receive())) ? TrustResult::NotTrusted : TrustResult::FileError;
     for (const char16_t* name : {u"tampered.exe", u"tampered.dll", u"unsigned.exe", u"unsigned.dll"}) {
         EXPECT_EQ(Verify(Sample(name), 3), TrustResult::NotTrusted) << tsLib::ToUtf8(name);
-        for (TrustLevel level = 1; level <= 5; ++level) {
-            EXPECT_NE(Verify(Sample(name), level), TrustResult::Trusted) << tsLib::ToUtf8(name);
+        for (const TrustLevel level : {1U, 2U, 4U, 5U}) {
+            EXPECT_EQ(Verify(Sample(name), level), inNoCatalog) << tsLib::ToUtf8(name) << " at level " << level;
         }
     }
     for (TrustLevel level = 1; level <= 5; ++level) {
@@ -156,12 +160,15 @@ TEST_F(TrustVerifierOnWindows, RunningProcess_IsItsImageFile) {
 }
 
 TEST_F(TrustVerifierOnWindows, CurrentProcessAndItsParent_AreTheirImageFiles) {
-    // The verdict depends on whether this program has been signed; both ways must find it.
+    for (const wchar_t* question : {L"current", L"child"}) {
+        EXPECT_EQ(ExitVerdict(u"verify-self.exe", question), TrustResult::Trusted);
+        EXPECT_EQ(ExitVerdict(u"verify-self-unsigned.exe", question), TrustResult::NotTrusted);
+    }
+    // This program's own verdict depends on whether it has been signed.
     const TrustResult verdict = verifier->VerifyModule(kMainExecutable, 3);
     EXPECT_NE(verdict, TrustResult::FileError);
     EXPECT_EQ(verifier->VerifyCurrentProcess(3), verdict);
-    EXPECT_EQ(static_cast<TrustResult>(RunSelf(L"--verify-current")), verdict);
-    EXPECT_EQ(static_cast<TrustResult>(RunSelf(L"--verify-parent")), verdict);
+    EXPECT_EQ(ExitVerdict(u"verify-self.exe", L"parent"), verdict);
 }
 
 TEST_F(TrustVerifierOnWindows, LoadedModule_IsItsFile) {

@@ -1,8 +1,5 @@
-// The Windows suites. With one of the words below as its first argument this program plays another part instead:
-//   --sleep                       waits to be ended
-//   --verify-current              exit code: the verdict on the current process at level 3
-//   --verify-parent               exit code: the verdict on the parent process at level 3
-//   --parent-is ID                exit code 0 when the process with this id is the parent
+// The Windows suites. With "--parent-is ID" this program does nothing but tell, with exit code 0, whether its parent is
+// the process with this id.
 #include <gmock/gmock.h>
 #include <windows.h>
 
@@ -11,30 +8,11 @@
 
 #include <string_view>
 
-#include "composition/ProductRuntime.h"
-#include "tslib/VaneRef.h"
+#include "composition/Win32Platform.h"
 
 namespace {
 
-int VerifyProcess(tsLib::TrustResult (tsLib::IVerifyTrust::*verify)(tsLib::TrustLevel) noexcept) {
-    const tsLib::VaneRef<tsLib::IVerifyTrust> verifier(tsLib::CreateTrustVerifierStatic());
-    if (!verifier || verifier->Initialize(true) != 1) {
-        return 100;
-    }
-    return static_cast<int>((verifier.Get()->*verify)(tsLib::kProductTrustLevel));
-}
-
 int PlayPart(std::string_view part, const char* argument) {
-    if (part == "--sleep") {
-        Sleep(60000);
-        return 0;
-    }
-    if (part == "--verify-current") {
-        return VerifyProcess(&tsLib::IVerifyTrust::VerifyCurrentProcess);
-    }
-    if (part == "--verify-parent") {
-        return VerifyProcess(&tsLib::IVerifyTrust::VerifyParentProcess);
-    }
     if (part == "--parent-is" && argument != nullptr) {
         std::uint32_t parent = 0;
         const auto error = HVR::Win32Platform::Instance().processes.ParentId(parent);
