@@ -7,42 +7,55 @@
 
 namespace tsLib {
 
-IVerifyTrust* CreateTrustVerifierStatic() noexcept { return HVR::ProductRuntime::Instance().TrustVerifiers().Create(); }
+IVerifyTrust* CreateTrustVerifierStatic() noexcept {
+    try {
+        return HVR::ProductRuntime::Instance().TrustVerifiers().Create();
+    } catch (...) {  // there was no memory for what all verifiers share
+        return nullptr;
+    }
+}
 
 }  // namespace tsLib
 
 namespace HVR {
 
-ProductRuntime& ProductRuntime::Instance() noexcept {
+ProductRuntime& ProductRuntime::Instance() {
     alignas(ProductRuntime) static std::byte storage[sizeof(ProductRuntime)];
     static ProductRuntime* const instance = new (storage) ProductRuntime;
     return *instance;
 }
 
-ProductRuntime::ProductRuntime() noexcept
+ProductRuntime::ProductRuntime()
     : platform_(Win32Platform::Instance()),
       isolation_({platform_.modules, platform_.pathForms, platform_.files, platform_.registry, platform_.textRules,
                   platform_.trace}),
       expansion_(
           {platform_.registry, platform_.knownFolders, platform_.pathForms, platform_.textRules, platform_.trace},
           isolation_),
-      trustState_(platform_.textRules, platform_.tracer),
-      policy_(platform_.registry, isolation_, trustState_, platform_.tracer),
-      trustServices_{platform_.files,        platform_.pathForms,     platform_.textRules,
-                     platform_.clock,        platform_.systemInfo,    platform_.modules,
-                     platform_.processes,    platform_.registry,      platform_.trustProvider,
-                     platform_.catalogAdmin, platform_.catalogHasher, platform_.signatures,
-                     platform_.certificates, hashProviders_,          &policy_,
-                     platform_.tracer} {}
+      trust_(platform_, isolation_),
+      settingsStore_({platform_.moduleLoader, platform_.files, platform_.trace}, expansion_),
+      repository_({platform_.registry, platform_.registry, platform_.trace}, isolation_, expansion_, settingsStore_),
+      factoryCache_(platform_.moduleLoader, verifiers_, platform_.trace),
+      own_({{CLSID_ProductInstallPathResolver,
+             [this](tsLib::ModuleObjectCount& count) {
+                 return tsLib::MakeCounted<CProductInstallPathResolver>(count, expansion_, ResolverSeam());
+             }}}),
+      instanceFactory_(&own_, repository_, factoryCache_, {platform_.moduleLoader, platform_.files, platform_.trace},
+                       expansion_),
+      executable_(platform_.moduleAddresses) {
+    components_.Install(&instanceFactory_);
+}
+
+CProductInstallPathResolver::Seam ProductRuntime::ResolverSeam() noexcept {
+    return {platform_.knownFolders, platform_.textRules, platform_.memory, platform_.trace};
+}
 
 tsLib::IVerifyTrust* ProductRuntime::VerifierFactory::Create() noexcept {
-    return tsLib::CreateTrustVerifierStatic(runtime_.trustServices_, runtime_.trustState_);
+    return tsLib::CreateTrustVerifierStatic(runtime_.trust_.services, runtime_.trust_.state);
 }
 
 tsLib::HResult ProductRuntime::ResolverFactory::Create(IProductInstallPathResolver*& resolver) noexcept {
-    Win32Platform& platform = runtime_.platform_;
-    auto* made = new (std::nothrow) CProductInstallPathResolver(
-        runtime_.expansion_, {platform.knownFolders, platform.textRules, platform.memory, platform.trace});
+    auto* made = new (std::nothrow) CProductInstallPathResolver(runtime_.expansion_, runtime_.ResolverSeam());
     if (made == nullptr) {
         return tsLib::HResult::OutOfMemory;
     }

@@ -2,16 +2,20 @@
 #pragma once
 
 #include "AgentCore/ProductInstallPathResolver.h"
+#include "composition/TrustRuntime.h"
 #include "composition/Win32Platform.h"
 #include "shellext/ScanRequest.h"
 #include "shellext/ScannerLocation.h"
+#include "tslib/ComponentModule.h"
+#include "tslib/IInstanceFactory.h"
 #include "tslib/Isolation.h"
 #include "tslib/TrustVerifierFactory.h"
+#include "tslib/tsInstanceFactory.h"
 #include "tslib/tsPathExpansion.h"
-#include "tslib/verifytrust/HashProvider.h"
-#include "tslib/verifytrust/TrustProcessState.h"
-#include "tslib/verifytrust/TrustServices.h"
-#include "tslib/verifytrust/tsVerifyTrustPolicy.h"
+#include "tslib/tsVaneDllLifetimeMgrLocal.h"
+#include "tslib/tsVaneInstanceFactoryImpl.h"
+#include "tslib/tsVaneObjectRepository.h"
+#include "tslib/tsVaneSettingsStoreLoader.h"
 
 namespace tsLib {
 
@@ -26,16 +30,22 @@ namespace HVR {
 class ProductRuntime {
 public:
     // Made by the first call and never destroyed. Making it touches neither files nor the registry: each part reads
-    // what it needs on its first use. Any thread.
-    [[nodiscard]] static ProductRuntime& Instance() noexcept;
+    // what it needs on its first use. Throws std::bad_alloc, and then is made by a later call. Any thread.
+    [[nodiscard]] static ProductRuntime& Instance();
 
     // Any thread.
     [[nodiscard]] Win32Platform& Platform() noexcept { return platform_; }
     [[nodiscard]] tsLib::Isolation& Isolation() noexcept { return isolation_; }
     [[nodiscard]] tsLib::tsPathExpansion& PathExpansion() noexcept { return expansion_; }
-    [[nodiscard]] tsLib::tsVerifyTrustPolicy& TrustPolicy() noexcept { return policy_; }
+    [[nodiscard]] tsLib::tsVerifyTrustPolicy& TrustPolicy() noexcept { return trust_.policy; }
     [[nodiscard]] tsLib::TrustVerifierFactory& TrustVerifiers() noexcept { return verifiers_; }
     [[nodiscard]] ProductInstallPathResolverFactory& PathResolvers() noexcept { return resolvers_; }
+    [[nodiscard]] tsLib::tsVaneObjectRepository& ObjectRepository() noexcept { return repository_; }
+    // Components by object id. Not to be used from a module's start-up code.
+    [[nodiscard]] tsLib::InstanceFactorySlot& Components() noexcept { return components_; }
+    // The components that this module offers itself. It must not be unloaded while their count is above 0.
+    [[nodiscard]] tsLib::ComponentModule& OwnComponents() noexcept { return own_; }
+    [[nodiscard]] tsLib::MainExecutable& MainExecutable() noexcept { return executable_; }
 
     // A whole scan request on this thread. `output` writes the list file and `starter` starts the scanner; a tool may
     // stand in between to see what is done.
@@ -60,17 +70,22 @@ private:
         ProductRuntime& runtime_;
     };
 
-    ProductRuntime() noexcept;
+    ProductRuntime();
+    [[nodiscard]] CProductInstallPathResolver::Seam ResolverSeam() noexcept;
 
     Win32Platform& platform_;
     tsLib::Isolation isolation_;
     tsLib::tsPathExpansion expansion_;
-    tsLib::TrustProcessState trustState_;
-    tsLib::tsVerifyTrustPolicy policy_;
-    tsLib::NullHashProviderFactory hashProviders_;
-    tsLib::TrustServices trustServices_;
+    TrustRuntime trust_;
     VerifierFactory verifiers_{*this};
     ResolverFactory resolvers_{*this};
+    tsLib::tsVaneSettingsStoreLoader settingsStore_;
+    tsLib::tsVaneObjectRepository repository_;
+    tsLib::tsInstanceFactory factoryCache_;
+    tsLib::ComponentModule own_;
+    tsLib::tsVaneInstanceFactoryImpl instanceFactory_;
+    tsLib::InstanceFactorySlot components_;
+    tsLib::MainExecutable executable_;
 };
 
 }  // namespace HVR

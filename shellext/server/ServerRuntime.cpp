@@ -31,7 +31,7 @@ ServerRuntime::ServerRuntime()
       loader_(product_.Platform().modules.Own(), u"ZebShellRes.dll",
               {product_.Platform().registry, product_.Platform().modules, fileSearch_, resourceModules_, locales_,
                messageTexts_, codePage_, windowStation_, messageBoxes_, debugOutput_, product_.Platform().trace,
-               product_.TrustVerifiers(), components_}),
+               product_.TrustVerifiers(), product_.Components()}),
       sharedLoader_(&loader_, kReportFailure, instance_, product_.Platform().tracer),
       strings_(instance_, resourceModules_, codePage_),
       registration_(ModuleInstance(), product_.Platform().modules, product_.Platform().registry, registryTree_,

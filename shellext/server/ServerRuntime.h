@@ -52,7 +52,6 @@ private:
     tsLib::platform::win32::Win32DebugOutput debugOutput_;
     tsLib::platform::win32::Win32NarrowCharacters characters_;
     tsLib::platform::win32::Win32RegistryTree registryTree_;
-    tsLib::InstanceFactorySlot components_;
     ResourceInstance instance_;
     CResourceLoader loader_;
     CRefCountedAtlResourceLoader sharedLoader_;
