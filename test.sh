@@ -85,7 +85,7 @@ if [ "$part" = all ] || [ "$part" = host ]; then
     suite "host suites, ASan and UBSan" env ASAN_OPTIONS=detect_stack_use_after_return=1:strict_string_checks=1 \
         UBSAN_OPTIONS=print_stacktrace=1 "$OUT/host-asan/tests/halvora_tests"
     step "build with TSan" build host-tsan
-    suite "host suites, TSan" env TSAN_OPTIONS=halt_on_error=1 "$OUT/host-tsan/tests/halvora_tests"
+    suite "host suites with threads, TSan" env TSAN_OPTIONS=halt_on_error=1 "$OUT/host-tsan/tests/halvora_tests"
 fi
 
 if [ "$part" = all ] || [ "$part" = windows ]; then
@@ -97,7 +97,6 @@ if [ "$part" = all ] || [ "$part" = windows ]; then
     export HALVORA_SAMPLES HALVORA_STAGE
     HALVORA_SAMPLES=$(windows_path "$OUT/samples")
     HALVORA_STAGE=$(windows_path "$OUT/windows/stage")
-    suite "portable suites" wine "$OUT/windows/tests/halvora_tests.exe"
     suite "contracts and Windows suites" wine "$OUT/windows/tests/halvora_wine_tests.exe"
     check "no plain signer names in modules" scripts/check-enciphered.sh
     check "imports of the modules" scripts/check-imports.sh
