@@ -7,6 +7,7 @@
 
 #include "composition/ProductRuntime.h"
 #include "tools/zebdiag/Console.h"
+#include "tools/zebdiag/ObjectVerbs.h"
 #include "tools/zebdiag/ScanVerb.h"
 #include "tools/zebdiag/VerifyVerb.h"
 
@@ -37,5 +38,8 @@ private:
 // Runs the scan request on a drop list of the paths.
 [[nodiscard]] ScanOutcome Win32Scan(ProductRuntime& runtime, const std::vector<std::u16string>& paths,
                                     std::optional<std::uint32_t> waitSeconds);
+
+// The objects of the program itself, those at fixed places, and those of the installation's object repository.
+[[nodiscard]] bool Win32Objects(ProductRuntime& runtime, std::vector<KnownObject>& objects);
 
 }  // namespace HVR::zebdiag

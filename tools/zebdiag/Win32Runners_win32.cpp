@@ -231,4 +231,21 @@ ScanOutcome Win32Scan(ProductRuntime& runtime, const std::vector<std::u16string>
     return outcome;
 }
 
+bool Win32Objects(ProductRuntime& runtime, std::vector<KnownObject>& objects) {
+    using Source = KnownObject::Source;
+    objects = {{CLSID_ProductInstallPathResolver, Source::BuiltIn, {}},
+               {tsLib::kTrustVerifierObjectId, Source::FixedPlace, tsLib::kVerifierModulePath},
+               {tsLib::kSettingsStoreObjectId, Source::FixedPlace, tsLib::kSettingsStoreModulePath}};
+    std::vector<tsLib::RepositoryEntry> entries;
+    if (!runtime.ObjectRepository().List(entries)) {
+        return false;
+    }
+    for (tsLib::RepositoryEntry& entry : entries) {
+        const bool isStored = entry.source == tsLib::RepositoryEntry::Source::SettingsStore;
+        objects.push_back(
+            {entry.objectId, isStored ? Source::SettingsStore : Source::Registry, std::move(entry.storedPath)});
+    }
+    return true;
+}
+
 }  // namespace HVR::zebdiag

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "composition/ProductRuntime.h"
+#include "tools/zebdiag/ObjectVerbs.h"
 #include "tools/zebdiag/PathVerbs.h"
 #include "tools/zebdiag/ScanVerb.h"
 #include "tools/zebdiag/Verb.h"
@@ -11,6 +12,7 @@
 #include "tools/zebdiag/Win32Runners.h"
 #include "tslib/VaneRef.h"
 #include "tslib/platform/win32/WideText.h"
+#include "tslib/platform/win32/Win32ProtectionCounter.h"
 
 namespace {
 
@@ -70,17 +72,28 @@ int wmain(int count, wchar_t** values) {
     EnableTrace(runtime.Platform().trace, arguments, console);
     Win32VerifyTargets targets(runtime);
 
+    const Expander expand = [&](const std::u16string& text, std::u16string& expanded) {
+        return runtime.PathExpansion().Expand(text, expanded);
+    };
+
     const std::vector<Verb> verbs{
         MakeVerifyVerb(runtime.TrustVerifiers(), targets),
-        MakeExpandVerb([&](const std::u16string& text, std::u16string& expanded) {
-            return runtime.PathExpansion().Expand(text, expanded);
-        }),
+        MakeExpandVerb(expand),
         MakePathVerb([&](std::uint32_t kind, const std::u16string& file, std::u16string& path) {
             return ResolvePath(runtime, kind, file, path);
         }),
         MakeScanVerb([&](const std::vector<std::u16string>& paths,
                          std::optional<std::uint32_t> waitSeconds) { return Win32Scan(runtime, paths, waitSeconds); },
                      Win32FullPath),
+        MakeObjectsVerb([&](std::vector<KnownObject>& objects) { return Win32Objects(runtime, objects); }, expand,
+                        runtime.TrustVerifiers(), runtime.Platform().moduleLoader),
+        MakeCreateVerb([&](const tsLib::ObjectId& objectId, const tsLib::InterfaceId& interfaceId,
+                           tsLib::VaneRef<tsLib::IVaneBase>& object) {
+            return runtime.Components().Create(objectId, interfaceId, object);
+        }),
+        MakeProtectionVerb([](std::uint32_t& suspensions) {
+            return tsLib::platform::win32::Win32ProtectionCounter().Read(suspensions);
+        }),
     };
     return static_cast<int>(Dispatch(verbs, arguments, console));
 }
