@@ -32,7 +32,7 @@ source "$(dirname "$0")/scripts/common.sh"
 
 say "Set-up"
 scripts/packages.sh
-step "build for Windows" build windows zebdiag ScanAgent
+step "build for Windows" build windows zebdiag ScanAgent zebshell2 zebpages resource_modules tsVrTrst tsSet tsQrtCtl
 scripts/stage.sh
 scripts/wine-prefix.sh
 scripts/install.sh

@@ -111,7 +111,7 @@ fi
 if [ "$part" = bench ]; then
     step "build for benchmarks" build host-release halvora_bench
     "$OUT/host-release/bench/halvora_bench"
-    step "build for Windows" build windows zebdiag ScanAgent expansion_timing
+    step "build for Windows" build windows zebdiag ScanAgent zebshell2 zebpages resource_modules tsVrTrst tsSet tsQrtCtl expansion_timing
     scripts/stage.sh
     scripts/wine-prefix.sh
     scripts/install.sh

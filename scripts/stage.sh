@@ -10,6 +10,9 @@ modules=(
     "tools/zebdiag/zebdiag.exe main"
     "shellext/server/zebshell2.dll main"
     "companions/pages/zebpages.dll main"
+    "composition/modules/tsVrTrst.dll main"
+    "composition/modules/tsSet.dll main"
+    "composition/modules/tsQrtCtl.dll main"
 )
 # stage_one BUILT PROFILE NAME: NAME is relative to the stage.
 stage_one() {
