@@ -147,11 +147,11 @@ HRESULT CZebshellEx::AddPages(LPFNADDPROPSHEETPAGE addPage, LPARAM parameter) no
         if (addPage == nullptr) {
             return HResult::Ok;
         }
+        // Received in place: this toolchain's ComPtr adds a reference to what it attaches.
         Microsoft::WRL::ComPtr<IPageProvider> provider;
-        void* made = nullptr;
         const HRESULT result =
-            CoCreateInstance(kPageProviderClassId, nullptr, CLSCTX_INPROC_SERVER, kPageProviderInterfaceId, &made);
-        provider.Attach(static_cast<IPageProvider*>(made));
+            CoCreateInstance(kPageProviderClassId, nullptr, CLSCTX_INPROC_SERVER, kPageProviderInterfaceId,
+                             reinterpret_cast<void**>(provider.GetAddressOf()));
         if (FAILED(result) || !provider) {
             services_.menu.tracer.Warning(tsLib::TraceEvent::PageProviderUnavailable, FromCom(result));
             return HResult::Ok;

@@ -30,7 +30,7 @@ void AddKey(HKEY key, const std::wstring& path, RegistryState& state) {
         if (RegEnumValueW(key, index, name.data(), &length, nullptr, &type, data.data(), &size) != ERROR_SUCCESS) {
             break;
         }
-        state[path + L"|" + name.data()] = Hex(type, data.data(), size);
+        state[path + L"|" + Lower(name.data())] = Hex(type, data.data(), size);
     }
     for (DWORD index = 0;; ++index) {
         auto length = static_cast<DWORD>(name.size());
@@ -38,7 +38,7 @@ void AddKey(HKEY key, const std::wstring& path, RegistryState& state) {
             break;
         }
         HKEY child = nullptr;
-        const std::wstring childName = name.data();
+        const std::wstring childName = Lower(name.data());
         if (RegOpenKeyExW(key, childName.c_str(), 0, KEY_READ, &child) == ERROR_SUCCESS) {
             AddKey(child, path + L"\\" + childName, state);
             RegCloseKey(child);
@@ -68,7 +68,7 @@ HRESULT LoadedModule::GetClassObject(REFCLSID classId, REFIID interfaceId, void*
 void AddState(HKEY root, const std::wstring& rootName, const std::wstring& path, RegistryState& state) {
     HKEY key = nullptr;
     if (RegOpenKeyExW(root, path.c_str(), 0, KEY_READ, &key) == ERROR_SUCCESS) {
-        AddKey(key, rootName + L"\\" + path, state);
+        AddKey(key, Lower(rootName + L"\\" + path), state);
         RegCloseKey(key);
     }
 }
@@ -82,6 +82,11 @@ RegistryState Added(const RegistryState& before, const RegistryState& after) {
         }
     }
     return added;
+}
+
+std::wstring Lower(std::wstring text) {
+    CharLowerBuffW(text.data(), static_cast<DWORD>(text.size()));
+    return text;
 }
 
 std::wstring StoredText(const std::wstring& text) {

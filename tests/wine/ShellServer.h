@@ -44,11 +44,13 @@ private:
     HMODULE module_;
 };
 
-// "path", "path|name": "type:hexadecimal bytes" for every key and value below root\path. Keys are in their real case.
+// "path", "path|name": "type:hexadecimal bytes" for every key and value below root\path. Paths and names in lower case:
+// the registry keeps the case of whoever made a key first.
 using RegistryState = std::map<std::wstring, std::wstring>;
 void AddState(HKEY root, const std::wstring& rootName, const std::wstring& path, RegistryState& state);
 // What is in `after` and not, or otherwise, in `before`.
 [[nodiscard]] RegistryState Added(const RegistryState& before, const RegistryState& after);
+[[nodiscard]] std::wstring Lower(std::wstring text);
 [[nodiscard]] std::wstring StoredText(const std::wstring& text);
 
 // A value below HKEY_LOCAL_MACHINE for the length of a test; nothing means that it is absent. What was there comes

@@ -60,6 +60,20 @@ TEST_F(ShellServer, Resources_SecondScriptTypeLibraryAndVersion) {
     }
     EXPECT_NE(FindResourceW(library.Get(), MAKEINTRESOURCEW(1), RT_VERSION), nullptr);
 
+    // The case of the key's name is part of the script: the registry itself compares without it.
+    const HRSRC own = FindResourceW(library.Get(), MAKEINTRESOURCEW(101), L"REGISTRY");
+    ASSERT_NE(own, nullptr);
+    std::string ownText(static_cast<const char*>(LockResource(LoadResource(library.Get(), own))),
+                        SizeofResource(library.Get(), own));
+    std::size_t shells[2] = {};
+    for (const std::string word : {"NoRemove Shellex\n", "NoRemove shellex\n"}) {
+        for (std::size_t at = 0; (at = ownText.find(word, at)) != std::string::npos; ++at) {
+            ++shells[word[9] == 's'];
+        }
+    }
+    EXPECT_EQ(shells[0], 3U);
+    EXPECT_EQ(shells[1], 1U);
+
     ComPtr<ITypeLib> types;
     ASSERT_EQ(LoadTypeLibEx(Staged(L"zebshell2.dll").c_str(), REGKIND_NONE, &types), S_OK);
     TLIBATTR* attributes = nullptr;
