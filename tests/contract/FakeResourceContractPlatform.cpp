@@ -14,7 +14,7 @@ public:
     FakeResourceContractPlatform() {
         modules_.Put(u"C:\\German.dll", {{1, u"Mit Halvora \u00FCber&pr\u00FCfen"}, {101, u"Halvora"}});
         modules_.PutBroken(u"C:\\broken.dll");
-        messages_.texts[{0x80030002, std::uint16_t{0}}] = u"%1 could not be found.\r\n";
+        messages_.texts[{2U, std::uint16_t{0}}] = u"The file is not there.\r\n";
     }
     ResourceSeam Interfaces() override { return {files_, modules_, locales_, messages_, codePage_, station_}; }
     void SetUp() override {

@@ -46,8 +46,8 @@ protected:
 
 class ResourceContractTest : public ::testing::Test {
 protected:
-    void SetUp() override { ResourceContract().SetUp(); }
-    void TearDown() override { ResourceContract().TearDown(); }
+    ResourceContractTest() { contract.SetUp(); }  // not in SetUp: the fixtures below use the folder in their members
+    void TearDown() override { contract.TearDown(); }
 
     ResourceContractPlatform& contract = ResourceContract();
     ResourceSeam seam = ResourceContract().Interfaces();

@@ -45,14 +45,13 @@ SystemError FakeMessageTexts::FillInserts(const std::u16string& format, std::spa
         if (digit(i + 1) >= 0) {
             number = number * 10 + static_cast<std::size_t>(digit(++i));
         }
-        if (number > inserts.size()) {
+        const bool asText = format.compare(i + 1, 3, u"!s!") == 0;
+        if (number > inserts.size() || (!asText && format.compare(i + 1, 1, u"!") == 0)) {
             ++wildReads;
             return SystemError::InvalidParameter;
         }
         filled += inserts[number - 1];
-        if (format.compare(i + 1, 3, u"!s!") == 0) {
-            i += 3;
-        }
+        i += asText ? 3 : 0;
     }
     if (filled.empty()) {
         return SystemError::InternalError;

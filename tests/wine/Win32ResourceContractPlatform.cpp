@@ -19,7 +19,9 @@ class Win32ResourceContractPlatform final : public ResourceContractPlatform {
 public:
     ResourceSeam Interfaces() override { return {files_, modules_, locales_, messages_, codePage_, station_}; }
     void SetUp() override { folder_ = FreshFolder(L"hrc"); }
-    void TearDown() override { EXPECT_TRUE(RemoveTree(folder_)) << "something was left open"; }
+    void TearDown() override {
+        EXPECT_TRUE(RemoveTree(folder_.substr(0, folder_.size() - 1))) << "something was left open";
+    }
     std::u16string ScratchFolder() override { return folder_; }
     void PutFile(const std::u16string& path) override { EXPECT_TRUE(PutBytes(path, "x")) << GetLastError(); }
     void MakeFolder(const std::u16string& path) override {
