@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <thread>
-#include <vector>
-
 #include "tests/fakes/FakeProtectionCounter.h"
 #include "tests/fakes/FakeTrace.h"
 #include "tslib/ComponentModule.h"
@@ -65,23 +62,6 @@ TEST_F(ProtectionControlTest, FailedCounter_ChangesNothing) {
     EXPECT_EQ(counter_.count, 0u);
     EXPECT_EQ(trace_.Count(TraceEvent::ProtectionNotResumed), 2u);
     EXPECT_EQ(trace_.Count(TraceEvent::ProtectionNotSuspended), 2u);
-}
-
-TEST_F(ProtectionControlTest, ManyThreads_EndAtZero) {
-    auto control = Make();
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t) {
-        threads.emplace_back([&] {
-            for (int i = 0; i < 100; ++i) {
-                EXPECT_EQ(control->DisableProtection(), HResult::Ok);
-                EXPECT_EQ(control->EnableProtection(), HResult::Ok);
-            }
-        });
-    }
-    for (auto& thread : threads) {
-        thread.join();
-    }
-    EXPECT_EQ(counter_.count, 0u);
 }
 
 }  // namespace
