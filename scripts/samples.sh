@@ -9,7 +9,7 @@ DLL="$BUILT/sample.dll"
 fresh() {
     [ -f "$SAMPLES/.ready" ] || return 1
     local input
-    for input in "$BUILT"/*.exe "$BUILT"/*.dll "$OUT/signing/.ready" "$0"; do
+    for input in "$BUILT"/*.exe "$BUILT"/*.dll "$BUILT"/components/*.dll "$OUT/signing/.ready" "$0"; do
         [ ! "$input" -nt "$SAMPLES/.ready" ] || return 1
     done
 }
@@ -17,11 +17,11 @@ fresh() {
 "$ROOT/scripts/wine-prefix.sh"
 
 sign() { "$ROOT/scripts/dev-signing.sh" "$@"; }
-# One byte of the code changed; the signature stays where it is.
+# tamper FROM TO [OFFSET]: one byte changed, of the code by default; the signature stays where it is.
 tamper() {
     cp "$1" "$2"
-    printf '\xA5' | dd of="$2" bs=1 seek=1100 conv=notrunc status=none
-    cmp -s "$1" "$2" && printf '\x5A' | dd of="$2" bs=1 seek=1100 conv=notrunc status=none
+    printf '\xA5' | dd of="$2" bs=1 seek="${3:-1100}" conv=notrunc status=none
+    cmp -s "$1" "$2" && printf '\x5A' | dd of="$2" bs=1 seek="${3:-1100}" conv=notrunc status=none
     ! cmp -s "$1" "$2"
 }
 make_samples() {
@@ -43,6 +43,13 @@ make_samples() {
     cp "$BUILT/verify-self.exe" "$SAMPLES/verify-self-unsigned.exe"
     tamper "$SAMPLES/good.exe" "$SAMPLES/tampered.exe"
     tamper "$SAMPLES/good.dll" "$SAMPLES/tampered.dll"
+    local component
+    for component in component component-no-factory component-no-count; do
+        sign main "$BUILT/components/$component.dll" "$SAMPLES/$component.dll"
+    done
+    cp "$BUILT/components/component.dll" "$SAMPLES/component-unsigned.dll"
+    # In the message for DOS, so that the module still works when it is loaded all the same.
+    tamper "$SAMPLES/component.dll" "$SAMPLES/component-tampered.dll" 90
     # A signed catalog that lists the unsigned file. Wine cannot enumerate one with a newer digest (docs/platform.md).
     wine "$BUILT/make-catalog.exe" "$(windows_path "$SAMPLES/unsigned.exe")" "$(windows_path "$SAMPLES/unsigned.cat")"
     HALVORA_SIGN_DIGEST=sha1 sign main "$SAMPLES/unsigned.cat" "$SAMPLES/unsigned.cat"
