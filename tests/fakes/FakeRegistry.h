@@ -87,7 +87,7 @@ private:
     [[nodiscard]] const OpenState* Usable(Key key, std::uint32_t access, SystemError& error);
 
     mutable std::mutex mutex_;
-    std::map<std::u16string, Values> keys_;  // by full lower-case path
+    std::map<std::u16string, Values> keys_;                           // by full lower-case path
     std::map<std::u16string, std::u16string> spelled_;                // a key's own name by full lower-case path
     std::map<std::u16string, std::vector<std::u16string>> children_;  // as asked for since the last change
     std::map<std::u16string, SystemError> openErrors_;
