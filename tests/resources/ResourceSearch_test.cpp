@@ -82,6 +82,11 @@ TEST_F(ResourceSearch, OnlyFoldersWithModulesThatAreFilesCount) {
     files.PutFolder(u"C:\\Prog\\res\\1031\\ZebShellRes.dll");  // a folder named like a module
     EXPECT_EQ(Find(), u"none");
     EXPECT_TRUE(resources.mapped.empty());
+    files = {};
+    files.PutFile(u"C:\\Prog\\res\\1041.txt");  // does not put 1041 before 1036
+    PutLanguage(u"1036");
+    PutLanguage(u"1041");
+    EXPECT_EQ(Find(), LanguagePath(u"1036"));
 }
 
 TEST_F(ResourceSearch, ExactMatchEndsTheEnumeration_ListsKeepWhatCameBefore) {

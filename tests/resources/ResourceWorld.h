@@ -33,7 +33,10 @@ protected:
     ResourceWorld() {
         SetInstallDir(u"C:\\Prog");
         modules.paths[FakeModules::kOwn] = u"C:\\Shell\\zebshell2.dll";
-        resources.onMap = [this] { suspendedAtMap.push_back(protection.suspended); };
+        resources.onMap = [this] {
+            suspendedAtMap.push_back(protection.suspended);
+            EXPECT_EQ(files.OpenHandles(), 0U);  // a search is over before its result is loaded
+        };
         verifiers.onVerify = [this] {
             verifiers.verdict =
                 refused.contains(verifiers.asked.back().path) ? tsLib::TrustResult::NotTrusted : otherVerdict;
