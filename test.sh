@@ -100,6 +100,7 @@ if [ "$part" = all ] || [ "$part" = windows ]; then
     suite "contracts and Windows suites" wine "$OUT/windows/tests/halvora_wine_tests.exe"
     check "no plain signer names in modules" scripts/check-enciphered.sh
     check "imports of the modules" scripts/check-imports.sh
+    check "strings of all languages" scripts/check-strings.sh
     suite "command line" scripts/cli-tests.sh
     wineserver -w
 fi
