@@ -289,7 +289,9 @@ bool tsPathExpansion::ExpandOrKeep(std::u16string_view input, std::u16string& fo
 
 bool tsPathExpansion::DataFolder(std::u16string& folder) noexcept { return ExpandOrKeep(u"%TSDATA%\\", folder); }
 
-bool tsPathExpansion::InstallFolder64(std::u16string& folder) noexcept { return ExpandOrKeep(u"%TSROOTX64%", folder); }
+bool tsPathExpansion::InstallFolder64(std::u16string& folder) noexcept {
+    return ExpandOrKeep(u"%TSROOTX64%\\", folder);
+}
 
 bool tsPathExpansion::SharedComponentsFolder(std::u16string& folder) noexcept {
     try {

@@ -68,9 +68,8 @@ public:
     void InstallLookup(PathTokenLookup* lookup) noexcept { lookup_.store(lookup, std::memory_order_release); }
 
     // The three below leave the output untouched when they give false.
-    // The shared library's data folder, with a trailing backslash.
+    // The shared library's data folder and its 64-bit install folder, each with a trailing backslash.
     [[nodiscard]] bool DataFolder(std::u16string& folder) noexcept;
-    // The shared library's 64-bit install folder, as the installer recorded it.
     [[nodiscard]] bool InstallFolder64(std::u16string& folder) noexcept;
     // The folder of components that all installations share. Needs neither tokens nor an installation.
     [[nodiscard]] bool SharedComponentsFolder(std::u16string& folder) noexcept;

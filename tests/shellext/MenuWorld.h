@@ -51,7 +51,10 @@ struct MenuWorld final : HVR::MenuStrings,
     void Enter() noexcept override { ++entered; }
     void Leave() noexcept override { ++left; }
     void ShowError(const std::u16string& text, const std::u16string* caption) noexcept override {
-        boxes.push_back((caption == nullptr ? u"none" : *caption) + u": " + text);
+        try {
+            boxes.push_back((caption == nullptr ? u"none" : *caption) + u": " + text);
+        } catch (...) {  // a box that memory cannot hold is not kept
+        }
     }
     HResult Scan() override {
         ++scans;

@@ -274,7 +274,7 @@ TEST_F(PathExpansionTest, LibraryFolders) {
     EXPECT_TRUE(world_.expansion.DataFolder(folder));
     EXPECT_EQ(folder, u"D:\\Data\\");
     EXPECT_TRUE(world_.expansion.InstallFolder64(folder));
-    EXPECT_EQ(folder, u"D:\\Root");
+    EXPECT_EQ(folder, u"D:\\Root\\");
 
     // The registry's answer stands in for the shell's, in this process's own view.
     world_.registry.PutText(PathWorld::kMachine, PathWorld::kCurrentVersion, u"CommonFilesDir", u"C:\\Common\\");
