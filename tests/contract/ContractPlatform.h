@@ -21,9 +21,11 @@
 #include "tslib/platform/Files.h"
 #include "tslib/platform/KnownFolders.h"
 #include "tslib/platform/Modules.h"
+#include "tslib/platform/NarrowCharacters.h"
 #include "tslib/platform/PathForms.h"
 #include "tslib/platform/Processes.h"
 #include "tslib/platform/Registry.h"
+#include "tslib/platform/RegistryTree.h"
 #include "tslib/platform/SignatureObjects.h"
 #include "tslib/platform/SystemInfo.h"
 #include "tslib/platform/TextOutput.h"
@@ -50,6 +52,8 @@ struct Seam {
     tsLib::platform::SignatureObjects& signatures;
     tsLib::platform::Certificates& certificates;
     tsLib::platform::ComponentMemory& memory;
+    tsLib::platform::RegistryTree& tree;
+    tsLib::platform::NarrowCharacters& japanese;  // code page 932
 };
 
 // Staging goes past the seam. A staging step that fails adds a test failure.

@@ -8,6 +8,7 @@
 #include "tests/fakes/FakeFiles.h"
 #include "tests/fakes/FakeKnownFolders.h"
 #include "tests/fakes/FakeModules.h"
+#include "tests/fakes/FakeNarrowCharacters.h"
 #include "tests/fakes/FakePathForms.h"
 #include "tests/fakes/FakeProcessStarter.h"
 #include "tests/fakes/FakeProcesses.h"
@@ -45,6 +46,7 @@ struct Fakes {
     FakeSignatureObjects signatures;
     FakeCertificates certificates{signatures};
     FakeComponentMemory memory;
+    FakeNarrowCharacters japanese;
 };
 
 class FakeContractPlatform final : public ContractPlatform {
@@ -53,8 +55,9 @@ public:
 
     [[nodiscard]] Seam Interfaces() override {
         Fakes& f = *fakes_;
-        return {f.registry, f.files,  f.text,  f.paths,    f.folders, f.modules,    f.processes,    f.starter, f.clock,
-                f.rules,    f.system, f.trust, f.catalogs, f.hasher,  f.signatures, f.certificates, f.memory};
+        return {f.registry,   f.files,        f.text,   f.paths,    f.folders, f.modules,  f.processes,
+                f.starter,    f.clock,        f.rules,  f.system,   f.trust,   f.catalogs, f.hasher,
+                f.signatures, f.certificates, f.memory, f.registry, f.japanese};
     }
 
     void SetUp() override {}

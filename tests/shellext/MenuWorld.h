@@ -53,7 +53,8 @@ struct MenuWorld final : HVR::MenuStrings,
     void ShowError(const std::u16string& text, const std::u16string* caption) noexcept override {
         try {
             boxes.push_back((caption == nullptr ? u"none" : *caption) + u": " + text);
-        } catch (...) {  // a box that memory cannot hold is not kept
+        } catch (const std::bad_alloc&) {
+            ++boxesLost;
         }
     }
     HResult Scan() override {
@@ -88,6 +89,7 @@ struct MenuWorld final : HVR::MenuStrings,
     int entered = 0;
     int left = 0;
     std::vector<std::u16string> boxes;
+    int boxesLost = 0;
     int scans = 0;
     HResult scanAnswer = HResult::Ok;
     FakeRegistry registry;

@@ -10,6 +10,8 @@
 #include "tests/wine/WinStaging.h"
 #include "tslib/platform/win32/WideText.h"
 #include "tslib/platform/win32/Win32DropList.h"
+#include "tslib/platform/win32/Win32NarrowCharacters.h"
+#include "tslib/platform/win32/Win32RegistryTree.h"
 #include "tslib/platform/win32/Win32TextOutput.h"
 
 namespace tests {
@@ -32,12 +34,25 @@ HANDLE OpenForWriting(const std::u16string& path) {
 class Win32ContractPlatform final : public ContractPlatform {
 public:
     Seam Interfaces() override {
-        return {platform_.registry,     platform_.files,          text_,
-                platform_.pathForms,    platform_.knownFolders,   platform_.modules,
-                platform_.processes,    platform_.processStarter, platform_.clock,
-                platform_.textRules,    platform_.systemInfo,     platform_.trustProvider,
-                platform_.catalogAdmin, platform_.catalogHasher,  platform_.signatures,
-                platform_.certificates, platform_.memory};
+        return {platform_.registry,
+                platform_.files,
+                text_,
+                platform_.pathForms,
+                platform_.knownFolders,
+                platform_.modules,
+                platform_.processes,
+                platform_.processStarter,
+                platform_.clock,
+                platform_.textRules,
+                platform_.systemInfo,
+                platform_.trustProvider,
+                platform_.catalogAdmin,
+                platform_.catalogHasher,
+                platform_.signatures,
+                platform_.certificates,
+                platform_.memory,
+                tree_,
+                japanese_};
     }
 
     void SetUp() override {
@@ -157,6 +172,8 @@ private:
 
     HVR::Win32Platform& platform_ = HVR::Win32Platform::Instance();
     tsLib::platform::win32::Win32TextOutput text_;
+    tsLib::platform::win32::Win32RegistryTree tree_;
+    tsLib::platform::win32::Win32NarrowCharacters japanese_{932};
     std::u16string folder_;
     std::map<std::wstring, std::optional<std::wstring>> variables_;  // as they were before the test
 };
