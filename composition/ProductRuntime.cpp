@@ -33,9 +33,9 @@ ProductRuntime::ProductRuntime()
           {platform_.registry, platform_.knownFolders, platform_.pathForms, platform_.textRules, platform_.trace},
           isolation_),
       trust_(platform_, isolation_),
+      factoryCache_(platform_.moduleLoader, verifiers_, platform_.trace),
       settingsStore_({platform_.moduleLoader, platform_.files, platform_.trace}, expansion_),
       repository_({platform_.registry, platform_.registry, platform_.trace}, isolation_, expansion_, settingsStore_),
-      factoryCache_(platform_.moduleLoader, verifiers_, platform_.trace),
       own_({{CLSID_ProductInstallPathResolver,
              [this](tsLib::ModuleObjectCount& count) {
                  return tsLib::MakeCounted<CProductInstallPathResolver>(count, expansion_, ResolverSeam());

@@ -79,9 +79,9 @@ private:
     TrustRuntime trust_;
     VerifierFactory verifiers_{*this};
     ResolverFactory resolvers_{*this};
+    tsLib::tsInstanceFactory factoryCache_;
     tsLib::tsVaneSettingsStoreLoader settingsStore_;
     tsLib::tsVaneObjectRepository repository_;
-    tsLib::tsInstanceFactory factoryCache_;
     tsLib::ComponentModule own_;
     tsLib::tsVaneInstanceFactoryImpl instanceFactory_;
     tsLib::InstanceFactorySlot components_;
