@@ -310,6 +310,7 @@ TEST_F(CacheTest, Add_MemoryRunsOut_LeavesTheStoreAsItWas) {
         ASSERT_EQ(result, TrustResult::OutOfMemory);
         ASSERT_FALSE(Has(u"C")) << n;
         ASSERT_TRUE(Has(u"A") && Has(u"B")) << n;
+        ASSERT_EQ(cache.Remove(u"C"), TrustResult::InvalidArgument) << n;
     }
     EXPECT_GE(failures, 3u);
     EXPECT_FALSE(Has(u"A"));
