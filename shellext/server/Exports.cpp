@@ -31,7 +31,9 @@ BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID) {
     return TRUE;
 }
 
-STDAPI DllCanUnloadNow() { return HVR::serverLock.IsHeld() ? S_FALSE : S_OK; }
+STDAPI DllCanUnloadNow() {
+    return HVR::serverLock.IsHeld() || HVR::ServerRuntime::HasLiveComponents() ? S_FALSE : S_OK;
+}
 
 STDAPI DllGetClassObject(REFCLSID classId, REFIID interfaceId, LPVOID* object) {
     if (object == nullptr) {

@@ -1,5 +1,6 @@
 #include "shellext/server/ServerRuntime.h"
 
+#include <atomic>
 #include <cstddef>
 #include <new>
 
@@ -17,12 +18,23 @@ namespace {
 // A load failure is shown to the user on a visible desktop.
 constexpr bool kReportFailure = true;
 
+constinit std::atomic<ServerRuntime*> made{nullptr};
+
 }  // namespace
 
 ServerRuntime& ServerRuntime::Instance() {
     alignas(ServerRuntime) static std::byte storage[sizeof(ServerRuntime)];
-    static ServerRuntime* const instance = new (storage) ServerRuntime;
+    static ServerRuntime* const instance = [] {
+        auto* created = new (storage) ServerRuntime;
+        made.store(created, std::memory_order_release);
+        return created;
+    }();
     return *instance;
+}
+
+bool ServerRuntime::HasLiveComponents() noexcept {
+    ServerRuntime* const runtime = made.load(std::memory_order_acquire);
+    return runtime != nullptr && runtime->product_.OwnComponents().GetObjectCount() != 0;
 }
 
 ServerRuntime::ServerRuntime()

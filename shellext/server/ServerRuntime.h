@@ -27,6 +27,8 @@ public:
     // a lock in which nothing can be closed safely. Making it loads nothing. Throws std::bad_alloc, and then is made by
     // a later call. Any thread.
     [[nodiscard]] static ServerRuntime& Instance();
+    // Whether somebody holds a component object whose code is in this module. Makes nothing. Any thread.
+    [[nodiscard]] static bool HasLiveComponents() noexcept;
 
     [[nodiscard]] const CZebshellEx::Services& Handler() const noexcept { return handler_; }
     // DllRegisterServer and DllUnregisterServer.
