@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 
+#include "tests/tools/KeptConsole.h"
 #include "tools/zebdiag/CommandLine.h"
 #include "tools/zebdiag/JsonWriter.h"
 #include "tools/zebdiag/PathVerbs.h"
@@ -12,18 +13,6 @@ namespace {
 
 using namespace HVR::zebdiag;
 using tsLib::HResult;
-
-class KeptConsole final : public Console {
-public:
-    void Out(std::string_view line) override { out.append(line).append("\n"); }
-    void Err(std::string_view line) override { err.append(line).append("\n"); }
-    std::string out;
-    std::string err;
-};
-
-ExitCode Call(const std::vector<Verb>& verbs, std::vector<std::u16string> arguments, KeptConsole& console) {
-    return Dispatch(verbs, arguments, console);
-}
 
 TEST(ZebdiagCommandLine, OptionsAnywhere_EndAtTwoDashes) {
     const std::vector<Option> options{{u"--level", true}, {u"--json"}};

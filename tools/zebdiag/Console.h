@@ -1,6 +1,7 @@
 // Where a verb writes, and what it answers to its caller.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -28,5 +29,9 @@ protected:
 [[nodiscard]] std::string Utf8(std::u16string_view text);
 // "0x" and eight upper-case hexadecimal digits.
 [[nodiscard]] std::string Hexadecimal(std::uint32_t number);
+// "1 page", "2 pages".
+[[nodiscard]] std::string Count(std::uint64_t count, std::string_view what);
+// Each line of the text, moved to the right.
+void PrintIndented(std::string_view text, Console& console);
 
 }  // namespace HVR::zebdiag

@@ -37,18 +37,6 @@ void PrintJson(const ScanOutcome& outcome, Console& console) {
     console.Out(json.EndObject().Str());
 }
 
-void PrintIndented(std::string_view text, Console& console) {
-    while (!text.empty()) {
-        const std::size_t end = std::min(text.find('\n'), text.size());
-        std::string_view line = text.substr(0, end);
-        if (line.ends_with('\r')) {
-            line.remove_suffix(1);
-        }
-        console.Out("  " + std::string(line));
-        text.remove_prefix(std::min(end + 1, text.size()));
-    }
-}
-
 void PrintText(const ScanOutcome& outcome, Console& console) {
     console.Out("result      " + Hexadecimal(tsLib::Number(outcome.result)));
     if (outcome.listFile) {

@@ -44,6 +44,22 @@ ExitCode Run(const Verb& verb, std::span<const std::u16string> arguments, Consol
 
 std::string Utf8(std::u16string_view text) { return tsLib::ToUtf8(text); }
 
+std::string Count(std::uint64_t count, std::string_view what) {
+    return std::to_string(count) + " " + std::string(what) + (count == 1 ? "" : "s");
+}
+
+void PrintIndented(std::string_view text, Console& console) {
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find('\n'), text.size());
+        std::string_view line = text.substr(0, end);
+        if (line.ends_with('\r')) {
+            line.remove_suffix(1);
+        }
+        console.Out("  " + std::string(line));
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+}
+
 std::string Hexadecimal(std::uint32_t number) {
     std::string text = "0x00000000";
     for (std::size_t i = text.size(); number != 0; number >>= 4) {

@@ -3,13 +3,10 @@
 #include <windows.h>
 
 #include <shellapi.h>
-#include <shlobj.h>
 
-#include <array>
-#include <cstring>
-#include <stdexcept>
-
+#include "tools/zebdiag/DropMemory_win32.h"
 #include "tools/zebdiag/ScanRecorder.h"
+#include "tools/zebdiag/ScannerWatch_win32.h"
 #include "tslib/RegistryText.h"
 #include "tslib/Utf8.h"
 #include "tslib/platform/win32/WideText.h"
@@ -22,9 +19,6 @@ using namespace tsLib::platform;
 using tsLib::platform::win32::ToWide;
 
 namespace {
-
-constexpr wchar_t kReportVariable[] = L"HALVORA_SCAN_REPORT";
-constexpr std::size_t kLargestReport = 64u << 20;
 
 void WriteLine(DWORD standardHandle, std::string_view line) {
     const HANDLE handle = GetStdHandle(standardHandle);
@@ -39,104 +33,6 @@ void WriteLine(DWORD standardHandle, std::string_view line) {
         WriteFile(handle, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
     }
 }
-
-// The shell's own form of a selection, in global memory.
-class DropMemory {
-public:
-    explicit DropMemory(const std::vector<std::u16string>& paths) {
-        std::u16string list;
-        for (const std::u16string& path : paths) {
-            list.append(path).push_back(u'\0');
-        }
-        list.push_back(u'\0');
-        DROPFILES header{};
-        header.pFiles = sizeof(header);
-        header.fWide = TRUE;
-        const std::size_t bytes = list.size() * sizeof(char16_t);
-        memory_ = GlobalAlloc(GMEM_MOVEABLE, sizeof(header) + bytes);
-        void* block = memory_ == nullptr ? nullptr : GlobalLock(memory_);
-        if (block == nullptr) {
-            GlobalFree(memory_);
-            throw std::bad_alloc();
-        }
-        std::memcpy(block, &header, sizeof(header));
-        std::memcpy(static_cast<std::byte*>(block) + sizeof(header), list.data(), bytes);
-        GlobalUnlock(memory_);
-    }
-    ~DropMemory() { GlobalFree(memory_); }
-    DropMemory(const DropMemory&) = delete;
-    DropMemory& operator=(const DropMemory&) = delete;
-
-    [[nodiscard]] HDROP Get() const noexcept { return static_cast<HDROP>(memory_); }
-
-private:
-    HGLOBAL memory_ = nullptr;
-};
-
-std::optional<std::u16string> Environment(const wchar_t* name) {
-    const DWORD needed = GetEnvironmentVariableW(name, nullptr, 0);
-    if (needed == 0) {
-        return std::nullopt;
-    }
-    std::u16string value(needed, u'\0');
-    value.resize(GetEnvironmentVariableW(name, ToWide(value.data()), needed));
-    return value;
-}
-
-std::optional<std::string> ReadReport(Files& files, const std::u16string& path) {
-    OwnedFile file(files);
-    if (Failed(files.OpenForReading(path, file.Receive()))) {
-        return std::nullopt;
-    }
-    std::string text;
-    std::array<std::byte, 4096> piece;
-    for (;;) {
-        std::size_t count = 0;
-        if (Failed(files.Read(file.Get(), piece, count)) || text.size() > kLargestReport) {
-            return std::nullopt;
-        }
-        if (count == 0) {
-            return text;
-        }
-        text.append(reinterpret_cast<const char*>(piece.data()), count);
-    }
-}
-
-// Names a report for the scanner that this process starts, unless the user named one, and removes it at the end.
-class ReportPlace {
-public:
-    explicit ReportPlace(KnownFolders& folders) {
-        if (const auto chosen = Environment(kReportVariable)) {
-            path_ = *chosen;
-            return;
-        }
-        std::size_t length = 0;
-        if (Failed(folders.TemporaryFolder(path_, length)) || path_.empty()) {
-            throw std::runtime_error("there is no temporary folder");
-        }
-        path_ += u"zebdiag-report-";
-        for (const char digit : std::to_string(GetCurrentProcessId())) {
-            path_ += static_cast<char16_t>(digit);
-        }
-        path_ += u".txt";
-        own_ = true;
-        SetEnvironmentVariableW(kReportVariable, ToWide(path_));
-    }
-    ~ReportPlace() {
-        if (own_) {
-            DeleteFileW(ToWide(path_));
-            SetEnvironmentVariableW(kReportVariable, nullptr);
-        }
-    }
-    ReportPlace(const ReportPlace&) = delete;
-    ReportPlace& operator=(const ReportPlace&) = delete;
-
-    [[nodiscard]] const std::u16string& Path() const noexcept { return path_; }
-
-private:
-    std::u16string path_;
-    bool own_ = false;
-};
 
 }  // namespace
 
@@ -204,7 +100,7 @@ ScanOutcome Win32Scan(ProductRuntime& runtime, const std::vector<std::u16string>
     Win32Platform& platform = runtime.Platform();
     const ReportPlace report(platform.knownFolders);
     const DropMemory memory(paths);
-    win32::Win32DropList dropList(memory.Get());
+    win32::Win32DropList dropList(static_cast<HDROP>(memory.Get()));
     win32::Win32TextOutput file;
     RecordingTextOutput output(file);
     RecordingProcessStarter starter(platform.processStarter);
@@ -225,7 +121,7 @@ ScanOutcome Win32Scan(ProductRuntime& runtime, const std::vector<std::u16string>
             GetExitCodeProcess(process, &exitCode) != 0) {
             outcome.ended = true;
             outcome.scannerExitCode = exitCode;
-            outcome.report = ReadReport(platform.files, report.Path());
+            outcome.report = report.Read(platform.files);
         }
     }
     return outcome;

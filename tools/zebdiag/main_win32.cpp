@@ -4,9 +4,13 @@
 #include <vector>
 
 #include "composition/ProductRuntime.h"
+#include "tools/zebdiag/MenuVerb.h"
 #include "tools/zebdiag/ObjectVerbs.h"
+#include "tools/zebdiag/PageHost_win32.h"
+#include "tools/zebdiag/PageVerb.h"
 #include "tools/zebdiag/PathVerbs.h"
 #include "tools/zebdiag/ScanVerb.h"
+#include "tools/zebdiag/ShellMenu_win32.h"
 #include "tools/zebdiag/Verb.h"
 #include "tools/zebdiag/VerifyVerb.h"
 #include "tools/zebdiag/Win32Runners.h"
@@ -85,6 +89,12 @@ int wmain(int count, wchar_t** values) {
         MakeScanVerb([&](const std::vector<std::u16string>& paths,
                          std::optional<std::uint32_t> waitSeconds) { return Win32Scan(runtime, paths, waitSeconds); },
                      Win32FullPath),
+        MakeMenuVerb(
+            [&](const std::vector<std::u16string>& paths) { return MakeWin32ShellMenu(runtime.Platform(), paths); },
+            Win32FullPath),
+        MakePageVerb([&](bool show, const std::function<void()>& onShown) {
+            return RunDisplaySheet(runtime.Platform(), show, onShown);
+        }),
         MakeObjectsVerb([&](std::vector<KnownObject>& objects) { return Win32Objects(runtime, objects); }, expand,
                         runtime.TrustVerifiers(), runtime.Platform().moduleLoader),
         MakeCreateVerb([&](const tsLib::ObjectId& objectId, const tsLib::InterfaceId& interfaceId,
