@@ -1,38 +1,54 @@
 #!/usr/bin/env bash
-# Runs the main job for real, under Wine: a list of paths becomes a started, verified scanner.
+# Runs the main job for real, under Wine: a right-click on a selection becomes a started, verified scanner.
 #
-#   ./demo.sh              with a sample selection that it makes
-#   ./demo.sh PATH...      with your files and folders
+#   ./demo.sh                        with a sample selection that it makes
+#   ./demo.sh PATH...                with your files and folders
+#   ./demo.sh --lang LCID [PATH...]  on a system of another language, such as 1041
 #
-# Sets up what is missing first. Exit code 0 when the scanner ran on the selection and neither a tampered nor an unsigned
-# scanner was started; 2 for a wrong command line; 1 for anything else.
+# Sets up what is missing first. Leaves pictures of the menu and of the property page in out/demo/. Exit code 0 when the
+# scanner ran on the selection and neither a tampered nor an unsigned scanner was started; 2 for a wrong command line; 1
+# for anything else.
 set -euo pipefail
-case "${1:-}" in
-    -h | --help)
-        sed -n '2,8s/^# \{0,1\}//p' "$0"
-        exit 0
-        ;;
-    -*)
-        printf "demo.sh: unknown option '%s'; see ./demo.sh --help\n" "$1" >&2
-        exit 2
-        ;;
-esac
+wrong() {
+    printf 'demo.sh: %s; see ./demo.sh --help\n' "$1" >&2
+    exit 2
+}
+language=1033
 given=()
-for path in "$@"; do
-    if [[ $path =~ ^[A-Za-z]:\\ || $path == \\\\* ]]; then
-        given+=("$path")
-    elif [ -e "$path" ]; then
-        given+=("$(realpath "$path")")
-    else
-        printf 'demo.sh: there is no %s\n' "$path" >&2
-        exit 2
-    fi
+while [ $# -gt 0 ]; do
+    case "$1" in
+        -h | --help)
+            sed -n '2,10s/^# \{0,1\}//p' "$0"
+            exit 0
+            ;;
+        --lang)
+            [ $# -ge 2 ] || wrong "--lang takes the number of a language"
+            language=$2
+            shift
+            ;;
+        --lang=*) language=${1#--lang=} ;;
+        -*) wrong "unknown option '$1'" ;;
+        *)
+            if [[ $1 =~ ^[A-Za-z]:\\ || $1 == \\\\* ]]; then
+                given+=("$1")
+            elif [ -e "$1" ]; then
+                given+=("$(realpath "$1")")
+            else
+                wrong "there is no $1"
+            fi
+            ;;
+    esac
+    shift
 done
 source "$(dirname "$0")/scripts/common.sh"
+source scripts/languages.sh
+source scripts/display.sh
+[[ $language =~ ^[0-9]+$ && -n ${locale_names[$language]:-} ]] ||
+    wrong "--lang takes one of $(printf '%s\n' "${!locale_names[@]}" | sort -n | paste -sd ' ')"
 
 say "Set-up"
-scripts/packages.sh
-step "build for Windows" build windows zebdiag ScanAgent zebshell2 zebpages resource_modules tsVrTrst tsSet tsQrtCtl
+scripts/packages.sh demo
+step "build for Windows" build windows zebdiag ScanAgent zebshell2 zebpages tsVrTrst tsSet tsQrtCtl resource_modules
 scripts/stage.sh
 scripts/wine-prefix.sh
 scripts/install.sh
@@ -41,64 +57,96 @@ PRODUCT="$WINEPREFIX/drive_c/Program Files/Halvora"
 ZEBDIAG="$PRODUCT/zebdiag.exe"
 DRIVE="$WINEPREFIX/drive_c"
 SAMPLE="$DRIVE/Halvora Sample"
+mkdir -p "$OUT/demo"
+
+zebdiag() { in_language "$language" wine "$ZEBDIAG" "$@" </dev/null; }
+libraries() {  # regsvr32's switches
+    local library
+    for library in zebpages zebshell2; do wine regsvr32 "$@" "C:\\Program Files\\Halvora\\$library.dll"; done
+}
+clean_up() {
+    stop_display
+    wineserver -w
+    libraries /u /s >>"$LOG/unregister.log" 2>&1 || true
+}
 
 # The standard anti-malware test pattern, from two halves: it must not stand whole in any file but the sample.
 test_pattern() { printf '%s%s' 'X5O!P%@AP[4\PZX54(P^)7CC)7}$EICAR-STANDARD-' 'ANTIVIRUS-TEST-FILE!$H+H*'; }
 
 make_sample() {
     rm -rf "$SAMPLE"
-    local deep="$SAMPLE/deep" part
+    local deep="$SAMPLE/Folder" part
     part=$(printf 'a-folder-with-a-long-name-%.0s' 1 2 3)
     deep="$deep/$part/$part/$part/$part"
-    mkdir -p "$SAMPLE/Folder" "$deep"
+    mkdir -p "$deep"
     echo "nothing to see" >"$SAMPLE/Folder/plain.txt"
-    echo "Grüße" >"$SAMPLE/Grüße aus 東京 – Ω.txt"
     echo "far down" >"$deep/far-down.txt"
+    echo "Grüße" >"$SAMPLE/Grüße aus 東京 – Ω.txt"
     test_pattern >"$SAMPLE/test-pattern.com"
-    selection=('C:\Halvora Sample\Folder' 'C:\Halvora Sample\Grüße aus 東京 – Ω.txt'
-        "C:${deep#"$DRIVE"}/far-down.txt" 'C:\Halvora Sample\test-pattern.com')
-    selection[2]=${selection[2]//\//\\}
+    selection=('C:\Halvora Sample\test-pattern.com' 'C:\Halvora Sample\Grüße aus 東京 – Ω.txt' 'C:\Halvora Sample\Folder')
 }
 
 say ""
 say "Selection"
-if [ ${#given[@]} -eq 0 ]; then
-    make_sample
-else
-    selection=()
-    for path in "${given[@]}"; do
-        [[ $path == /* ]] && path=$(windows_path "$path")
-        selection+=("$path")
-    done
-fi
+selection=()
+[ ${#given[@]} -ne 0 ] || make_sample
+for path in "${given[@]}"; do
+    [[ $path == /* ]] && path=$(windows_path "$path")
+    selection+=("$path")
+done
 for path in "${selection[@]}"; do say "  $path"; done
 
-say ""
-say "Scan"
-code=0
-wine "$ZEBDIAG" scan --wait 120 -- "${selection[@]}" </dev/null || code=$?
-[ "$code" -eq 0 ] || die "the scan did not run (zebdiag's exit code $code)"
+trap clean_up EXIT
+step "regsvr32" libraries /s
+step "windows without a window manager" dress_prefix
+wineserver -w # it keeps the display of its first program
+start_display
 
-# swap NAME FILE: the scanner is replaced; it must not be started.
+say ""
+say "The scanner before the click"
+zebdiag verify 'C:\Program Files\Halvora\ScanAgent.exe'
+
+say ""
+say "Right-click, and the item picked with the keyboard"
+open_window menu "$language" menu --show --wait 120 -- "${selection[@]}"
+highlight "0 NimShellScan"
+picture "$OUT/demo/menu.png"
+close_window 0 menu Return
+cat "$OUT/demo/menu.txt"
+
+say ""
+say "Property page"
+open_window page "$language" page --show
+picture "$OUT/demo/page.png"
+close_window 0 page Escape
+cat "$OUT/demo/page.txt"
+
+# swap NAME FILE: the scanner is replaced; a click must not start it.
 swap() {
     say ""
     say "The same with $1 scanner"
     cp "$2" "$PRODUCT/ScanAgent.exe"
     local swapped=0
-    wine "$ZEBDIAG" verify 'C:\Program Files\Halvora\ScanAgent.exe' </dev/null || true
-    wine "$ZEBDIAG" scan --wait 20 -- "${selection[@]}" </dev/null || swapped=$?
+    zebdiag verify 'C:\Program Files\Halvora\ScanAgent.exe' || true
+    zebdiag menu --invoke NimShellScan --wait 20 -- "${selection[@]}" >"$OUT/demo/swap.txt" || swapped=$?
+    sed -n '/^invoked/,$p' "$OUT/demo/swap.txt"
     [ "$swapped" -eq 1 ] || die "$1 scanner was not refused (zebdiag's exit code $swapped)"
     cp "$OUT/windows/stage/ScanAgent.exe" "$PRODUCT/ScanAgent.exe"
 }
 tampered="$OUT/demo/tampered.exe"
-mkdir -p "$OUT/demo"
 cp "$OUT/windows/stage/ScanAgent.exe" "$tampered"
 # One byte of the file's inside changed.
 byte=$(od -An -tu1 -j4096 -N1 "$tampered" | tr -d ' ')
 printf "\\x$(printf %02x $((byte ^ 0x55)))" | dd of="$tampered" bs=1 seek=4096 conv=notrunc status=none
 swap "a tampered" "$tampered"
 swap "an unsigned" "$OUT/windows/stage/.unsigned/ScanAgent.exe"
-wineserver -w
 
 say ""
+trap - EXIT
+wineserver -w
+stop_display
+step "regsvr32 /u" libraries /u /s
+wineserver -w
+say ""
 say "Demo done: the verified scanner ran on ${#selection[@]} paths; the tampered and the unsigned one were not started."
+say "Pictures: out/demo/menu.png and out/demo/page.png."

@@ -67,14 +67,35 @@ expect 0 '"result":"0x00000000","path":"C:\\\\Program Files\\\\Halvora\\\\"' "" 
 expect 2 "" "0x80070057" path 13
 
 expect 2 "usage: zebdiag VERB" ""
-expect 0 "verify .*expand .*path .*scan " "" --help
-for verb in verify expand path scan; do expect 0 "usage: zebdiag $verb" "" "$verb" --help; done
+expect 0 "verify .*expand .*path .*scan .*menu .*page " "" --help
+for verb in verify expand path scan menu page; do expect 0 "usage: zebdiag $verb" "" "$verb" --help; done
 expect 2 "" "unknown verb" nonsense
 expect 2 "" "--level takes a number from 1 to 5" verify x --level 6
 expect 2 "" "is needed" verify a b
 expect 2 "" "is needed" scan
 expect 0 "infected=0" "" scan --wait 60 'C:\windows\win.ini'
 expect 0 '"started":true.*"scannerExitCode":0' "" scan --wait 60 --json 'C:\windows\win.ini'
+
+# The library in a real menu. Without a display there are no windows; ./demo.sh shows those.
+libraries() {
+    local library
+    for library in zebpages zebshell2; do wine regsvr32 "$@" "C:\\Program Files\\Halvora\\$library.dll"; done
+}
+expect 1 "menu~.*&Open~" "no handler added a command" menu 'C:\windows\win.ini'
+libraries /s
+item='\{"text":"&Scan with Halvora","offset":0,"verb":"NimShellScan","help":"Scans the selected items [^"]*"\}'
+expect 0 "\"dataObject\":\"shell\",.*\"class\":\"\*\",.*$item" "" menu --list --json 'C:\windows\win.ini' 'C:\windows\system.ini'
+expect 0 '"dataObject":"own",.*"class":"Folder",.*"offset":0' "" menu --json 'C:\windows' 'C:\windows\win.ini'
+expect 0 'OrloMenu of Drive, .*    0  &Scan with Halvora' "" menu 'C:\'
+expect 0 '"invoked":"OrloMenu","result":"0x00000000","started":true,"ended":true,.*item.u0009C:.*win.ini' "" \
+    menu --invoke NimShellScan --wait 60 --json 'C:\windows\win.ini'
+expect 0 'invoked     OrloMenu, result 0x00000000~.*~  item.C:\\windows\\win.ini~.*infected=0' "" menu --invoke 0 --wait 60 'C:\windows\win.ini'
+expect 1 'result 0x80004005' "refused" menu --invoke nimshellscan 'C:\windows\win.ini'
+expect 1 'P&roperties~$' "no handler has this command" menu --invoke 1 'C:\windows\win.ini'
+expect 3 "" "there is no C:.missing" menu 'C:\missing'
+expect 3 'Orlo Shell Extensions, .*: 1 page~' "the property sheet could not be made" page
+libraries /u /s
+expect 1 "" "no handler added a page" page
 
 echo "[==========] $ran tests from 1 test suite ran."
 echo "[  PASSED  ] $passed tests."

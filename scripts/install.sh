@@ -23,12 +23,16 @@ registry_script() {
         "{4F3E0BE1-5FE1-4C22-859B-A6FB7586B828}=tsSet"; do
         printf '\r\n[%s]\r\n"InProc64"="%%TSROOTX64%%\\\\%s.dll"\r\n' "$instance\\OBJID\\${entry%%=*}" "${entry#*=}"
     done
+    # Where the language modules are, and that scans from the context menu are allowed (every number but 5134).
+    printf '\r\n[%s]\r\n"Home Directory"="%s"\r\n"Orientation"=dword:00000001\r\n' \
+        'HKEY_LOCAL_MACHINE\Software\Corvane\Halvora\AV' "$root"
 }
 install_product() {
     rm -rf "$TARGET"
     mkdir -p "$TARGET"
     cp "$STAGE"/*.exe "$STAGE/isolate.ini" "$TARGET/"
     find "$STAGE" -maxdepth 1 -name '*.dll' -exec cp {} "$TARGET/" \;
+    cp -r "$STAGE/res" "$TARGET/"
     local script="$OUT/install.reg"
     registry_script >"$script"
     wine regedit /S "$(windows_path "$script")"

@@ -1,5 +1,8 @@
 #!/usr/bin/env bash
 # Installs what building and testing need on Debian 12. Does nothing when all is there.
+#
+#   packages.sh           for ./test.sh
+#   packages.sh demo      and what ./demo.sh needs on top
 source "$(dirname "$0")/common.sh"
 
 packages=(
@@ -10,6 +13,12 @@ packages=(
     googletest libbenchmark-dev                                   # tests and benchmarks
     clang-format-16 clang-tidy                                    # lint
 )
+if [ "${1:-}" = demo ]; then
+    packages+=(
+        xvfb xdotool imagemagick                         # a display, keys, pictures
+        fonts-dejavu-core fonts-wqy-microhei fonts-wine  # Latin to Arabic; Chinese, Japanese, Korean; window buttons
+    )
+fi
 missing=()
 for package in "${packages[@]}"; do
     dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null | grep -qx installed || missing+=("$package")

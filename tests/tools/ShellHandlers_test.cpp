@@ -60,10 +60,9 @@ TEST_F(ShellHandlers, KeyNameStandsForAMissingOrWrongValue) {
     Put(u"*", u"neither", u"text");
     Put(u"*", u"nothing", u"");
     // In the order of the names.
-    EXPECT_EQ(Found(SelectionKind::File),
-              (Texts{u"*|neither|(no class id)", u"*|nothing|(no class id)",
-                     u"*|" + std::u16string(kFirst) + u"|" + std::u16string(kFirst),
-                     u"*|" + std::u16string(kSecond) + u"|" + std::u16string(kSecond)}));
+    EXPECT_EQ(Found(SelectionKind::File), (Texts{u"*|neither|(no class id)", u"*|nothing|(no class id)",
+                                                 u"*|" + std::u16string(kFirst) + u"|" + std::u16string(kFirst),
+                                                 u"*|" + std::u16string(kSecond) + u"|" + std::u16string(kSecond)}));
 }
 
 TEST_F(ShellHandlers, EveryFailingRegistryCall_LeavesNoKeyOpenAndInventsNothing) {
