@@ -11,7 +11,7 @@ case "${1:-}" in
         [ -f "$OUT/host-asan/compile_commands.json" ] || cmake --preset host-asan
         # Shipped portable code: what the host compiles and a host process loads.
         mapfile -t portable < <(printf '%s\n' "${sources[@]}" |
-            grep -E '^(tslib|AgentCore|resources|shellext)/.*\.cpp$' | grep -v '/win32/')
+            grep -E '^(tslib|AgentCore|resources|shellext)/.*\.cpp$' | grep -vE '/win32/|^shellext/server/')
         # Only what changed since its last clean run is looked at again.
         stamps="$OUT/lint"
         mkdir -p "$stamps"

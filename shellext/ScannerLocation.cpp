@@ -9,7 +9,6 @@ namespace HVR {
 
 using tsLib::HResult;
 using tsLib::TraceEvent;
-using tsLib::platform::ComponentMemory;
 
 HResult ScannerLocation::FindScanner(std::u16string& scanner) {
     const auto asked = AskResolver(scanner);

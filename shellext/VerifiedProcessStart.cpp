@@ -9,7 +9,6 @@ namespace HVR {
 using tsLib::TraceEvent;
 using tsLib::platform::OwnedFile;
 using tsLib::platform::StartedProcess;
-using tsLib::platform::SystemError;
 
 namespace {
 

@@ -41,6 +41,9 @@ bool ReplaceAll(std::u16string& text, std::u16string_view token, std::u16string_
     for (std::size_t at = text.find(token); at != std::u16string::npos; at = text.find(token, at + token.size())) {
         ++count;
     }
+    if (count == 0) {
+        return true;
+    }
     const std::size_t kept = text.size() - count * token.size();
     if (kept > kMaximumExpandedPath || replacement.size() > (kMaximumExpandedPath - kept) / count) {
         return false;

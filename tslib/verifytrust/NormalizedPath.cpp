@@ -8,7 +8,6 @@ namespace tsLib {
 namespace {
 
 using platform::PathForms;
-using platform::SystemError;
 
 constexpr std::u16string_view kDevices = u"\\Device\\";
 constexpr std::u16string_view kRedirectors[] = {u"\\Device\\Mup", u"\\Device\\LanmanRedirector"};
