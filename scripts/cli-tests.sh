@@ -67,14 +67,39 @@ expect 0 '"result":"0x00000000","path":"C:\\\\Program Files\\\\Halvora\\\\"' "" 
 expect 2 "" "0x80070057" path 13
 
 expect 2 "usage: zebdiag VERB" ""
-expect 0 "verify .*expand .*path .*scan .*menu .*page " "" --help
-for verb in verify expand path scan menu page; do expect 0 "usage: zebdiag $verb" "" "$verb" --help; done
+expect 0 "verify .*expand .*path .*scan .*menu .*page .*objects .*create .*protection " "" --help
+for verb in verify expand path scan objects create protection menu page; do expect 0 "usage: zebdiag $verb" "" "$verb" --help; done
 expect 2 "" "unknown verb" nonsense
 expect 2 "" "--level takes a number from 1 to 5" verify x --level 6
 expect 2 "" "is needed" verify a b
 expect 2 "" "is needed" scan
 expect 0 "infected=0" "" scan --wait 60 'C:\windows\win.ini'
 expect 0 '"started":true.*"scannerExitCode":0' "" scan --wait 60 --json 'C:\windows\win.ini'
+
+# Components by object id.
+control='{3FBFA03C-4417-4069-AEB4-19A75A170744}' icontrol='{8E5ACB65-D7AA-4C8A-B8AD-D09E938206C8}'
+base='{7D1D35C0-3A0B-4B7C-9C55-0D2F4A1E6B01}' unknown='{11111111-2222-3333-4444-555555555555}'
+expect 0 "\\{7AF00934.*built-in~.*tsVrTrst.dll~.*trusted \\(1\\)~.*~\\$control  registry~  stored        %TSROOTX64%.tsQrtCtl.dll~  path          C:.Program Files.Halvora.tsQrtCtl.dll~  verdict       trusted \\(1\\)~  entry points  both there~" "" objects
+expect 0 "\"id\":\"\\$control\",\"source\":\"registry\",\"stored\":\"%TSROOTX64%..tsQrtCtl.dll\",\"expanded\":true,.*\"entryPoints\":\"both there\".*\"read\":true" "" objects --json
+expect 0 '^result    0x00010000 success; created and released~$' "" create "$control" "$icontrol"
+expect 0 '"result":"0x00010000","name":"success","created":true' "" create '{7AF00934-51B3-4A05-9B85-BAE7DDE0A248}' "$base" --json
+expect 0 "success" "" create '{4F3E0BE1-5FE1-4C22-859B-A6FB7586B828}' '{B0A55002-DA4A-473B-AEBB-09795F618EDF}'
+expect 0 "success" "" create '{17C9B88B-8B72-4F4E-AC70-DE0BDF8AC9FB}' '{D8F30E00-8F44-44FE-986F-F9BCBDF19F6B}'
+expect 1 '^result    0x80010202 the object lacks the interface~$' "" create "$control" "$unknown"
+expect 1 '^result    0x80010300 module missing~$' "" create "$unknown" "$base"
+expect 2 "" "an OBJID and an IID are needed" create "$control"
+expect 2 "" "ids in braces" create "${control#?}" "$base"
+expect 0 '^protection is not suspended~$' "" protection
+expect 0 '^\{"suspensions":0,"suspended":false\}~$' "" protection --json
+cp "$OUT/windows/stage/.unsigned/tsQrtCtl.dll" "$PRODUCT/tsQrtCtl.dll"
+expect 1 "\\$control  registry~.*not trusted \\(3\\); the product refuses this module~  entry points  not looked at" "" objects
+expect 1 '0x80010303 module not trusted' "" create "$control" "$base"
+mv "$PRODUCT/tsVrTrst.dll" "$OUT/cli.verifier"
+expect 0 'success' "" create "$control" "$base"
+mv "$OUT/cli.verifier" "$PRODUCT/tsVrTrst.dll"
+rm "$PRODUCT/tsQrtCtl.dll"
+expect 1 '0x80010300 module missing' "" create "$control" "$base"
+cp "$OUT/windows/stage/tsQrtCtl.dll" "$PRODUCT/tsQrtCtl.dll"
 
 # The library in a real menu. Without a display there are no windows; ./demo.sh shows those.
 libraries() {

@@ -17,7 +17,7 @@ void ListVerbs(std::span<const Verb> verbs, Console& console) {
     console.Out("");
     for (const Verb& verb : verbs) {
         std::string line = "  " + Utf8(verb.name);
-        line.resize(std::max<std::size_t>(line.size() + 1, 12), ' ');
+        line.resize(std::max<std::size_t>(line.size() + 2, 14), ' ');
         console.Out(line + std::string(verb.summary));
     }
     console.Out("");
