@@ -83,6 +83,8 @@ make_sample() {
     echo "far down" >"$deep/far-down.txt"
     echo "Grüße" >"$SAMPLE/Grüße aus 東京 – Ω.txt"
     test_pattern >"$SAMPLE/test-pattern.com"
+    far_down="C:${deep#"$DRIVE"}/far-down.txt"
+    far_down=${far_down//\//\\}
     selection=('C:\Halvora Sample\test-pattern.com' 'C:\Halvora Sample\Grüße aus 東京 – Ω.txt' 'C:\Halvora Sample\Folder')
 }
 
@@ -120,6 +122,12 @@ open_window page "$language" page --show
 picture "$OUT/demo/page.png"
 close_window 0 page Escape
 cat "$OUT/demo/page.txt"
+
+if [ ${#given[@]} -eq 0 ]; then
+    say ""
+    say "The request by itself, with its list file and a path of ${#far_down} characters"
+    zebdiag scan --wait 120 -- 'C:\Halvora Sample' "$far_down"
+fi
 
 # swap NAME FILE: the scanner is replaced; a click must not start it.
 swap() {
