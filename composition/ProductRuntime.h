@@ -1,4 +1,4 @@
-// The process-wide objects of the product, wired to Windows.
+// The process-wide objects of a module of the product, wired to Windows.
 #pragma once
 
 #include "AgentCore/ProductInstallPathResolver.h"
@@ -27,10 +27,17 @@ namespace tsLib {
 
 namespace HVR {
 
+// Making one touches neither files nor the registry: each part reads what it needs on its first use. Its end gives back
+// every key, module and object that it took, and so must not come under the loader lock.
 class ProductRuntime {
 public:
-    // Made by the first call and never destroyed. Making it touches neither files nor the registry: each part reads
-    // what it needs on its first use. Throws std::bad_alloc, and then is made by a later call. Any thread.
+    // Throws std::bad_alloc.
+    ProductRuntime();
+    ProductRuntime(const ProductRuntime&) = delete;
+    ProductRuntime& operator=(const ProductRuntime&) = delete;
+
+    // A program's one, made by the first call and never destroyed. Throws std::bad_alloc, and then is made by a later
+    // call. Any thread.
     [[nodiscard]] static ProductRuntime& Instance();
 
     // Any thread.
@@ -70,7 +77,6 @@ private:
         ProductRuntime& runtime_;
     };
 
-    ProductRuntime();
     [[nodiscard]] CProductInstallPathResolver::Seam ResolverSeam() noexcept;
 
     Win32Platform& platform_;

@@ -1,14 +1,12 @@
 #include "composition/Win32Platform.h"
 
-#include <cstddef>
-#include <new>
+#include <type_traits>
 
 namespace HVR {
 
-Win32Platform& Win32Platform::Instance() noexcept {
-    alignas(Win32Platform) static std::byte storage[sizeof(Win32Platform)];
-    static Win32Platform* const instance = new (storage) Win32Platform;
-    return *instance;
-}
+// There before any code of the module runs, and never destroyed. A static object inside the function would be made
+// under a lock of the language runtime that leaves two handles behind each time that the module is unloaded.
+constinit Win32Platform Win32Platform::instance_;
+static_assert(std::is_trivially_destructible_v<Win32Platform>);
 
 }  // namespace HVR

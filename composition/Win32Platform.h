@@ -27,8 +27,8 @@ struct Win32Platform {
     Win32Platform() noexcept = default;
     Win32Platform(const Win32Platform&) = delete;
     Win32Platform& operator=(const Win32Platform&) = delete;
-    // Made by the first call and never destroyed: threads may still be at work when the process ends. Any thread.
-    [[nodiscard]] static Win32Platform& Instance() noexcept;
+    // Never destroyed: threads may still be at work when the process ends. Any thread.
+    [[nodiscard]] static Win32Platform& Instance() noexcept { return instance_; }
 
     tsLib::platform::win32::Win32Registry registry;  // enumeration too
     tsLib::platform::win32::Win32Files files;
@@ -51,6 +51,9 @@ struct Win32Platform {
     tsLib::platform::win32::Win32TraceOutput trace;
 
     tsLib::Tracer tracer{trace};
+
+private:
+    static Win32Platform instance_;
 };
 
 }  // namespace HVR

@@ -18,7 +18,7 @@ namespace tsLib {
 
 class Tracer {
 public:
-    explicit Tracer(platform::TraceOutput& output) noexcept : output_(&output) {}
+    constexpr explicit Tracer(platform::TraceOutput& output) noexcept : output_(&output) {}
 
     template <class... Arguments>
     void Error(TraceEvent event, const Arguments&... arguments) const noexcept {

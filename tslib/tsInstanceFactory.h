@@ -1,10 +1,10 @@
 // The factory cache: one factory for each loaded component module.
 #pragma once
 
-#include <shared_mutex>
 #include <string>
 
 #include "tslib/FactoryTable.h"
+#include "tslib/ReaderWriterLock.h"
 #include "tslib/Tracer.h"
 #include "tslib/TrustResult.h"
 #include "tslib/TrustVerifierFactory.h"
@@ -50,7 +50,7 @@ private:
     platform::ModuleLoader& modules_;
     TrustVerifierFactory& verifiers_;
     Tracer tracer_;
-    std::shared_mutex mutex_;
+    ReaderWriterLock mutex_;
     FactoryTable table_;
 };
 

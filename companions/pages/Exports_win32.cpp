@@ -34,10 +34,8 @@ HRESULT RunScript(bool remove) noexcept {
 
 }  // namespace
 
-BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID) {
-    if (reason == DLL_PROCESS_ATTACH) {
-        HVR::KeepModuleInstance(module);
-    }
+BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID processEnds) {
+    HVR::KeepModuleInstance(module, reason, processEnds);
     return TRUE;
 }
 

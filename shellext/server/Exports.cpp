@@ -15,6 +15,7 @@ namespace {
 using tsLib::HResult;
 
 HRESULT CreateHandler(IUnknown* outer, REFIID interfaceId, void** object) {
+    const HVR::ModuleUse use;
     return HVR::CZebshellEx::Create(HVR::ServerRuntime::Instance().Handler(), outer, interfaceId, object);
 }
 
@@ -23,17 +24,12 @@ constinit HVR::ClassFactory handlerFactory{HVR::serverLock, &CreateHandler};
 
 }  // namespace
 
-// Called with the loader lock held: nothing may be loaded, waited for or made here.
-BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID) {
-    if (reason == DLL_PROCESS_ATTACH) {
-        HVR::KeepModuleInstance(module);
-    }
+BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID processEnds) {
+    HVR::KeepModuleInstance(module, reason, processEnds);
     return TRUE;
 }
 
-STDAPI DllCanUnloadNow() {
-    return HVR::serverLock.IsHeld() || HVR::ServerRuntime::HasLiveComponents() ? S_FALSE : S_OK;
-}
+STDAPI DllCanUnloadNow() { return HVR::ServerRuntime::LetGo() ? S_OK : S_FALSE; }
 
 STDAPI DllGetClassObject(REFCLSID classId, REFIID interfaceId, LPVOID* object) {
     if (object == nullptr) {
@@ -47,10 +43,12 @@ STDAPI DllGetClassObject(REFCLSID classId, REFIID interfaceId, LPVOID* object) {
 }
 
 STDAPI DllRegisterServer() {
+    const HVR::ModuleUse use;
     return HVR::EntryPoint(HResult::Fail, [] { return HVR::ServerRuntime::Instance().Register(); });
 }
 
 STDAPI DllUnregisterServer() {
+    const HVR::ModuleUse use;
     // Whatever could not be removed: who unregisters cannot mend it, and an uninstallation must go on.
     static_cast<void>(HVR::EntryPoint(HResult::Ok, [] {
         HVR::ServerRuntime::Instance().Unregister();

@@ -1,5 +1,7 @@
 #include "shellext/server/ModuleState.h"
 
+#include "composition/modules/RuntimeMemory.h"
+
 namespace HVR {
 
 namespace {
@@ -12,6 +14,12 @@ constinit ModuleLock serverLock;
 
 HMODULE ModuleInstance() noexcept { return moduleInstance; }
 
-void KeepModuleInstance(HMODULE module) noexcept { moduleInstance = module; }
+void KeepModuleInstance(HMODULE module, DWORD reason, const void* processEnds) noexcept {
+    if (reason == DLL_PROCESS_ATTACH) {
+        moduleInstance = module;
+    } else if (reason == DLL_PROCESS_DETACH && processEnds == nullptr) {
+        GiveRuntimeMemoryBack();
+    }
+}
 
 }  // namespace HVR

@@ -9,9 +9,21 @@ namespace HVR {
 
 // The handle that DllMain was given; null in a program that links this code.
 [[nodiscard]] HMODULE ModuleInstance() noexcept;
-void KeepModuleInstance(HMODULE module) noexcept;
+// All that DllMain does, with DllMain's arguments. It is called with the loader lock held, where nothing may be loaded,
+// waited for or made: the handle is kept, and the language runtime's memory given back when the module goes before the
+// process does.
+void KeepModuleInstance(HMODULE module, DWORD reason, const void* processEnds) noexcept;
 
 // The module's lock count, there before any code of the module runs.
 extern ModuleLock serverLock;
+
+// Holds the module's lock.
+class ModuleUse {
+public:
+    ModuleUse() noexcept { serverLock.Lock(); }
+    ~ModuleUse() { serverLock.Unlock(); }
+    ModuleUse(const ModuleUse&) = delete;
+    ModuleUse& operator=(const ModuleUse&) = delete;
+};
 
 }  // namespace HVR

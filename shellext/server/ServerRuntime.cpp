@@ -1,8 +1,6 @@
 #include "shellext/server/ServerRuntime.h"
 
-#include <atomic>
-#include <cstddef>
-#include <new>
+#include <utility>
 
 #include "shellext/server/ModuleState.h"
 #include "shellext/server/ServerIds.h"
@@ -18,28 +16,44 @@ namespace {
 // A load failure is shown to the user on a visible desktop.
 constexpr bool kReportFailure = true;
 
-constinit std::atomic<ServerRuntime*> made{nullptr};
+// A lock of the system's that takes no memory, which the module would leave behind.
+constinit SRWLOCK runtimeLock = SRWLOCK_INIT;
+constinit ServerRuntime* runtime = nullptr;  // under the lock
+
+class RuntimeLocked {
+public:
+    RuntimeLocked() noexcept { AcquireSRWLockExclusive(&runtimeLock); }
+    ~RuntimeLocked() { ReleaseSRWLockExclusive(&runtimeLock); }
+    RuntimeLocked(const RuntimeLocked&) = delete;
+    RuntimeLocked& operator=(const RuntimeLocked&) = delete;
+};
 
 }  // namespace
 
 ServerRuntime& ServerRuntime::Instance() {
-    alignas(ServerRuntime) static std::byte storage[sizeof(ServerRuntime)];
-    static ServerRuntime* const instance = [] {
-        auto* created = new (storage) ServerRuntime;
-        made.store(created, std::memory_order_release);
-        return created;
-    }();
-    return *instance;
+    const RuntimeLocked locked;
+    if (runtime == nullptr) {
+        runtime = new ServerRuntime;
+    }
+    return *runtime;
 }
 
-bool ServerRuntime::HasLiveComponents() noexcept {
-    ServerRuntime* const runtime = made.load(std::memory_order_acquire);
-    return runtime != nullptr && runtime->product_.OwnComponents().GetObjectCount() != 0;
+bool ServerRuntime::LetGo() noexcept {
+    ServerRuntime* unused = nullptr;
+    {
+        // Whoever gets the runtime holds the module's lock before: seen free in here, nobody has it or is about to.
+        const RuntimeLocked locked;
+        if (serverLock.IsHeld() || (runtime != nullptr && runtime->product_.OwnComponents().GetObjectCount() != 0)) {
+            return false;
+        }
+        unused = std::exchange(runtime, nullptr);
+    }
+    delete unused;  // frees modules, whose code may do anything
+    return !serverLock.IsHeld();
 }
 
 ServerRuntime::ServerRuntime()
-    : product_(ProductRuntime::Instance()),
-      instance_(product_.Platform().modules.Own()),
+    : instance_(product_.Platform().modules.Own()),
       loader_(product_.Platform().modules.Own(), u"ZebShellRes.dll",
               {product_.Platform().registry, product_.Platform().modules, fileSearch_, resourceModules_, locales_,
                messageTexts_, codePage_, windowStation_, messageBoxes_, debugOutput_, product_.Platform().trace,
@@ -55,10 +69,9 @@ ServerRuntime::ServerRuntime()
           serverLock} {}
 
 HResult ServerRuntime::Scanner::Scan(DropHandle dropList) {
-    ProductRuntime& product = ProductRuntime::Instance();
     tsLib::platform::win32::Win32DropList list(reinterpret_cast<HDROP__*>(static_cast<std::uintptr_t>(dropList)));
     tsLib::platform::win32::Win32TextOutput output;
-    return product.Scan(list, output, product.Platform().processStarter);
+    return product_.Scan(list, output, product_.Platform().processStarter);
 }
 
 HResult ServerRuntime::Register() {

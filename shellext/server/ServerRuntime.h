@@ -23,12 +23,13 @@ namespace HVR {
 
 class ServerRuntime {
 public:
-    // Made by the first call, not while the loader lock is held, and never destroyed: the library may be unloaded under
-    // a lock in which nothing can be closed safely. Making it loads nothing. Throws std::bad_alloc, and then is made by
-    // a later call. Any thread.
+    // Made by the first call, not while the loader lock is held. Making it loads nothing. Whoever asks holds the
+    // module's lock (ModuleUse) until he is done with it. Throws std::bad_alloc, and then is made by a later call. Any
+    // thread.
     [[nodiscard]] static ServerRuntime& Instance();
-    // Whether somebody holds a component object whose code is in this module. Makes nothing. Any thread.
-    [[nodiscard]] static bool HasLiveComponents() noexcept;
+    // DllCanUnloadNow: whether nobody uses the module any more. Everything that was taken for it is given back then,
+    // because at the unloading itself, under the loader lock, it could not be. Any thread.
+    [[nodiscard]] static bool LetGo() noexcept;
 
     [[nodiscard]] const CZebshellEx::Services& Handler() const noexcept { return handler_; }
     // DllRegisterServer and DllUnregisterServer.
@@ -38,12 +39,16 @@ public:
 private:
     class Scanner final : public SelectionScanner {
     public:
+        explicit Scanner(ProductRuntime& product) noexcept : product_(product) {}
         tsLib::HResult Scan(DropHandle dropList) override;
+
+    private:
+        ProductRuntime& product_;
     };
 
     ServerRuntime();
 
-    ProductRuntime& product_;
+    ProductRuntime product_;
     tsLib::platform::win32::Win32FileSearch fileSearch_;
     tsLib::platform::win32::Win32ResourceModules resourceModules_;
     tsLib::platform::win32::Win32Locales locales_;
@@ -59,7 +64,7 @@ private:
     CRefCountedAtlResourceLoader sharedLoader_;
     InstanceStrings strings_;
     ComApartment apartment_;
-    Scanner scanner_;
+    Scanner scanner_{product_};
     Registration registration_;
     CZebshellEx::Services handler_;
 };
