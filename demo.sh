@@ -66,7 +66,7 @@ libraries() {  # regsvr32's switches
 }
 clean_up() {
     stop_display
-    wineserver -w
+    settle_wine
     libraries /u /s >>"$LOG/unregister.log" 2>&1 || true
 }
 
@@ -101,7 +101,7 @@ for path in "${selection[@]}"; do say "  $path"; done
 trap clean_up EXIT
 step "regsvr32" libraries /s
 step "windows without a window manager" dress_prefix
-wineserver -w # it keeps the display of its first program
+settle_wine # it keeps the display of its first program
 start_display
 
 say ""
@@ -151,10 +151,10 @@ swap "an unsigned" "$OUT/windows/stage/.unsigned/ScanAgent.exe"
 
 say ""
 trap - EXIT
-wineserver -w
+settle_wine
 stop_display
 step "regsvr32 /u" libraries /u /s
-wineserver -w
+settle_wine
 say ""
 say "Demo done: the verified scanner ran on ${#selection[@]} paths; the tampered and the unsigned one were not started."
 say "Pictures: out/demo/menu.png and out/demo/page.png."

@@ -102,7 +102,7 @@ if [ "$part" = all ] || [ "$part" = windows ]; then
     check "imports of the modules" scripts/check-imports.sh
     check "strings of all languages" scripts/check-strings.sh
     suite "command line" scripts/cli-tests.sh
-    wineserver -w
+    settle_wine
 fi
 
 if [ "$part" = all ] || [ "$part" = lint ]; then

@@ -46,5 +46,9 @@ export WINEDLLOVERRIDES="winedbg.exe=d;mscoree=d;mshtml=d"
 export LC_ALL=C.UTF-8
 unset DISPLAY
 
+# Waits for the prefix's programs to end, and ends what does not: the console helper of a program that a test killed
+# would keep a wait for ever.
+settle_wine() { timeout 20 wineserver -w || wineserver -k || true; }
+
 # The Windows form of a host path, as Wine maps it.
 windows_path() { printf 'Z:%s' "$(realpath -m "$1" | tr '/' '\\')"; }

@@ -6,7 +6,7 @@ make_prefix() {
     rm -rf "$WINEPREFIX"
     wineboot -i
     winecfg -v win10  # Wine says Windows 7 by itself
-    wineserver -w
+    settle_wine
     touch "$WINEPREFIX/.halvora-ready"
 }
 step "wine prefix" make_prefix
