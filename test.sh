@@ -30,7 +30,7 @@ suite() {
     shift
     printf '  %-34s' "$name"
     local log="$LOG/suite-${name//[^A-Za-z0-9]/-}.log" code=0
-    "$@" >"$log" 2>&1 </dev/null || code=$?
+    timeout --kill-after=10 900 "$@" >"$log" 2>&1 </dev/null || code=$?
     tr -d '\r' <"$log" >"$log.clean" && mv "$log.clean" "$log"
     local ran ok bad skip
     ran=$(sed -n 's/^\[==========\] \([0-9]*\) tests\{0,1\} from .* ran.*/\1/p' "$log" | tail -n 1)

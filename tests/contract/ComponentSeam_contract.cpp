@@ -136,6 +136,19 @@ TEST_F(ModuleLoaderContract, WhatIsNoModule_IsNotLoaded) {
     EXPECT_EQ(module, ModuleHandle{0x5A5A});
 }
 
+TEST_F(ModuleLoaderContract, ANameWithoutItsFolder_IsNotSearchedFor) {
+    ModuleHandle loaded{};
+    ASSERT_EQ(seam.loader.Load(contract.Module(), loaded), SystemError::Success);
+    const std::u16string name = contract.Module().substr(contract.Module().rfind(u'\\') + 1);
+    for (const std::u16string& path : {name, u".\\" + name, u"C:" + name, u"\\" + name, std::u16string()}) {
+        ModuleHandle module{0x5A5A};
+        EXPECT_EQ(seam.loader.LoadAltered(path, module), SystemError::ModuleNotFound);
+        EXPECT_EQ(seam.loader.Load(path, module), SystemError::ModuleNotFound);
+        EXPECT_EQ(module, ModuleHandle{0x5A5A});
+    }
+    seam.loader.Free(loaded);
+}
+
 TEST_F(ModuleLoaderContract, AnAddressInNoModule_IsFoundByNeitherWay) {
     ModuleHandle module{0x5A5A};
     const void* const nowhere = reinterpret_cast<const void*>(16);

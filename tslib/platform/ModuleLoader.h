@@ -14,7 +14,8 @@ namespace tsLib::platform {
 using EntryPoint = void (*)();
 
 // Every successful load adds one reference to the module, which the caller frees once. Loading runs the module's code:
-// paths are full paths, and whoever asks has verified the file before. Any thread; throws std::bad_alloc only.
+// whoever asks has verified the file before. A path that is not fully qualified is ModuleNotFound: no name is ever
+// searched for. Any thread; throws std::bad_alloc only.
 // Outputs are untouched on failure.
 class ModuleLoader {
 public:

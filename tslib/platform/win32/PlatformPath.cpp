@@ -28,6 +28,10 @@ bool StartsAtShare(std::u16string_view path) {
 
 }  // namespace
 
+bool IsFullyQualified(const std::u16string& path) noexcept {
+    return StartsAtDrive(path) || StartsAtShare(path) || path.starts_with(kPrefix);
+}
+
 std::u16string PlatformPath(const std::u16string& path) {
     if (path.size() < kLongPathLength || HoldsNul(path) || (!StartsAtDrive(path) && !StartsAtShare(path))) {
         return path;

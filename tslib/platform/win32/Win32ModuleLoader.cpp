@@ -6,6 +6,7 @@
 
 #include "tslib/platform/win32/Handles.h"
 #include "tslib/platform/win32/ModuleFunction.h"
+#include "tslib/platform/win32/PlatformPath.h"
 #include "tslib/platform/win32/WideText.h"
 
 namespace tsLib::platform::win32 {
@@ -15,6 +16,10 @@ namespace {
 SystemError LoadWith(DWORD flags, const std::u16string& path, ModuleHandle& module) {
     if (HoldsNul(path)) {
         return kInvalidName;
+    }
+    // The platform would search for it in places that others may write to, or take a loaded module of that name.
+    if (!IsFullyQualified(path)) {
+        return SystemError::ModuleNotFound;
     }
     DWORD mode = 0;
     const BOOL isModeSet = SetThreadErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX, &mode);

@@ -13,6 +13,9 @@ SystemError Win32ResourceModules::Map(const std::u16string& path, ModuleHandle& 
     if (HoldsNul(path)) {
         return kInvalidName;
     }
+    if (!IsFullyQualified(path)) {
+        return SystemError::ModuleNotFound;  // the platform would search for it
+    }
     const HMODULE mapped =
         LoadLibraryExW(ToWide(PlatformPath(path)), nullptr, LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE);
     if (mapped == nullptr) {
