@@ -44,6 +44,8 @@ expect 1 "$(verdict 3)" "" verify "$SAMPLES\\unit.exe" --json
 expect 0 "$(verdict 1)" "" verify "$SAMPLES\\unit.exe" --level 4 --json
 expect 0 "$(verdict 1).*\"test-A\"" "" verify "$SAMPLES\\legacy.exe" --level 1 --json
 expect 1 "$(verdict 3)" "" verify "$SAMPLES\\no-usage.exe" --level 1 --json
+expect 0 "A passed, B passed, C passed, D passed" "" verify "$SAMPLES\\good.exe" --level 5
+expect 1 "A passed, B failed, C passed, D failed" "" verify "$SAMPLES\\unit.exe" --level 5
 expect 0 "system-component" "" verify "$SAMPLES\\system.exe" --level 4
 expect 0 "driver-verified" "" verify "$SAMPLES\\driver.sys" --level 4 --driver
 expect 1 "$(verdict 3)" "" verify "$SAMPLES\\good.exe" --level 4 --driver --json

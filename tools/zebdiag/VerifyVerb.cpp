@@ -38,6 +38,16 @@ struct Answer {
     bool signerDespiteRefusal = false;  // the names come from a second, thorough look
 };
 
+// Test D has no flag: it is made at level 5 alone, where it decides behind tests A and C. Null when it was not made.
+const char* TestD(const Answer& answer) {
+    const std::uint32_t before = tsLib::kTestAPassed | tsLib::kTestCPassed;
+    if (answer.level != 5 || answer.driverMode || answer.signerDespiteRefusal ||
+        (answer.report.flags & before) != before) {
+        return nullptr;
+    }
+    return answer.verdict == TrustResult::Trusted ? "passed" : "failed";
+}
+
 void PrintJson(const Answer& answer, Console& console) {
     JsonWriter json;
     json.BeginObject();
@@ -56,6 +66,9 @@ void PrintJson(const Answer& answer, Console& console) {
             }
         }
         json.EndArray();
+        if (const char* testD = TestD(answer)) {
+            json.Text("testD", std::string_view(testD));
+        }
         json.Text("platformAnswer", Hexadecimal(static_cast<std::uint32_t>(report.platformAnswer)));
         json.Bool("throughCatalog", (report.flags & tsLib::kThroughCatalog) != 0);
         json.Text("catalog", std::u16string_view(report.catalogPath));
@@ -108,7 +121,7 @@ void PrintText(const Answer& answer, Console& console) {
         return std::string(label) + ((report.flags & bits) == bits ? " passed" : " failed");
     };
     console.Out("tests     " + test("A", tsLib::kTestAPassed) + ", " + test("B", tsLib::kTestBPassed) + ", " +
-                test("C", tsLib::kTestCPassed));
+                test("C", tsLib::kTestCPassed) + (TestD(answer) != nullptr ? std::string(", D ") + TestD(answer) : ""));
 }
 
 void Describe(IVerifyTrust& verifier, Answer& answer) {
