@@ -8,7 +8,7 @@ source "$(dirname "$0")/common.sh"
 packages=(
     g++ cmake ninja-build git                                     # host builds
     g++-mingw-w64-x86-64-posix mingw-w64-tools                    # Windows builds
-    wine wine64                                                   # running them
+    wine wine64 libwine-dev                                       # running them; the system's IDL files
     osslsigncode openssl                                          # development signing
     googletest libbenchmark-dev                                   # tests and benchmarks
     clang-format-16 clang-tidy                                    # lint
