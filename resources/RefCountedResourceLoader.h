@@ -2,9 +2,9 @@
 #pragma once
 
 #include <cstdint>
+#include <mutex>
 
 #include "resources/IResourceLoader.h"
-#include "tslib/RecursiveLock.h"
 #include "tslib/Tracer.h"
 
 namespace HVR {
@@ -40,7 +40,7 @@ private:
     tsLib::HResult result_ = tsLib::HResult::NotInitialized;
     // Held while the loader works. Recursive, because its message box lets other calls of the same thread in, and one
     // of those may be a user that comes or goes.
-    mutable tsLib::RecursiveLock lock_;
+    mutable std::recursive_mutex lock_;
     tsLib::Tracer tracer_;
 };
 
