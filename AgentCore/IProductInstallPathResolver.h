@@ -47,6 +47,9 @@ public:
     //   OutOfMemory
     //
     // The narrow file name is in the system's ANSI code page; a name that cannot be converted gives that failure.
+    //
+    // Behind the three operations of IVaneBase the narrow variant comes first, then the wide one. A compiler that puts
+    // overloads standing side by side into the table in another order must be given them in that other order.
     virtual tsLib::HResult GetPath(std::uint32_t kind, const char* fileName, char16_t** path,
                                    std::uint32_t flags) noexcept = 0;
     virtual tsLib::HResult GetPath(std::uint32_t kind, const char16_t* fileName, char16_t** path,

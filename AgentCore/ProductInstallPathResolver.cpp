@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <new>
 
 #include "AgentCore/DriverTable.h"
 #include "tslib/AsciiCase.h"
+#include "tslib/platform/Boundary.h"
 
 namespace HVR {
 
@@ -18,7 +18,7 @@ namespace {
 
 struct FolderRule {
     std::u16string_view token;
-    std::u16string_view suffix;
+    std::u16string_view below;
 };
 
 // By kind.
@@ -30,9 +30,9 @@ constexpr std::array<FolderRule, 13> kFolderRules{{
     {u"%HVRRESDLLDIR%", u""},
     {u"%BASEDIR%", u""},
     {u"%HVRDRIVERDIR%", u""},  // unless the driver belongs with the system's own
-    {u"%INSTALLDIR%", u"\\Help\\"},
+    {u"%INSTALLDIR%", u"Help"},
     {u"%HVRFEATURESTATEDIR%", u""},
-    {u"%BASEDIR%", u"\\Temp\\"},
+    {u"%BASEDIR%", u"Temp"},
     {u"%BASEDIR%", u""},
     {u"%APPDATA%", u""},
     {u"%VanePlatformEngine%", u""},
@@ -44,34 +44,38 @@ bool IsInSystemDriverFolder(std::u16string_view fileName) noexcept {
     });
 }
 
+// Exactly one backslash at the end, also for a folder that is nothing but backslashes.
+void EndInBackslash(std::u16string& folder) {
+    folder.resize(folder.find_last_not_of(u'\\') + 1);
+    folder += u'\\';
+}
+
 }  // namespace
 
 HResult CProductInstallPathResolver::GetPath(std::uint32_t kind, const char* fileName, char16_t** path,
                                              std::uint32_t /*flags*/) noexcept {
-    try {
+    return AtBoundary(kind, [&] {
         std::u16string wide;
         if (fileName != nullptr && *fileName != '\0') {
-            if (const SystemError error = seam_.textRules.FromNarrow(fileName, wide); Failed(error)) {
+            if (const SystemError error = platform_.textRules.FromNarrow(fileName, wide); Failed(error)) {
                 return Traced(kind, tsLib::FromSystemError(error));
             }
         }
         return Resolve(kind, wide, path);
-    } catch (const std::bad_alloc&) {
-        return Traced(kind, HResult::OutOfMemory);
-    } catch (...) {
-        return Traced(kind, HResult::Unexpected);
-    }
+    });
 }
 
 HResult CProductInstallPathResolver::GetPath(std::uint32_t kind, const char16_t* fileName, char16_t** path,
                                              std::uint32_t /*flags*/) noexcept {
-    try {
+    return AtBoundary(kind, [&] {
         return Resolve(kind, fileName == nullptr ? std::u16string_view() : std::u16string_view(fileName), path);
-    } catch (const std::bad_alloc&) {
-        return Traced(kind, HResult::OutOfMemory);
-    } catch (...) {
-        return Traced(kind, HResult::Unexpected);
-    }
+    });
+}
+
+template <class Body>
+HResult CProductInstallPathResolver::AtBoundary(std::uint32_t kind, Body&& body) noexcept {
+    return tsLib::AtBoundary([&] { return Traced(kind, HResult::OutOfMemory); },
+                             [&] { return Traced(kind, HResult::Unexpected); }, body);
 }
 
 HResult CProductInstallPathResolver::Resolve(std::uint32_t kind, std::u16string_view fileName, char16_t** path) {
@@ -80,34 +84,25 @@ HResult CProductInstallPathResolver::Resolve(std::uint32_t kind, std::u16string_
         return HResult::InvalidArgument;
     }
     std::u16string full;
-    if (const HResult result = FolderOf(kind, fileName, full); Failed(result)) {
-        return result;
-    }
-    // Exactly one backslash at the end, also for a folder that is nothing but backslashes.
-    full.resize(full.find_last_not_of(u'\\') + 1);
-    full += u'\\';
-    full += fileName;
-    const HResult result = HandOver(full, path);
-    return Failed(result) ? Traced(kind, result) : result;
-}
-
-HResult CProductInstallPathResolver::FolderOf(std::uint32_t kind, std::u16string_view fileName,
-                                              std::u16string& folder) {
+    std::u16string_view below = kFolderRules[kind].below;
     if (kind == kDriverFolder && IsInSystemDriverFolder(fileName)) {
-        if (const SystemError error = seam_.knownFolders.WindowsFolder(folder); Failed(error)) {
+        if (const SystemError error = platform_.system.WindowsFolder(full); Failed(error)) {
             tracer_.Error(TraceEvent::InstallPathNoWindowsFolder, error);
             return HResult::PathNotFound;
         }
-        folder += u"\\system32\\drivers\\";
-        return HResult::Ok;
-    }
-    const FolderRule& rule = kFolderRules[kind];
-    if (!expansion_.Expand(rule.token, folder)) {
-        tracer_.Error(TraceEvent::InstallPathUnexpanded, kind, rule.token);
+        below = u"system32\\drivers";
+    } else if (const std::u16string_view token = kFolderRules[kind].token; !expansion_.Expand(token, full)) {
+        tracer_.Error(TraceEvent::InstallPathUnexpanded, kind, token);
         return HResult::PathNotFound;
     }
-    folder += rule.suffix;
-    return HResult::Ok;
+    EndInBackslash(full);
+    if (!below.empty()) {
+        full += below;
+        full += u'\\';
+    }
+    full += fileName;
+    const HResult result = HandOver(full, path);
+    return Failed(result) ? Traced(kind, result) : result;
 }
 
 HResult CProductInstallPathResolver::HandOver(std::u16string_view text, char16_t** path) noexcept {
@@ -115,7 +110,7 @@ HResult CProductInstallPathResolver::HandOver(std::u16string_view text, char16_t
         return HResult::InvalidArgument;
     }
     const std::size_t bytes = text.size() * sizeof(char16_t);
-    auto* const block = static_cast<char16_t*>(seam_.memory.Allocate(bytes + sizeof(char16_t)));
+    auto* const block = static_cast<char16_t*>(platform_.system.Allocate(bytes + sizeof(char16_t)));
     if (block == nullptr) {
         return HResult::OutOfMemory;
     }

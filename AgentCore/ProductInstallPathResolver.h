@@ -8,8 +8,8 @@
 #include "AgentCore/IProductInstallPathResolver.h"
 #include "tslib/IVaneBaseImpl.h"
 #include "tslib/Tracer.h"
-#include "tslib/platform/ComponentMemory.h"
-#include "tslib/platform/KnownFolders.h"
+#include "tslib/platform/Platform.h"
+#include "tslib/platform/System.h"
 #include "tslib/platform/TextRules.h"
 #include "tslib/tsPathExpansion.h"
 
@@ -20,14 +20,8 @@ class CProductInstallPathResolver
     : public tsLib::IVaneBaseImpl<tsLib::CVaneThreadSafeRefCount, IProductInstallPathResolver,
                                   kIProductInstallPathResolverId> {
 public:
-    struct Seam {
-        tsLib::platform::KnownFolders& knownFolders;
-        tsLib::platform::TextRules& textRules;
-        tsLib::platform::ComponentMemory& memory;
-        tsLib::platform::TraceOutput& trace;
-    };
-    CProductInstallPathResolver(tsLib::tsPathExpansion& expansion, const Seam& seam) noexcept
-        : expansion_(expansion), seam_(seam), tracer_(seam.trace) {}
+    CProductInstallPathResolver(const tsLib::platform::Platform& platform, tsLib::tsPathExpansion& expansion) noexcept
+        : platform_(platform), expansion_(expansion), tracer_(platform.trace) {}
 
     tsLib::HResult GetPath(std::uint32_t kind, const char* fileName, char16_t** path,
                            std::uint32_t flags) noexcept override;
@@ -35,13 +29,14 @@ public:
                            std::uint32_t flags) noexcept override;
 
 private:
+    template <class Body>
+    tsLib::HResult AtBoundary(std::uint32_t kind, Body&& body) noexcept;
     tsLib::HResult Resolve(std::uint32_t kind, std::u16string_view fileName, char16_t** path);
-    tsLib::HResult FolderOf(std::uint32_t kind, std::u16string_view fileName, std::u16string& folder);
     tsLib::HResult HandOver(std::u16string_view text, char16_t** path) noexcept;
     tsLib::HResult Traced(std::uint32_t kind, tsLib::HResult result) noexcept;
 
+    const tsLib::platform::Platform& platform_;
     tsLib::tsPathExpansion& expansion_;
-    Seam seam_;
     tsLib::Tracer tracer_;
 };
 

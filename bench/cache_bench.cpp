@@ -7,8 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/fakes/FakeTextRules.h"
-#include "tests/fakes/FakeTrace.h"
+#include "tests/fakes/FakePlatform.h"
 #include "tslib/verifytrust/VerificationCache.h"
 
 namespace {
@@ -32,10 +31,9 @@ std::vector<std::u16string> Paths(std::size_t count) {
 }
 
 struct Setting {
-    Setting() { trace.enabled = false; }
-    tests::FakeTextRules rules;
-    tests::FakeTrace trace;
-    VerificationCache cache{rules, Tracer(trace)};
+    Setting() { platform.trace.enabled = false; }
+    tests::FakePlatform platform;
+    VerificationCache cache{platform.textRules, platform.trace};
 };
 
 // Nanoseconds of one hash, over the same paths in the same order as the measured operation took them.
@@ -44,7 +42,7 @@ double FloorNanoseconds(const Setting& setting, const std::vector<std::u16string
     std::size_t next = 0;
     const auto start = std::chrono::steady_clock::now();
     for (std::size_t i = 0; i < kHashes; ++i) {
-        benchmark::DoNotOptimize(VerificationCache::PathHash(setting.rules, paths[next]));
+        benchmark::DoNotOptimize(VerificationCache::PathHash(setting.platform.textRules, paths[next]));
         next = next + 1 == paths.size() ? 0 : next + 1;
     }
     const std::chrono::duration<double, std::nano> elapsed = std::chrono::steady_clock::now() - start;
@@ -70,7 +68,7 @@ void Measure(benchmark::State& state, const Setting& setting, const std::vector<
 void CachePathHash(benchmark::State& state) {
     Setting setting;
     Measure(state, setting, Paths(1000), [&](const std::u16string& path) {
-        benchmark::DoNotOptimize(VerificationCache::PathHash(setting.rules, path));
+        benchmark::DoNotOptimize(VerificationCache::PathHash(setting.platform.textRules, path));
     });
 }
 BENCHMARK(CachePathHash);

@@ -7,12 +7,7 @@
 #include <cstring>
 
 #include "bench/ExpansionWorkload.h"
-#include "tests/fakes/FakeFiles.h"
-#include "tests/fakes/FakeKnownFolders.h"
-#include "tests/fakes/FakeModules.h"
-#include "tests/fakes/FakePathForms.h"
-#include "tests/fakes/FakeTextRules.h"
-#include "tests/fakes/FakeTrace.h"
+#include "tests/fakes/FakePlatform.h"
 
 namespace {
 
@@ -22,7 +17,7 @@ using platform::SystemError;
 constexpr std::u16string_view kFolder = u"C:\\Program Files\\Common Files\\Corvane Shared\\Halvora";
 
 // A registry in which every key exists and every value is the folder.
-class InstantRegistry final : public platform::RegistryReader {
+class InstantRegistry final : public platform::Registry {
 public:
     SystemError OpenKey(platform::RegistryRoot, const std::u16string&, std::uint32_t,
                         platform::RegistryKey& key) override {
@@ -41,6 +36,27 @@ public:
         return SystemError::Success;
     }
     void CloseKey(platform::RegistryKey) noexcept override {}
+
+    // Not asked by an expansion.
+    SystemError CreateKey(platform::RegistryRoot, const std::u16string&, std::uint32_t,
+                          platform::RegistryKey&) override {
+        return SystemError::NotSupported;
+    }
+    SystemError WriteValue(platform::RegistryKey, const std::u16string&, const platform::RegistryValue&) override {
+        return SystemError::NotSupported;
+    }
+    SystemError DeleteValue(platform::RegistryKey, const std::u16string&) override { return SystemError::NotSupported; }
+    SystemError SubkeyInfo(platform::RegistryKey, std::uint32_t&, std::uint32_t&) override {
+        return SystemError::NotSupported;
+    }
+    SystemError SubkeyName(platform::RegistryKey, std::uint32_t, std::uint32_t, std::u16string&) override {
+        return SystemError::NotSupported;
+    }
+    SystemError DeleteKey(platform::RegistryRoot, const std::u16string&) override { return SystemError::NotSupported; }
+    SystemError DeleteTree(platform::RegistryRoot, const std::u16string&) override { return SystemError::NotSupported; }
+    SystemError DeleteSubkeyTree(platform::RegistryKey, const std::u16string&) override {
+        return SystemError::NotSupported;
+    }
 };
 
 // Takes the place of the registry, as an installed lookup does.
@@ -66,16 +82,14 @@ std::size_t ReplacePaths(std::u16string_view path, std::size_t rounds) {
 }
 
 void ExpandAgainstReplace(benchmark::State& state, PathTokenLookup* lookup) {
-    tests::FakeFiles files;
-    tests::FakeKnownFolders knownFolders;
-    tests::FakePathForms pathForms;
-    tests::FakeTextRules textRules;
-    tests::FakeModules modules;
-    tests::FakeTrace trace;
+    tests::FakePlatform fake;
     InstantRegistry registry;
-    files.PutFile(u"C:\\isolate.ini", "[isolation]\r\nsilo={01234567-89AB-CDEF-0123-456789ABCDEF}\r\n");
-    Isolation isolation({modules, pathForms, files, registry, textRules, trace});
-    tsPathExpansion expansion({registry, knownFolders, pathForms, textRules, trace}, isolation);
+    const platform::Platform platform{registry,       fake.files,      fake.modules,       fake.processes,
+                                      fake.pathForms, fake.textRules,  fake.desktop,       fake.system,
+                                      fake.catalogs,  fake.signatures, fake.trustProvider, fake.trace};
+    fake.disk.PutFile(u"C:\\isolate.ini", "[isolation]\r\nsilo={01234567-89AB-CDEF-0123-456789ABCDEF}\r\n");
+    Isolation isolation(platform);
+    tsPathExpansion expansion(platform, isolation);
     expansion.InstallLookup(lookup);
 
     constexpr std::size_t kRounds = 1000;

@@ -79,8 +79,6 @@ void WriteScanList_100000(benchmark::State& state) {
     tests::ScanWorld world;
     world.drops.items = selection.items;
     HostTextOutput output(path);
-    HVR::ScanRequest request(
-        {world.folders, world.clock, output, world.starter, world.location, world.start, tsLib::Tracer(world.trace)});
     double floorSeconds = 0;
     double listSeconds = 0;
     for (auto _ : state) {
@@ -91,7 +89,7 @@ void WriteScanList_100000(benchmark::State& state) {
         }
         close(file);
         const auto middle = Clock::now();
-        if (Failed(request.WriteScanList(world.drops, u"C:\\Temp\\ScanList742")) ||
+        if (Failed(world.request.WriteScanList(world.drops, output, tests::kTestList)) ||
             output.State() != StreamState::Good) {
             state.SkipWithError("the list was not written");
         }

@@ -1,6 +1,6 @@
 #include "resources/DebugLog.h"
 
-#include <algorithm>
+#include <array>
 #include <new>
 #include <string>
 
@@ -19,7 +19,7 @@ void DebugLog::Sentence(std::initializer_list<std::u16string_view> parts) const 
                 sentence += part;
             }
             sentence += u'\n';
-            output_->Write(sentence.c_str());
+            output_->WriteDebug(sentence.c_str());
             return;
         } catch (const std::bad_alloc&) {
             // What fits the buffer is better than nothing.
@@ -36,16 +36,7 @@ void DebugLog::Formatted(std::initializer_list<std::u16string_view> parts) const
     }
     buffer[length] = u'\n';
     buffer[length + 1] = u'\0';
-    output_->Write(buffer.data());
-}
-
-HexText::HexText(tsLib::HResult result) noexcept {
-    text_[0] = u'0';
-    text_[1] = u'x';
-    auto number = tsLib::Number(result);
-    for (std::size_t i = text_.size(); i-- > 2; number >>= 4) {
-        text_[i] = u"0123456789ABCDEF"[number & 0xF];
-    }
+    output_->WriteDebug(buffer.data());
 }
 
 }  // namespace HVR

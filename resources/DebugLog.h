@@ -1,13 +1,11 @@
 // The resource loader's sentences for debug viewers.
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <initializer_list>
 #include <string_view>
 
-#include "tslib/platform/DebugOutput.h"
-#include "tslib/platform/HResult.h"
+#include "tslib/platform/Desktop.h"
 
 namespace HVR {
 
@@ -17,7 +15,7 @@ public:
     // The buffer that a formatted sentence is cut to, terminator included.
     static constexpr std::size_t kBufferSize = 512;
 
-    explicit DebugLog(tsLib::platform::DebugOutput& output) noexcept : output_(&output) {}
+    explicit DebugLog(tsLib::platform::Desktop& output) noexcept : output_(&output) {}
 
     // Writes the parts as one sentence, whole; cut to the buffer only when there is no memory for a longer one.
     void Sentence(std::initializer_list<std::u16string_view> parts) const noexcept;
@@ -26,17 +24,7 @@ public:
     void Formatted(std::initializer_list<std::u16string_view> parts) const noexcept;
 
 private:
-    tsLib::platform::DebugOutput* output_;
-};
-
-// A result as "0x%08X" writes it.
-class HexText {
-public:
-    explicit HexText(tsLib::HResult result) noexcept;
-    operator std::u16string_view() const noexcept { return {text_.data(), text_.size()}; }
-
-private:
-    std::array<char16_t, 10> text_;
+    tsLib::platform::Desktop* output_;
 };
 
 }  // namespace HVR

@@ -6,8 +6,8 @@ using tsLib::HResult;
 using tsLib::TraceEvent;
 
 CDisableAutoProtect::CDisableAutoProtect(tsLib::IProtectionControl* control, bool suspendNow,
-                                         tsLib::Tracer tracer) noexcept
-    : control_(tsLib::VaneRef<tsLib::IProtectionControl>::Share(control)), tracer_(tracer) {
+                                         tsLib::platform::TraceOutput& trace) noexcept
+    : control_(tsLib::VaneRef<tsLib::IProtectionControl>::Share(control)), tracer_(trace) {
     if (suspendNow) {
         Disable();
     }

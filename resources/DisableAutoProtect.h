@@ -11,7 +11,8 @@ namespace tsVane {
 class CDisableAutoProtect {
 public:
     // Keeps a reference to the control, which may be null, and calls Disable when suspendNow is set.
-    CDisableAutoProtect(tsLib::IProtectionControl* control, bool suspendNow, tsLib::Tracer tracer) noexcept;
+    CDisableAutoProtect(tsLib::IProtectionControl* control, bool suspendNow,
+                        tsLib::platform::TraceOutput& trace) noexcept;
     CDisableAutoProtect(const CDisableAutoProtect&) = delete;
     CDisableAutoProtect& operator=(const CDisableAutoProtect&) = delete;
     // Calls Enable, once: what fails is not tried a second time.

@@ -17,7 +17,7 @@ namespace HVR {
 class IResourceLoader {
 public:
     virtual ~IResourceLoader() = default;
-    // The loaded module, or the null handle. Only platform::ResourceModules understands it.
+    // The loaded module, or the null handle. Only platform::Modules understands it.
     [[nodiscard]] virtual tsLib::platform::ModuleHandle GetResourceModule() const noexcept = 0;
     // Finds and loads the resource module; Ok at once when one is loaded. With reportFailure a failure is logged in
     // detail and, on a visible desktop, shown to the user in a message box.

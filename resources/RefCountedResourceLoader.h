@@ -13,8 +13,8 @@ namespace HVR {
 class CRefCountedResourceLoader {
 public:
     // The loader may be null, and must outlive this object.
-    CRefCountedResourceLoader(IResourceLoader* loader, bool reportFailure, tsLib::Tracer tracer) noexcept
-        : loader_(loader), reportFailure_(reportFailure), tracer_(tracer) {}
+    CRefCountedResourceLoader(IResourceLoader* loader, bool reportFailure, tsLib::platform::TraceOutput& trace) noexcept
+        : loader_(loader), reportFailure_(reportFailure), tracer_(trace) {}
     CRefCountedResourceLoader(const CRefCountedResourceLoader&) = delete;
     CRefCountedResourceLoader& operator=(const CRefCountedResourceLoader&) = delete;
     virtual ~CRefCountedResourceLoader() = default;

@@ -1,11 +1,12 @@
 // The search for the resource module.
 #include "resources/ResourceLoader.h"
 
-#include <new>
 #include <utility>
 
+#include "resources/ProductKey.h"
 #include "resources/ResourcePaths.h"
 #include "tslib/RegistryText.h"
+#include "tslib/platform/Boundary.h"
 
 namespace HVR {
 
@@ -25,12 +26,16 @@ constexpr std::size_t kPathSizeLimit = 8192;
 
 }  // namespace
 
-CResourceLoader::CResourceLoader(ModuleHandle callingModule, std::u16string fileName, const Seam& seam)
+CResourceLoader::CResourceLoader(const tsLib::platform::Platform& platform, ModuleHandle callingModule,
+                                 std::u16string fileName, tsLib::TrustVerifiers& verifiers,
+                                 const tsLib::Components& components)
     : callingModule_(callingModule),
       fileName_(std::move(fileName)),
-      seam_(seam),
-      log_(seam.debug),
-      tracer_(seam.trace) {}
+      platform_(platform),
+      verifiers_(verifiers),
+      components_(components),
+      log_(platform.desktop),
+      tracer_(platform.trace) {}
 
 CResourceLoader::~CResourceLoader() { static_cast<void>(CResourceLoader::Unload()); }
 
@@ -38,25 +43,27 @@ HResult CResourceLoader::Unload() noexcept {
     if (module_ == ModuleHandle{}) {
         return HResult::Ok;
     }
-    return tsLib::FromSystemError(seam_.resources.Unmap(std::exchange(module_, ModuleHandle{})));
+    return tsLib::FromSystemError(platform_.modules.UnmapResources(std::exchange(module_, ModuleHandle{})));
 }
 
-std::u16string_view CResourceLoader::GetRegistryKeyPath() const noexcept { return u"Software\\Corvane\\Halvora\\AV"; }
+std::u16string_view CResourceLoader::GetRegistryKeyPath() const noexcept { return kProductKey; }
 
 std::u16string_view CResourceLoader::GetRegistryValueName() const noexcept { return u"Home Directory"; }
 
-std::uint16_t CResourceLoader::GetLanguageId() const noexcept { return seam_.locales.SystemLanguage(); }
+std::uint16_t CResourceLoader::GetLanguageId() const noexcept { return platform_.desktop.SystemLanguage(); }
 
 HResult CResourceLoader::Initialize(bool reportFailure) noexcept {
-    try {
-        return FindAndLoad(reportFailure);
-    } catch (const std::bad_alloc&) {
-        log_.Sentence(u"CResourceLoader::Initialize failed, std::bad_alloc exception caught.");
-        return HResult::OutOfMemory;
-    } catch (...) {
-        log_.Sentence(u"CResourceLoader::Initialize failed, unknown exception caught.");
-        return HResult::Unexpected;
-    }
+    const auto caught = [&](std::u16string_view sentence, HResult result) {
+        log_.Sentence(sentence);
+        return result;
+    };
+    return tsLib::AtBoundary(
+        [&] {
+            return caught(u"CResourceLoader::Initialize failed, std::bad_alloc exception caught.",
+                          HResult::OutOfMemory);
+        },
+        [&] { return caught(u"CResourceLoader::Initialize failed, unknown exception caught.", HResult::Unexpected); },
+        [&] { return FindAndLoad(reportFailure); });
 }
 
 HResult CResourceLoader::FindAndLoad(bool reportFailure) {
@@ -68,79 +75,67 @@ HResult CResourceLoader::FindAndLoad(bool reportFailure) {
         log_.Sentence(u"CResourceLoader::Initialize - invalid arguments to ctor.");
         return HResult::Fail;
     }
-    if (Failed(SetBinaryModulePath())) {
+    if (!SetBinaryModulePath()) {
         log_.Sentence(u"CResourceLoader::Initialize - SetBinaryModulePath failed.");
         return HResult::Fail;
     }
-    // A refusal must not be hidden by a later place where there is just no file.
-    bool refused = false;
+    refused_ = false;
     HResult result = HResult::Fail;
     if (!givenPath_.empty()) {
         result = Load(givenPath_, 0);
-        refused = result == HResult::SignatureRefused;
     }
     if (Failed(result) && canSearch) {
-        result = Search(refused);
+        result = Search();
     }
     if (Succeeded(result)) {
         return HResult::Ok;
     }
     log_.Sentence({u"CResourceLoader::Initialize failed to load resources from any search location: ", fileName_});
     if (reportFailure) {
-        ReportFailedSearch(refused, result);
+        ReportFailedSearch(result);
         return HResult::Fail;
     }
-    return refused ? HResult::SignatureRefused : result;
+    return refused_ ? HResult::SignatureRefused : result;
 }
 
-HResult CResourceLoader::Search(bool& refused) {
-    HResult result = HResult::Fail;
-    const auto loaded = [&](HResult answer) {
-        result = answer;
-        refused = refused || answer == HResult::SignatureRefused;
-        return Succeeded(answer);
-    };
+HResult CResourceLoader::Search() {
     std::u16string installDir;
     if (Succeeded(GetInstallDir(installDir))) {
         LocaleList sameLanguage;
         LocaleList otherLanguages;
-        if (loaded(LoadResUsingExactLocale(installDir, sameLanguage, otherLanguages)) ||
-            loaded(LoadResUsingLocaleList(installDir, sameLanguage)) || loaded(LoadResUsingDefaultLocale(installDir)) ||
-            (!otherLanguages.empty() && loaded(LoadResUsingLocaleList(installDir, otherLanguages)))) {
-            return result;
+        if (Succeeded(LoadResUsingExactLocale(installDir, sameLanguage, otherLanguages)) ||
+            Succeeded(LoadResUsingLocaleList(installDir, sameLanguage)) ||
+            Succeeded(LoadResUsingDefaultLocale(installDir)) ||
+            Succeeded(LoadResUsingLocaleList(installDir, otherLanguages))) {
+            return HResult::Ok;
         }
     }
-    static_cast<void>(loaded(LoadResFromModuleDir()));
-    return result;
+    return LoadResFromModuleDir();
 }
 
-HResult CResourceLoader::SetBinaryModulePath() {
-    try {
-        for (std::size_t size = kFirstPathSize; size < kPathSizeLimit;
+bool CResourceLoader::SetBinaryModulePath() {
+    return tsLib::AtBoundary(false, [&] {
+        SystemError error = SystemError::InsufficientBuffer;
+        for (std::size_t size = kFirstPathSize; error == SystemError::InsufficientBuffer && size < kPathSizeLimit;
              size = size < kSecondPathSize ? kSecondPathSize : size + kPathSizeStep) {
-            const SystemError error = seam_.modules.FileName(callingModule_, size, binaryPath_);
-            if (error != SystemError::InsufficientBuffer) {
-                return tsLib::FromSystemError(error);
-            }
+            error = platform_.modules.FileName(callingModule_, size, binaryPath_);
         }
-        return HResult::Fail;
-    } catch (const std::bad_alloc&) {
-        return HResult::OutOfMemory;
-    }
+        return Succeeded(error);
+    });
 }
 
 HResult CResourceLoader::GetInstallDir(std::u16string& directory) {
     std::uint32_t access = tsLib::platform::kKeyQueryValue;
     access |= UseRegistry64View() ? tsLib::platform::kKeyView64 : 0;
     access |= UseRegistry32View() ? tsLib::platform::kKeyView32 : 0;
-    tsLib::platform::OwnedRegistryKey key(seam_.registry);
-    if (Failed(seam_.registry.OpenKey(tsLib::platform::RegistryRoot::LocalMachine, std::u16string(GetRegistryKeyPath()),
-                                      access, key.Receive()))) {
+    tsLib::platform::OwnedRegistryKey key(platform_.registry);
+    if (Failed(platform_.registry.OpenKey(tsLib::platform::RegistryRoot::LocalMachine,
+                                          std::u16string(GetRegistryKeyPath()), access, key.Receive()))) {
         log_.Sentence(u"CResourceLoader::GetInstallDir - failed to open registry.");
         return HResult::Fail;
     }
     std::u16string value;
-    SystemError error = tsLib::ReadText(seam_.registry, key.Get(), std::u16string(GetRegistryValueName()), value);
+    SystemError error = tsLib::ReadText(platform_.registry, key.Get(), std::u16string(GetRegistryValueName()), value);
     // A value that is no text, or no full path: modules must not come from wherever the host's current directory is.
     if (error == SystemError::UnsupportedType || (Succeeded(error) && !IsFullPath(value))) {
         error = SystemError::InvalidData;
@@ -161,18 +156,18 @@ HResult CResourceLoader::GetInstallDir(std::u16string& directory) {
 // it in the enumeration.
 HResult CResourceLoader::LoadResUsingExactLocale(std::u16string_view installDir, LocaleList& sameLanguage,
                                                  LocaleList& otherLanguages) {
-    tsLib::platform::OwnedSearch search(seam_.files);
+    tsLib::platform::OwnedSearch search(platform_.files);
     tsLib::platform::FoundEntry entry;
-    SystemError error = seam_.files.First(ResourceRoot(installDir) + u"*.*", search.Receive(), entry);
+    SystemError error = platform_.files.FindFirst(ResourceRoot(installDir) + u"*.*", search.Receive(), entry);
     if (Failed(error)) {
         log_.Sentence(u"CResourceLoader::LoadResUsingExactLocale - invalid handle.");
         return HResult::FileNotFound;
     }
     const Language wanted = LanguageOf(GetLanguageId());
-    for (; Succeeded(error); error = seam_.files.Next(search.Get(), entry)) {
+    for (; Succeeded(error); error = platform_.files.FindNext(search.Get(), entry)) {
         const auto localeId = static_cast<std::uint32_t>(LeadingNumber(entry.name));
         if ((entry.attributes & tsLib::platform::kAttributeDirectory) == 0 || localeId == 0 ||
-            !seam_.locales.IsLocale(localeId)) {
+            !platform_.desktop.IsLocale(localeId)) {
             continue;
         }
         const Language language = LanguageOf(localeId);
@@ -222,9 +217,9 @@ HResult CResourceLoader::LoadResFromModuleDir() {
 
 // A folder of that name is no file.
 bool CResourceLoader::FileExists(const std::u16string& path) {
-    tsLib::platform::OwnedSearch search(seam_.files);
+    tsLib::platform::OwnedSearch search(platform_.files);
     tsLib::platform::FoundEntry entry;
-    return Succeeded(seam_.files.First(path, search.Receive(), entry)) &&
+    return Succeeded(platform_.files.FindFirst(path, search.Receive(), entry)) &&
            (entry.attributes & tsLib::platform::kAttributeDirectory) == 0;
 }
 
@@ -234,6 +229,8 @@ HResult CResourceLoader::Load(std::u16string path, std::uint16_t language) {
     if (Succeeded(result)) {
         loadedLanguage_ = language;
     }
+    // A refusal must not be hidden by a later place that fails otherwise or where there is just no file.
+    refused_ = refused_ || result == HResult::SignatureRefused;
     return result;
 }
 

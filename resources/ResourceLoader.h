@@ -9,43 +9,20 @@
 
 #include "resources/DebugLog.h"
 #include "resources/IResourceLoader.h"
-#include "tslib/IInstanceFactory.h"
+#include "tslib/IComponentSource.h"
 #include "tslib/Tracer.h"
-#include "tslib/TrustVerifierFactory.h"
-#include "tslib/platform/CodePage.h"
-#include "tslib/platform/FileSearch.h"
-#include "tslib/platform/Locales.h"
-#include "tslib/platform/MessageBoxes.h"
-#include "tslib/platform/MessageTexts.h"
-#include "tslib/platform/Modules.h"
-#include "tslib/platform/Registry.h"
-#include "tslib/platform/ResourceModules.h"
-#include "tslib/platform/WindowStation.h"
+#include "tslib/TrustVerifiers.h"
+#include "tslib/platform/Platform.h"
 
 namespace HVR {
 
 // Not locked; see IResourceLoader. Operations that are not noexcept may throw std::bad_alloc and nothing else.
 class CResourceLoader : public IResourceLoader {
 public:
-    // All of them outlive the loader.
-    struct Seam {
-        tsLib::platform::RegistryReader& registry;
-        tsLib::platform::Modules& modules;
-        tsLib::platform::FileSearch& files;
-        tsLib::platform::ResourceModules& resources;
-        tsLib::platform::Locales& locales;
-        tsLib::platform::MessageTexts& messages;
-        tsLib::platform::CodePage& codePage;
-        tsLib::platform::WindowStation& station;
-        tsLib::platform::MessageBoxes& boxes;
-        tsLib::platform::DebugOutput& debug;
-        tsLib::platform::TraceOutput& trace;
-        tsLib::TrustVerifierFactory& verifiers;
-        const tsLib::InstanceFactorySlot& components;
-    };
-
     // `callingModule` is the module that the strings are for; `fileName` names the resource module without a folder.
-    CResourceLoader(tsLib::platform::ModuleHandle callingModule, std::u16string fileName, const Seam& seam);
+    // What is passed outlives the loader.
+    CResourceLoader(const tsLib::platform::Platform& platform, tsLib::platform::ModuleHandle callingModule,
+                    std::u16string fileName, tsLib::TrustVerifiers& verifiers, const tsLib::Components& components);
     CResourceLoader(const CResourceLoader&) = delete;
     CResourceLoader& operator=(const CResourceLoader&) = delete;
 
@@ -94,8 +71,8 @@ private:
     using LocaleList = std::vector<std::uint32_t>;
 
     tsLib::HResult FindAndLoad(bool reportFailure);
-    tsLib::HResult Search(bool& refused);
-    tsLib::HResult SetBinaryModulePath();
+    tsLib::HResult Search();
+    [[nodiscard]] bool SetBinaryModulePath();
     tsLib::HResult LoadResUsingExactLocale(std::u16string_view installDir, LocaleList& sameLanguage,
                                            LocaleList& otherLanguages);
     tsLib::HResult LoadResUsingLocaleList(std::u16string_view installDir, const LocaleList& list);
@@ -105,11 +82,15 @@ private:
     tsLib::HResult Load(std::u16string path, std::uint16_t language);
     tsLib::platform::SystemError MapSuspended(const std::u16string& path, tsLib::platform::ModuleHandle& module);
 
-    void ReportFailedSearch(bool refused, tsLib::HResult last);
+    void LogLoadFailure(std::u16string_view what, tsLib::HResult code, const std::u16string& path) noexcept;
+
+    void ReportFailedSearch(tsLib::HResult last);
     [[nodiscard]] bool IsDisplayVisible() noexcept;
     void ReportLoadFailure(tsLib::HResult code);
 
-    [[nodiscard]] bool ReadWhole(std::uint32_t id, std::u16string& out);
+    // Whether the body succeeds. If not, or if it throws, the sentence is logged.
+    template <class Body>
+    [[nodiscard]] bool OrLog(std::u16string_view sentence, Body&& body) noexcept;
 
     tsLib::platform::ModuleHandle module_{};
     tsLib::platform::ModuleHandle callingModule_;
@@ -119,7 +100,10 @@ private:
     bool displayVisible_ = false;
     std::uint16_t loadedLanguage_ = 0;
     std::u16string givenPath_;
-    Seam seam_;
+    bool refused_ = false;  // whether the search has met a module that was refused
+    const tsLib::platform::Platform& platform_;
+    tsLib::TrustVerifiers& verifiers_;
+    const tsLib::Components& components_;
     DebugLog log_;
     tsLib::Tracer tracer_;
 };

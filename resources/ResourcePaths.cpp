@@ -4,29 +4,14 @@
 #include <limits>
 
 #include "tslib/AsciiCase.h"
+#include "tslib/platform/Digits.h"
+#include "tslib/platform/FullPath.h"
 
 namespace HVR {
 
 namespace {
 
 constexpr std::size_t kLongestDirectory = 260;
-
-bool IsSeparator(char16_t unit) noexcept { return unit == u'\\' || unit == u'/'; }
-
-bool StartsWithDrive(std::u16string_view path) noexcept {
-    const char16_t letter = path.empty() ? u'\0' : tsLib::LowerAscii(path[0]);
-    return path.size() >= 2 && letter >= u'a' && letter <= u'z' && path[1] == u':';
-}
-
-std::u16string DecimalText(std::uint32_t number) {
-    std::u16string text;
-    do {
-        text += static_cast<char16_t>(u'0' + number % 10);
-        number /= 10;
-    } while (number != 0);
-    std::reverse(text.begin(), text.end());
-    return text;
-}
 
 }  // namespace
 
@@ -54,10 +39,9 @@ std::int32_t LeadingNumber(std::u16string_view name) noexcept {
 }
 
 bool IsFullPath(std::u16string_view path) noexcept {
-    if (StartsWithDrive(path)) {
-        return path.size() >= 3 && IsSeparator(path[2]);
-    }
-    return path.size() >= 3 && IsSeparator(path[0]) && IsSeparator(path[1]) && !IsSeparator(path[2]);
+    using tsLib::platform::IsPathSeparator;
+    return tsLib::platform::StartsAtDrive(path) ||
+           (path.size() >= 3 && IsPathSeparator(path[0]) && IsPathSeparator(path[1]) && !IsPathSeparator(path[2]));
 }
 
 std::u16string_view WithoutBinariesFolder(std::u16string_view value) noexcept {
@@ -80,7 +64,7 @@ std::u16string ResourceRoot(std::u16string_view installDirectory) {
 std::u16string CandidatePath(std::u16string_view installDirectory, std::uint32_t localeId,
                              std::u16string_view fileName) {
     std::u16string path = ResourceRoot(installDirectory);
-    path += DecimalText(localeId);
+    path += tsLib::DecimalText(localeId);
     path += u'\\';
     return path += fileName;
 }
@@ -89,7 +73,7 @@ std::optional<std::u16string> PathBeside(std::u16string_view modulePath, std::u1
     if (!IsFullPath(modulePath)) {
         return std::nullopt;
     }
-    const std::size_t drive = StartsWithDrive(modulePath) ? 2 : 0;
+    const std::size_t drive = tsLib::platform::StartsAtDrive(modulePath) ? 2 : 0;
     const std::size_t end = modulePath.find_last_of(u"\\/") + 1;
     if (end - drive > kLongestDirectory) {
         return std::nullopt;

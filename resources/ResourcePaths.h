@@ -25,7 +25,8 @@ struct Language {
 // there is none.
 [[nodiscard]] std::int32_t LeadingNumber(std::u16string_view name) noexcept;
 
-// Whether the path starts at the root of a drive or at a share, so that it means the same in every current directory.
+// Whether the path starts at the root of a drive or with two separators, device forms included, so that it means the
+// same in every current directory.
 [[nodiscard]] bool IsFullPath(std::u16string_view path) noexcept;
 
 // The install directory that the registry's value names: without the last 7 characters when it is longer than that and

@@ -1,86 +1,52 @@
 // Strings of the loaded module.
-#include <new>
 #include <utility>
 
 #include "resources/Inserts.h"
 #include "resources/ResourceLoader.h"
+#include "resources/StringTable.h"
+#include "tslib/platform/Boundary.h"
 
 namespace HVR {
 
 using tsLib::platform::ModuleHandle;
 
-namespace {
-
-constexpr std::size_t kFirstBufferSize = 512;
-constexpr std::size_t kLargestBufferSize = 8192;
-
-}  // namespace
-
-bool CResourceLoader::ReadWhole(std::uint32_t id, std::u16string& out) {
-    // Without a module the platform would look into the host program's own strings.
-    if (module_ == ModuleHandle{}) {
-        return false;
+template <class Body>
+bool CResourceLoader::OrLog(std::u16string_view sentence, Body&& body) noexcept {
+    if (tsLib::AtBoundary(false, body)) {
+        return true;
     }
-    for (std::size_t size = kFirstBufferSize; size <= kLargestBufferSize; size *= 2) {
-        std::u16string buffer(size, u'\0');
-        const std::size_t length = seam_.resources.ReadString(module_, id, buffer);
-        if (length == 0) {
-            return false;
-        }
-        // A text that fills the buffer may have been cut.
-        if (length < size - 1) {
-            buffer.resize(length);
-            out = std::move(buffer);
-            return true;
-        }
-    }
+    log_.Sentence(sentence);
     return false;
 }
 
 bool CResourceLoader::LoadString(std::uint32_t id, std::u16string& out) noexcept {
-    bool read = false;
-    try {
-        read = ReadWhole(id, out);
-    } catch (...) {
-        read = false;
-    }
-    if (!read) {
-        log_.Sentence(u"CResourceLoader::LoadString failed.");
-    }
-    return read;
+    return OrLog(u"CResourceLoader::LoadString failed.", [&] {
+        // Without a module the platform would look into the host program's own strings.
+        if (module_ == ModuleHandle{}) {
+            return false;
+        }
+        std::u16string text = ReadWholeString(platform_.modules, module_, id);
+        if (text.empty() || text.size() == kLongestString) {
+            return false;
+        }
+        out = std::move(text);
+        return true;
+    });
 }
 
 bool CResourceLoader::LoadString(std::uint32_t id, std::string& out) noexcept {
     std::u16string wide;
-    if (!LoadString(id, wide)) {
-        return false;
-    }
-    try {
-        if (Succeeded(seam_.codePage.ToNarrow(wide, out))) {
-            return true;
-        }
-    } catch (...) {
-        // Reported below.
-    }
-    log_.Sentence(u"CResourceLoader::LoadString failed.");
-    return false;
+    return LoadString(id, wide) && OrLog(u"CResourceLoader::LoadString failed.",
+                                         [&] { return Succeeded(platform_.textRules.ToNarrow(wide, out)); });
 }
 
 bool CResourceLoader::FormatString(std::uint32_t id, std::u16string& out,
                                    std::span<const std::u16string> inserts) noexcept {
     std::u16string format;
-    if (!LoadString(id, format)) {
-        return false;
-    }
-    try {
-        if (AsksOnlyForTexts(format, inserts.size()) && Succeeded(seam_.messages.FillInserts(format, inserts, out))) {
-            return true;
-        }
-    } catch (...) {
-        // Reported below.
-    }
-    log_.Sentence(u"CResourceLoader::FormatString failed.");
-    return false;
+    return LoadString(id, format) && OrLog(u"CResourceLoader::FormatString failed.", [&] {
+               return AsksOnlyForTexts(format, inserts.size()) &&
+                      Succeeded(platform_.desktop.FillInserts(format, inserts, out));
+           });
 }
 
 }  // namespace HVR

@@ -2,6 +2,7 @@
 #include "resources/DisableAutoProtect.h"
 #include "resources/ResourceLoader.h"
 #include "tslib/IProtectionControl.h"
+#include "tslib/platform/Digits.h"
 
 namespace HVR {
 
@@ -18,15 +19,13 @@ HResult CResourceLoader::LoadTrustedDll(const std::u16string& path, ModuleHandle
         return HResult::Fail;
     }
     if (const HResult trust = VerifyTrust(path); Failed(trust)) {
-        log_.Formatted({u"CResourceLoader::LoadTrustedDll - load failed.  Trust verification failed: Errorcode ",
-                        HexText(trust), u" File:  ", path, u" "});
+        LogLoadFailure(u"Trust verification failed: ", trust, path);
         return HResult::SignatureRefused;  // whatever the reason was
     }
     ModuleHandle mapped{};
     const HResult result = tsLib::FromSystemError(MapSuspended(path, mapped));
     if (Failed(result)) {
-        log_.Formatted(
-            {u"CResourceLoader::LoadTrustedDll - load failed.  Errorcode ", HexText(result), u" File:  ", path, u" "});
+        LogLoadFailure(u"", result, path);
         return result;
     }
     module = mapped;
@@ -34,26 +33,37 @@ HResult CResourceLoader::LoadTrustedDll(const std::u16string& path, ModuleHandle
     return result;
 }
 
+void CResourceLoader::LogLoadFailure(std::u16string_view what, HResult code, const std::u16string& path) noexcept {
+    const auto digits = tsLib::HexText<8>(Number(code));
+    log_.Formatted({u"CResourceLoader::LoadTrustedDll - load failed.  ",
+                    what,
+                    u"Errorcode 0x",
+                    {digits.data(), digits.size()},
+                    u" File:  ",
+                    path,
+                    u" "});
+}
+
 SystemError CResourceLoader::MapSuspended(const std::u16string& path, ModuleHandle& module) {
     VaneRef<tsLib::IProtectionControl> control;
-    const VaneResult created = seam_.components.Create(tsLib::OBJID_QrtControl, tsLib::kIProtectionControlId, control);
+    const VaneResult created = components_.Create(tsLib::OBJID_QrtControl, tsLib::kIProtectionControlId, control);
     if (!control) {
         tracer_.Error(TraceEvent::AutoProtectControlNotCreated, std::u16string_view(u"OBJID_QrtControl"),
                       Number(created));
         log_.Sentence(u"CResourceLoader::LoadTrustedDll: Error, failed to create an auto-protection ctrl obj");
     }
     // Nothing but the mapping happens while protection is suspended.
-    const tsVane::CDisableAutoProtect guard(control.Get(), true, tracer_);
-    return seam_.resources.Map(path, module);
+    const tsVane::CDisableAutoProtect guard(control.Get(), true, platform_.trace);
+    return platform_.modules.MapResources(path, module);
 }
 
 HResult CResourceLoader::VerifyTrust(const std::u16string& path) noexcept {
-    const VaneRef<tsLib::IVerifyTrust> verifier(seam_.verifiers.Create());
-    if (!verifier || verifier->Initialize(true) != 1) {
+    const tsLib::FileUse use = tsLib::JudgeFile(verifiers_, path.c_str(), tsLib::kProductTrustLevel);
+    if (!use.judged) {
         log_.Sentence(u"CResourceLoader::CreateTrustVerifierStatic - failed to create trust verifier.");
         return HResult::Fail;
     }
-    if (RefusesFile(verifier->VerifyFile(path.c_str(), tsLib::kProductTrustLevel))) {
+    if (use.IsRefused()) {
         log_.Sentence({u"CResourceLoader::VerifyTrust - invalid digital signature for: ", path,
                        u".\nChecked by module: ", binaryPath_});
         return HResult::SignatureRefused;

@@ -68,13 +68,15 @@ expect 0 '^C:\\Program Files\\Halvora\\Drivers\\HvrScan.sys~$' "" path 6 HvrScan
 expect 0 '"result":"0x00000000","path":"C:\\\\Program Files\\\\Halvora\\\\"' "" path 0 --json
 expect 2 "" "0x80070057" path 13
 
-expect 2 "usage: zebdiag VERB" ""
+expect 2 "usage: zebdiag .OPTIONS. VERB" ""
 expect 0 "verify .*expand .*path .*scan .*menu .*page .*objects .*create .*protection " "" --help
 for verb in verify expand path scan objects create protection menu page; do expect 0 "usage: zebdiag $verb" "" "$verb" --help; done
 expect 2 "" "unknown verb" nonsense
 expect 2 "" "--level takes a number from 1 to 5" verify x --level 6
-expect 2 "" "is needed" verify a b
-expect 2 "" "is needed" scan
+expect 2 "" "is needed" verify
+expect 2 "" "not expected: b" verify a b
+expect 2 "" "not expected: --wrong" verify a --wrong
+expect 2 "" "PATH is required" scan
 expect 0 "infected=0" "" scan --wait 60 'C:\windows\win.ini'
 expect 0 '"started":true.*"scannerExitCode":0' "" scan --wait 60 --json 'C:\windows\win.ini'
 
@@ -89,7 +91,7 @@ expect 0 "success" "" create '{4F3E0BE1-5FE1-4C22-859B-A6FB7586B828}' '{B0A55002
 expect 0 "success" "" create '{17C9B88B-8B72-4F4E-AC70-DE0BDF8AC9FB}' '{D8F30E00-8F44-44FE-986F-F9BCBDF19F6B}'
 expect 1 '^result    0x80010202 the object lacks the interface~$' "" create "$control" "$unknown"
 expect 1 '^result    0x80010300 module missing~$' "" create "$unknown" "$base"
-expect 2 "" "an OBJID and an IID are needed" create "$control"
+expect 2 "" "IID is required" create "$control"
 expect 2 "" "ids in braces" create "${control#?}" "$base"
 expect 0 '^protection is not suspended~$' "" protection
 expect 0 '^\{"suspensions":0,"suspended":false\}~$' "" protection --json
@@ -114,7 +116,7 @@ item='\{"text":"&Scan with Halvora","offset":0,"verb":"NimShellScan","help":"Sca
 expect 0 "\"dataObject\":\"shell\",.*\"class\":\"\*\",.*$item" "" menu --list --json 'C:\windows\win.ini' 'C:\windows\system.ini'
 expect 0 '"dataObject":"own",.*"class":"Folder",.*"offset":0' "" menu --json 'C:\windows' 'C:\windows\win.ini'
 expect 0 'OrloMenu of Drive, .*    0  &Scan with Halvora' "" menu 'C:\'
-expect 0 '"invoked":"OrloMenu","result":"0x00000000","started":true,"ended":true,.*item.u0009C:.*win.ini' "" \
+expect 0 '"invoked":"OrloMenu","result":"0x00000000","started":true,"ended":true,.*item.tC:.*win.ini' "" \
     menu --invoke NimShellScan --wait 60 --json 'C:\windows\win.ini'
 expect 0 'invoked     OrloMenu, result 0x00000000~.*~  item.C:\\windows\\win.ini~.*infected=0' "" menu --invoke 0 --wait 60 'C:\windows\win.ini'
 expect 1 'result 0x80004005' "refused" menu --invoke nimshellscan 'C:\windows\win.ini'

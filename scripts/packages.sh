@@ -10,7 +10,9 @@ packages=(
     g++-mingw-w64-x86-64-posix mingw-w64-tools                    # Windows builds
     wine wine64 libwine-dev                                       # running them; the system's IDL files
     osslsigncode openssl                                          # development signing
+    libcli11-dev nlohmann-json3-dev                               # header-only packages of the tools
     googletest libbenchmark-dev                                   # tests and benchmarks
+    python3                                                       # small faults on demand
     clang-format-16 clang-tidy                                    # lint
 )
 if [ "${1:-}" = demo ]; then

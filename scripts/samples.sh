@@ -9,7 +9,7 @@ DLL="$BUILT/sample.dll"
 fresh() {
     [ -f "$SAMPLES/.ready" ] || return 1
     local input
-    for input in "$BUILT"/*.exe "$BUILT"/*.dll "$BUILT"/components/*.dll "$OUT/signing/.ready" "$0"; do
+    for input in "$BUILT"/*.exe "$BUILT"/*.dll "$OUT/signing/.ready" "$0"; do
         [ ! "$input" -nt "$SAMPLES/.ready" ] || return 1
     done
 }
@@ -45,14 +45,14 @@ make_samples() {
     tamper "$SAMPLES/good.dll" "$SAMPLES/tampered.dll"
     local component
     for component in component component-no-factory component-no-count; do
-        sign main "$BUILT/components/$component.dll" "$SAMPLES/$component.dll"
+        sign main "$BUILT/$component.dll" "$SAMPLES/$component.dll"
     done
-    cp "$BUILT/components/component.dll" "$SAMPLES/component-unsigned.dll"
+    cp "$BUILT/component.dll" "$SAMPLES/component-unsigned.dll"
     # In the message for DOS, so that the module still works when it is loaded all the same.
     tamper "$SAMPLES/component.dll" "$SAMPLES/component-tampered.dll" 90
-    # A signed catalog that lists the unsigned file. Wine cannot enumerate one with a newer digest (docs/platform.md).
+    # Catalogs that list the unsigned file. Wine cannot enumerate one with a newer digest (docs/platform.md).
     wine "$BUILT/make-catalog.exe" "$(windows_path "$SAMPLES/unsigned.exe")" "$(windows_path "$SAMPLES/unsigned.cat")"
-    HALVORA_SIGN_DIGEST=sha1 sign main "$SAMPLES/unsigned.cat" "$SAMPLES/unsigned.cat"
+    HALVORA_SIGN_DIGEST=sha1 sign main "$SAMPLES/unsigned.cat" "$SAMPLES/signed.cat"
     touch "$SAMPLES/.ready"
 }
 step "signed samples" make_samples

@@ -6,7 +6,6 @@
 #include <limits>
 #include <string>
 
-#include "shellext/CommandText.h"
 #include "shellext/OrientationSetting.h"
 
 namespace HVR {
@@ -19,7 +18,7 @@ namespace {
 
 constexpr std::uintptr_t kHighestOffset = 0xFFFF;
 constexpr std::size_t kMenuTextCapacity = 260;
-constexpr std::size_t kHelpTextCapacity = 512;
+constexpr std::uint32_t kHelpTextCapacity = 512;
 
 bool EqualsTerminated(const char16_t* left, const char16_t* right) noexcept {
     while (*left == *right && *left != u'\0') {
@@ -29,71 +28,99 @@ bool EqualsTerminated(const char16_t* left, const char16_t* right) noexcept {
     return *left == *right;
 }
 
+// Copies at most capacity - 1 of the text's units as they are, a surrogate pair may be cut, and always terminates.
+// Without a buffer or room nothing is written.
+void CopyText(std::u16string_view source, void* buffer, std::size_t capacity) noexcept {
+    if (buffer != nullptr && capacity != 0) {
+        auto* const target = static_cast<char16_t*>(buffer);
+        target[source.copy(target, capacity - 1)] = u'\0';
+    }
+}
+
+// The same with whole characters of the ANSI code page: stops before one that does not fit, and before half a character
+// at the source's end.
+void CopyText(std::string_view source, void* buffer, std::size_t capacity,
+              const tsLib::platform::TextRules& textRules) noexcept {
+    if (buffer == nullptr || capacity == 0) {
+        return;
+    }
+    std::size_t end = 0;
+    while (end < source.size()) {
+        const std::size_t length = textRules.FirstCharacterLength(source.substr(end));
+        if (length == 0 || length > capacity - 1 - end) {
+            break;
+        }
+        end += length;
+    }
+    auto* const target = static_cast<char*>(buffer);
+    target[source.copy(target, end)] = '\0';
+}
+
 }  // namespace
 
 MenuCommand::~MenuCommand() {
     if (dropList_ != DropHandle{}) {
-        services_.apartment.Leave();
+        shell_.LeaveApartment();
     }
 }
 
-HResult MenuCommand::Initialize(Selection* selection) {
+HResult MenuCommand::Initialize(SelectionHandle selection) {
     std::fill(std::begin(verb_), std::end(verb_), '\0');
     std::fill(std::begin(wideVerb_), std::end(wideVerb_), u'\0');
-    if (selection == nullptr) {
-        services_.tracer.Error(TraceEvent::MenuNoDataObject);
+    if (selection == SelectionHandle{}) {
+        tracer_.Error(TraceEvent::MenuNoDataObject);
         return HResult::Fail;
     }
     DropHandle taken{};
-    const HResult result = selection->TakeDropList(taken);
+    const HResult result = shell_.TakeDropList(selection, taken);
     if (Failed(result)) {
-        services_.tracer.Error(TraceEvent::MenuNoDropList, result);
+        tracer_.Error(TraceEvent::MenuNoDropList, result);
         return result;
     }
     // A second initialization overwrites the list without freeing it, and enters the apartment once more although the
     // destructor leaves it once only. That is meant: the apartment may outlive the object, never the other way round.
     dropList_ = taken;
     if (dropList_ != DropHandle{}) {
-        services_.apartment.Enter();
+        shell_.EnterApartment();
     }
     return result;
 }
 
-std::uint32_t MenuCommand::AddItem(MenuBuilder& menu, std::uint32_t position, std::uint32_t firstId,
+std::uint32_t MenuCommand::AddItem(MenuHandle menu, std::uint32_t position, std::uint32_t firstId,
                                    std::uint32_t flags) {
     // The upper half is the shell's own. "Default only" is not looked at: the item never is the default one.
     flags &= 0xFFFF;
     if ((flags & kMenuNoVerbs) != 0) {
-        services_.tracer.Information(TraceEvent::MenuWithoutVerbs, flags);
+        tracer_.Information(TraceEvent::MenuWithoutVerbs, flags);
         return 0;
     }
     if ((flags & kMenuVerbsOnly) != 0 && (flags & kMenuExplore) == 0) {
-        services_.tracer.Information(TraceEvent::MenuVerbsOnly, flags);
+        tracer_.Information(TraceEvent::MenuVerbsOnly, flags);
         return 0;
     }
-    std::u16string text = services_.strings.Load(kMenuTextId);
+    std::u16string text = strings_.Load(kMenuTextId);
     text.resize(std::min(text.size(), kMenuTextCapacity - 1));
     if (text.empty()) {
-        services_.tracer.Error(TraceEvent::MenuNoText);
+        tracer_.Error(TraceEvent::MenuNoText);
         return 0;
     }
 
     // The highest position stands for the end of the menu; counting on would wrap around to its beginning.
     const std::uint32_t itemPosition = position == std::numeric_limits<std::uint32_t>::max() ? position : position + 1;
-    SystemError error = menu.InsertSeparator(position);
+    SystemError error = shell_.InsertSeparator(menu, position);
     if (Succeeded(error)) {
-        error = menu.InsertItem(itemPosition, firstId, text);
+        error = shell_.InsertItem(menu, itemPosition, firstId, text);
         if (Failed(error)) {
-            menu.Remove(position);
+            shell_.RemoveItem(menu, position);
         }
     }
     if (Failed(error)) {
-        services_.tracer.Error(TraceEvent::MenuItemNotInserted, error);
+        tracer_.Error(TraceEvent::MenuItemNotInserted, error);
         return 0;
     }
-    CopyText(kVerb, verb_, kVerbCapacity, services_.characters);
+    CopyText(kVerb, verb_, kVerbCapacity, platform_.textRules);
     CopyText(kWideVerb, wideVerb_, kVerbCapacity);
-    services_.tracer.Information(TraceEvent::MenuItemAdded, std::u16string_view(text), std::u16string_view(wideVerb_));
+    tracer_.Information(TraceEvent::MenuItemAdded, std::u16string_view(text), std::u16string_view(wideVerb_));
     return 1;
 }
 
@@ -107,44 +134,42 @@ bool MenuCommand::IsOurVerb(const InvokeRequest& request) const noexcept {
     return request.verb <= kHighestOffset || std::strcmp(reinterpret_cast<const char*>(request.verb), verb_) == 0;
 }
 
-HResult MenuCommand::Invoke(const InvokeRequest& request, ScanOperation& scan) {
+HResult MenuCommand::Invoke(const InvokeRequest& request, bool& scans) {
+    scans = false;
     // Before a menu was built the stored verbs are empty, so that an invocation by name is refused then.
     if (!IsOurVerb(request)) {
         return HResult::Fail;
     }
-    if (OrientationAllowsScan(services_.registry)) {
-        return scan.Scan();
+    if (OrientationAllowsScan(platform_.registry)) {
+        scans = true;
+        return HResult::Ok;
     }
-    services_.tracer.Information(TraceEvent::MenuScanRefused);
-    const std::u16string caption = services_.strings.Load(kRefusalCaptionId);
-    services_.boxes.ShowError(services_.strings.Load(kRefusalTextId), &caption);
+    tracer_.Information(TraceEvent::MenuScanRefused);
+    const std::u16string caption = strings_.Load(kRefusalCaptionId);
+    platform_.desktop.ShowError(strings_.Load(kRefusalTextId), &caption);
     return HResult::Ok;
 }
 
 HResult MenuCommand::GetText(std::uint32_t type, void* buffer, std::uint32_t capacity) {
+    static_assert(kVerb.size() == kWideVerb.size());
+    // A verb that was cut is told to the caller. Without a buffer nothing is cut.
+    const HResult verb =
+        buffer == nullptr || capacity == 0 || kVerb.size() < capacity ? HResult::Ok : HResult::InvalidArgument;
     switch (type) {
-        // The verb is the constant one: the shell may ask for it before it builds the menu. Without a buffer the copy
-        // answers 0, which must not look like a cut when the capacity is 0 too.
-        case kCommandVerbNarrow: {
-            const std::size_t length = CopyText(kVerb, static_cast<char*>(buffer), capacity, services_.characters);
-            return length != 0 && length >= capacity ? HResult::InvalidArgument : HResult::Ok;
-        }
-        case kCommandVerbWide: {
-            const std::size_t length = CopyText(kWideVerb, static_cast<char16_t*>(buffer), capacity);
-            return length != 0 && length >= capacity ? HResult::InvalidArgument : HResult::Ok;
-        }
-        case kCommandHelpNarrow: {
-            const std::string text = services_.strings.LoadNarrow(kHelpTextId);
-            CopyText(WholeCharacters(text, kHelpTextCapacity - 1, services_.characters), static_cast<char*>(buffer),
-                     capacity, services_.characters);
+        // The verb is the constant one: the shell may ask for it before it builds the menu.
+        case kCommandVerbNarrow:
+            CopyText(kVerb, buffer, capacity, platform_.textRules);
+            return verb;
+        case kCommandVerbWide:
+            CopyText(kWideVerb, buffer, capacity);
+            return verb;
+        case kCommandHelpNarrow:
+            CopyText(strings_.LoadNarrow(kHelpTextId), buffer, std::min(capacity, kHelpTextCapacity),
+                     platform_.textRules);
             return HResult::Ok;
-        }
-        case kCommandHelpWide: {
-            const std::u16string text = services_.strings.Load(kHelpTextId);
-            CopyText(std::u16string_view(text).substr(0, kHelpTextCapacity - 1), static_cast<char16_t*>(buffer),
-                     capacity);
+        case kCommandHelpWide:
+            CopyText(strings_.Load(kHelpTextId), buffer, std::min(capacity, kHelpTextCapacity));
             return HResult::Ok;
-        }
         default:
             return HResult::Ok;
     }

@@ -5,12 +5,11 @@
 #include <cstdint>
 #include <string_view>
 
+#include "shellext/InstanceStrings.h"
 #include "shellext/ShellSurface.h"
 #include "tslib/Tracer.h"
 #include "tslib/platform/HResult.h"
-#include "tslib/platform/MessageBoxes.h"
-#include "tslib/platform/NarrowCharacters.h"
-#include "tslib/platform/Registry.h"
+#include "tslib/platform/Platform.h"
 
 namespace HVR {
 
@@ -49,19 +48,13 @@ struct InvokeRequest {
     }
 };
 
-// One per handler object, on its thread. The interfaces must outlive it. docs/shell-extension.md has the reasons.
+// One per handler object, on its thread. What is passed must outlive it. Operations that are not noexcept may throw
+// what the shell's objects throw, and std::bad_alloc. docs/shell-extension.md has the reasons.
 class MenuCommand {
 public:
-    struct Services {
-        MenuStrings& strings;
-        const tsLib::platform::NarrowCharacters& characters;
-        tsLib::platform::RegistryReader& registry;
-        Apartment& apartment;
-        tsLib::platform::MessageBoxes& boxes;
-        tsLib::Tracer tracer;
-    };
-
-    explicit MenuCommand(const Services& services) noexcept : services_(services) {}
+    MenuCommand(const tsLib::platform::Platform& platform, const ResourceInstance& instance,
+                ShellSurface& shell) noexcept
+        : platform_(platform), strings_(platform, instance), shell_(shell), tracer_(platform.trace) {}
     // Leaves the apartment once when a drop list is held, however often Initialize entered it.
     ~MenuCommand();
     MenuCommand(const MenuCommand&) = delete;
@@ -69,15 +62,15 @@ public:
 
     // Takes the selection's drop list and forgets the menu that was built before. Fail without a selection, else the
     // selection's own answer.
-    tsLib::HResult Initialize(Selection* selection);
+    tsLib::HResult Initialize(SelectionHandle selection);
 
     // Adds the separator and the item, which do not depend on the selection. The number of command ids used: 0 or 1.
-    [[nodiscard]] std::uint32_t AddItem(MenuBuilder& menu, std::uint32_t position, std::uint32_t firstId,
+    [[nodiscard]] std::uint32_t AddItem(MenuHandle menu, std::uint32_t position, std::uint32_t firstId,
                                         std::uint32_t flags);
 
-    // Runs the command, or shows why not. Fail for another verb than the one that AddItem stored, Ok for a refusal by
-    // the setting, else the scan's answer.
-    tsLib::HResult Invoke(const InvokeRequest& request, ScanOperation& scan);
+    // Whether the command may run: `scans` is set when it may, and a scan has to follow. Fail for another verb than the
+    // one that AddItem stored. Ok with `scans` false for a refusal by the setting, which was shown to the user.
+    tsLib::HResult Invoke(const InvokeRequest& request, bool& scans);
 
     // The verb or the help text for GetCommandString. `buffer` has `capacity` units of the type's width.
     // InvalidArgument when the verb was cut; a cut or missing help text, and an unknown type, are Ok.
@@ -94,7 +87,10 @@ private:
     DropHandle dropList_{};
     char verb_[kVerbCapacity] = {};
     char16_t wideVerb_[kVerbCapacity] = {};
-    Services services_;
+    const tsLib::platform::Platform& platform_;
+    InstanceStrings strings_;
+    ShellSurface& shell_;
+    tsLib::Tracer tracer_;
 };
 
 }  // namespace HVR

@@ -4,7 +4,7 @@ namespace HVR {
 
 using namespace tsLib::platform;
 
-bool OrientationAllowsScan(RegistryReader& registry) {
+bool OrientationAllowsScan(Registry& registry) {
     OwnedRegistryKey key(registry);
     if (Failed(registry.OpenKey(RegistryRoot::LocalMachine, kProductKey, kKeyQueryValue, key.Receive()))) {
         return false;

@@ -3,17 +3,17 @@
 
 #include <cstdint>
 
+#include "resources/ProductKey.h"
 #include "tslib/platform/Registry.h"
 
 namespace HVR {
 
-inline constexpr char16_t kProductKey[] = u"Software\\Corvane\\Halvora\\AV";
 inline constexpr char16_t kOrientationValue[] = u"Orientation";
 inline constexpr std::uint32_t kOrientationRefusal = 5134;
 
 // Whether a scan may start. Only a setting that can be read and differs from the refusal value allows it: without the
 // product's key or value the answer is no. The value is read as a number of at most four bytes whatever its type says;
 // a longer one counts as unreadable. Any thread; throws std::bad_alloc only.
-[[nodiscard]] bool OrientationAllowsScan(tsLib::platform::RegistryReader& registry);
+[[nodiscard]] bool OrientationAllowsScan(tsLib::platform::Registry& registry);
 
 }  // namespace HVR

@@ -1,11 +1,11 @@
 #include "shellext/RegistryScript.h"
 
 #include <array>
-#include <cstring>
 #include <limits>
 
 #include "shellext/ScriptWords.h"
-#include "tslib/HexDigit.h"
+#include "tslib/RegistryText.h"
+#include "tslib/platform/Digits.h"
 
 namespace HVR {
 
@@ -16,12 +16,6 @@ namespace {
 constexpr std::size_t kMaximumDepth = 32;
 constexpr std::size_t kMaximumKeyName = 255;
 constexpr std::size_t kMaximumValueName = 16383;
-
-RegistryValue TextValue(const std::u16string& text) {
-    RegistryValue value{kValueText, std::vector<std::byte>((text.size() + 1) * sizeof(char16_t))};
-    std::memcpy(value.data.data(), text.c_str(), value.data.size());
-    return value;
-}
 
 // Decimal, or hexadecimal after "&H".
 std::optional<RegistryValue> NumberValue(std::u16string_view digits) {
@@ -44,11 +38,7 @@ std::optional<RegistryValue> NumberValue(std::u16string_view digits) {
             return std::nullopt;
         }
     }
-    RegistryValue value{kValueDword, std::vector<std::byte>(sizeof(std::uint32_t))};
-    for (std::size_t i = 0; i < value.data.size(); ++i) {
-        value.data[i] = static_cast<std::byte>((number >> (8 * i)) & 0xFF);
-    }
-    return value;
+    return tsLib::DwordValue(static_cast<std::uint32_t>(number));
 }
 
 // Two hexadecimal digits for each byte.
@@ -207,7 +197,7 @@ private:
         std::optional<RegistryValue> value;
         ScriptFault fault = ScriptFault::UnknownType;
         if (type.Is(u"s")) {
-            value = TextValue(word.text);
+            value = tsLib::TextValue(word.text);
         } else if (type.Is(u"d")) {
             value = NumberValue(word.text);
             fault = ScriptFault::NumberMalformed;

@@ -88,7 +88,7 @@ SystemError RegistryScriptRunner::WriteKey(Root root, const std::u16string& path
 }
 
 SystemError RegistryScriptRunner::DeleteTree(Root root, const std::u16string& path) {
-    SystemError error = IsShared(path) ? SystemError::Success : tree_.DeleteTree(root, path);
+    SystemError error = IsShared(path) ? SystemError::Success : registry_.DeleteTree(root, path);
     if (error == SystemError::FileNotFound) {
         error = SystemError::Success;
     }
@@ -134,7 +134,7 @@ void RegistryScriptRunner::RemoveKey(Root root, const std::u16string& path, cons
             break;
     }
     RemoveContents(root, path, key, first);
-    const SystemError error = IsShared(path) ? SystemError::Success : tree_.DeleteKey(root, path);
+    const SystemError error = IsShared(path) ? SystemError::Success : registry_.DeleteKey(root, path);
     if (error == SystemError::KeyHasChildren) {
         // Somebody else put keys below ours: theirs stay, and with them the way there.
         tracer_.Warning(TraceEvent::ScriptKeyLeft, std::u16string_view(path));

@@ -6,17 +6,15 @@
 #include "shellext/RegistryScript.h"
 #include "tslib/Tracer.h"
 #include "tslib/platform/Registry.h"
-#include "tslib/platform/RegistryTree.h"
 
 namespace HVR {
 
-// Keeps no state between calls. The interfaces must outlive it, and work on the same registry. Throws std::bad_alloc
-// only. Whatever stops a run, running the same script again completes it.
+// Keeps no state between calls. The interfaces must outlive it. Throws std::bad_alloc only. Whatever stops a run,
+// running the same script again completes it.
 class RegistryScriptRunner {
 public:
-    RegistryScriptRunner(tsLib::platform::Registry& registry, tsLib::platform::RegistryTree& tree,
-                         tsLib::Tracer tracer) noexcept
-        : registry_(registry), tree_(tree), tracer_(tracer) {}
+    RegistryScriptRunner(tsLib::platform::Registry& registry, tsLib::platform::TraceOutput& trace) noexcept
+        : registry_(registry), tracer_(trace) {}
 
     // Writes all keys and values in the script's order, and stops at the first failure. What was written stays: taking
     // it back would destroy an earlier registration that was complete.
@@ -37,7 +35,6 @@ private:
     SystemError DeleteTree(Root root, const std::u16string& path);
 
     tsLib::platform::Registry& registry_;
-    tsLib::platform::RegistryTree& tree_;
     tsLib::Tracer tracer_;
 };
 

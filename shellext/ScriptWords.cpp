@@ -24,53 +24,59 @@ void ScriptWords::SkipSpace() noexcept {
     }
 }
 
-bool ScriptWords::Quoted(std::u16string& raw) {
+std::u16string ScriptWords::Quoted() {
+    std::u16string raw;
     for (++position_; position_ < text_.size(); ++position_) {
         const char16_t unit = text_[position_];
         if (unit == u'\'') {
             ++position_;
             if (position_ == text_.size() || text_[position_] != u'\'') {
-                return true;
+                return raw;
             }
         }
         line_ += unit == u'\n' ? 1U : 0U;
         raw += unit;
     }
     fault_ = ScriptFault::UnclosedQuote;
-    return false;
+    return raw;
 }
 
-bool ScriptWords::Replace(std::u16string_view raw, std::u16string& text) {
+std::u16string_view ScriptWords::Unquoted() noexcept {
+    const std::size_t begin = position_;
+    while (position_ < text_.size() && !IsSpace(text_[position_])) {
+        ++position_;
+    }
+    return text_.substr(begin, position_ - begin);
+}
+
+std::u16string ScriptWords::Replaced(std::u16string_view raw) {
+    std::u16string text;
     while (!raw.empty()) {
         const std::size_t percent = std::min(raw.find(u'%'), raw.size());
         text += raw.substr(0, percent);
         raw.remove_prefix(percent);
         if (!raw.empty()) {
             const std::size_t end = raw.find(u'%', 1);
-            if (end == std::u16string_view::npos) {
-                fault_ = ScriptFault::UnknownReplacement;
-                return false;
-            }
-            const std::u16string_view name = raw.substr(1, end - 1);
-            const auto found = std::find_if(
-                replacements_.begin(), replacements_.end(),
-                [name](const ScriptReplacement& replacement) { return tsLib::EqualsAscii(replacement.name, name); });
+            // Without an end the rest is looked for, and found nowhere: no name holds a percent sign.
+            const std::u16string_view name = end == raw.npos ? raw : raw.substr(1, end - 1);
+            const auto found = std::ranges::find_if(
+                replacements_, [name](const auto& known) { return tsLib::EqualsAscii(known.name, name); });
             if (name.empty()) {
                 text += u'%';
             } else if (found != replacements_.end()) {
                 text += found->text;
             } else {
                 fault_ = ScriptFault::UnknownReplacement;
-                return false;
+                return text;
             }
             raw.remove_prefix(end + 1);
         }
         if (text.size() > kMaximumWordLength) {
             fault_ = ScriptFault::ValueTooLong;
-            return false;
+            return text;
         }
     }
-    return true;
+    return text;
 }
 
 bool ScriptWords::Next(ScriptWord& word) {
@@ -78,25 +84,12 @@ bool ScriptWords::Next(ScriptWord& word) {
     if (fault_ != ScriptFault::None || position_ == text_.size()) {
         return false;
     }
-    std::u16string raw;
-    ScriptWord next;
-    next.quoted = text_[position_] == u'\'';
-    if (next.quoted) {
-        if (!Quoted(raw)) {
-            return false;
-        }
-    } else {
-        const std::size_t begin = position_;
-        while (position_ < text_.size() && !IsSpace(text_[position_])) {
-            ++position_;
-        }
-        raw = text_.substr(begin, position_ - begin);
+    const bool quoted = text_[position_] == u'\'';
+    const std::u16string raw = quoted ? Quoted() : std::u16string(Unquoted());
+    if (fault_ == ScriptFault::None) {
+        word = {Replaced(raw), quoted};
     }
-    if (!Replace(raw, next.text)) {
-        return false;
-    }
-    word = std::move(next);
-    return true;
+    return fault_ == ScriptFault::None;
 }
 
 bool ScriptWords::Take(std::u16string_view keyword) {

@@ -34,8 +34,10 @@ public:
 
 private:
     void SkipSpace() noexcept;
-    [[nodiscard]] bool Quoted(std::u16string& raw);
-    [[nodiscard]] bool Replace(std::u16string_view raw, std::u16string& text);
+    // Texts of the word that begins here; of no use when there is a fault afterwards.
+    [[nodiscard]] std::u16string Quoted();
+    [[nodiscard]] std::u16string_view Unquoted() noexcept;
+    [[nodiscard]] std::u16string Replaced(std::u16string_view raw);
 
     std::u16string_view text_;
     std::span<const ScriptReplacement> replacements_;

@@ -4,7 +4,6 @@
 #include <new>
 
 #include "tslib/IVaneBaseImpl.h"
-#include "tslib/VaneBoundary.h"
 #include "tslib/VaneRef.h"
 
 namespace tsLib {

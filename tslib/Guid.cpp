@@ -1,12 +1,13 @@
 #include "tslib/Guid.h"
 
 #include <algorithm>
-#include "tslib/HexDigit.h"
+
+#include "tslib/platform/Digits.h"
 
 namespace tsLib {
 namespace {
 
-// The text form as a pattern: 'x' stands for a digit, in the order in which Digits() lists the bytes.
+// The text form as a pattern: 'x' stands for a digit, in the order in which TextOrder() lists the bytes.
 constexpr std::u16string_view kPattern = u"{xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx}";
 
 // The bytes in the order in which the text shows them, most significant first.
@@ -35,25 +36,17 @@ Guid FromTextOrder(const std::array<std::uint8_t, 16>& bytes) noexcept {
 
 }  // namespace
 
-std::array<char16_t, 38> ToUnits(const Guid& guid) noexcept {
-    constexpr std::u16string_view kDigits = u"0123456789ABCDEF";
+GuidText::GuidText(const Guid& guid) noexcept {
+    static_assert(std::tuple_size_v<decltype(units_)> == kPattern.size());
     const auto bytes = TextOrder(guid);
-    std::array<char16_t, 38> units{};
-    std::copy(kPattern.begin(), kPattern.end(), units.begin());
+    std::copy(kPattern.begin(), kPattern.end(), units_.begin());
     std::size_t digit = 0;
-    for (char16_t& unit : units) {
+    for (char16_t& unit : units_) {
         if (unit == u'x') {
-            const unsigned byte = bytes[digit / 2];
-            unit = kDigits[digit % 2 == 0 ? byte >> 4 : byte & 0xFu];
+            unit = HexText<2>(bytes[digit / 2])[digit % 2];
             ++digit;
         }
     }
-    return units;
-}
-
-std::u16string ToText(const Guid& guid) {
-    const auto units = ToUnits(guid);
-    return {units.begin(), units.end()};
 }
 
 std::optional<Guid> GuidFromText(std::u16string_view text) noexcept {

@@ -23,10 +23,16 @@ static_assert(sizeof(Guid) == 16);
 using ObjectId = Guid;
 using InterfaceId = Guid;
 
-// "{XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}" in upper case, 38 characters.
-[[nodiscard]] std::u16string ToText(const Guid& guid);
-// The same without an allocation and without a terminator; for trace records.
-[[nodiscard]] std::array<char16_t, 38> ToUnits(const Guid& guid) noexcept;
+// "{XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}" in upper case, 38 characters. Allocates nothing.
+class GuidText {
+public:
+    explicit GuidText(const Guid& guid) noexcept;
+    [[nodiscard]] operator std::u16string_view() const noexcept { return {units_.data(), units_.size()}; }
+
+private:
+    std::array<char16_t, 38> units_;
+};
+[[nodiscard]] inline std::u16string ToText(const Guid& guid) { return std::u16string(GuidText(guid)); }
 // Reads exactly that form, in either letter case; anything else gives nothing.
 [[nodiscard]] std::optional<Guid> GuidFromText(std::u16string_view text) noexcept;
 

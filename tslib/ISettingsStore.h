@@ -34,7 +34,8 @@ inline constexpr VaneResult kSettingDenied{0x80010402u};        // the caller ha
 inline constexpr VaneResult kSettingOtherType{0x80010403u};     // the value is not of the asked type
 inline constexpr VaneResult kSettingsUnavailable{0x80010404u};  // the installation is not known (yet)
 
-// The order of the operations of all three is a binary contract between modules. No operation throws. Any thread.
+// The order of the operations of all three, behind IVaneBase's, is a binary contract between modules, which is why none
+// is overloaded: compilers differ in the order of overloads. No operation throws. Any thread.
 // Opened objects come with a reference that the caller releases, null on failure, and may outlive the store object.
 //
 // A text goes into a buffer of `capacity` characters, terminator included. One that does not fit is cut to fit and

@@ -45,9 +45,13 @@ struct TrustReport {
     char16_t country[260];
 };
 
-// The order of the operations is a binary contract between modules. No operation throws or shows a dialog; every
-// failure is a TrustResult. Any thread. Paths are NUL-terminated; narrow ones are in the system's ANSI code page.
-// A null or empty path and a zero level give InvalidArgument.
+// The order in which the operations stand here is a binary contract between modules: each has the slot of its place,
+// after those of IVaneBase. A compiler that puts the overloads of one name side by side in its table breaks it, as
+// another common one for this platform does; a caller built with such a compiler declares the operations under a name
+// of its own each, in this order.
+//
+// No operation throws or shows a dialog; every failure is a TrustResult. Any thread. Paths are NUL-terminated; narrow
+// ones are in the system's ANSI code page. A null or empty path and a zero level give InvalidArgument.
 class IVerifyTrust : public IVaneBase {
 public:
     // To be called once, before any verification. Calls ResetSettings; with loadSettings also takes the

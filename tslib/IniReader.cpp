@@ -1,8 +1,10 @@
 #include "tslib/IniReader.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstring>
+#include <initializer_list>
 #include <vector>
 
 #include "tslib/AsciiCase.h"
@@ -36,15 +38,9 @@ std::u16string_view TakeLine(std::u16string_view& text) noexcept {
 
 SystemError ReadWhole(platform::Files& files, const std::u16string& path, std::vector<std::byte>& bytes) {
     platform::OwnedFile file(files);
-    if (const SystemError error = files.OpenForReading(path, file.Receive()); Failed(error)) {
+    if (const SystemError error = files.OpenForReading(path, platform::FileSharing::ReadersAndWriters, file.Receive());
+        Failed(error)) {
         return error;
-    }
-    std::uint64_t size = 0;
-    if (const SystemError error = files.Size(file.Get(), size); Failed(error)) {
-        return error;
-    }
-    if (size > kMaximumIniBytes) {
-        return SystemError::FileTooLarge;
     }
     std::array<std::byte, 4096> piece;
     for (;;) {
@@ -55,7 +51,7 @@ SystemError ReadWhole(platform::Files& files, const std::u16string& path, std::v
         if (count == 0) {
             return SystemError::Success;
         }
-        // The size that a pipe or a device tells is not the number of bytes that it gives.
+        // Counted here, since the size that a pipe or a device tells is not the number of bytes that it gives.
         if (bytes.size() + count > kMaximumIniBytes) {
             return SystemError::FileTooLarge;
         }
@@ -68,27 +64,46 @@ SystemError ReadWhole(platform::Files& files, const std::u16string& path, std::v
 SystemError IniReader::Load(const std::u16string& path) {
     std::vector<std::byte> bytes;
     const SystemError error = ReadWhole(files_, path, bytes);
-    return Failed(error) ? error : Parse(bytes);
+    if (Succeeded(error)) {
+        Parse(bytes);
+    }
+    return error;
 }
 
-SystemError IniReader::Parse(std::span<const std::byte> bytes) {
-    if (bytes.size() >= 2 && bytes[0] == std::byte{0xFF} && bytes[1] == std::byte{0xFE}) {
-        std::u16string text((bytes.size() - 2) / sizeof(char16_t), u'\0');
-        if (!text.empty()) {
-            std::memcpy(text.data(), bytes.data() + 2, text.size() * sizeof(char16_t));
-        }
-        text_ = std::move(text);
+void IniReader::Parse(std::span<const std::byte> bytes) {
+    const auto startsWith = [bytes](std::initializer_list<unsigned char> mark) {
+        return bytes.size() >= mark.size() &&
+               std::equal(mark.begin(), mark.end(), bytes.begin(), [](auto a, auto b) { return std::byte{a} == b; });
+    };
+    isWide_ = startsWith({0xFF, 0xFE});
+    std::u16string text;
+    if (isWide_) {
+        text.resize((bytes.size() - 2) / sizeof(char16_t));
+        std::memcpy(text.data(), bytes.data() + 2, text.size() * sizeof(char16_t));
+    } else {
+        const auto content = bytes.subspan(startsWith({0xEF, 0xBB, 0xBF}) ? 3 : 0);
+        text.resize(content.size());
+        std::transform(content.begin(), content.end(), text.begin(),
+                       [](std::byte byte) { return static_cast<char16_t>(byte); });
+    }
+    text_ = std::move(text);
+}
+
+// Of an 8-bit file only the value is decoded: a comment, or the value of somebody else's key, may hold anything. What
+// is looked for before is ASCII, and no code page uses those bytes as the second half of a character where it would
+// matter: an end of line, a blank, "=" and ";" never are, and "]" only counts behind an ASCII name.
+SystemError IniReader::Read(std::u16string_view section, std::u16string_view key, std::u16string& value) const {
+    const auto found = Find(section, key);
+    if (!found) {
+        return SystemError::NotFound;
+    }
+    if (isWide_ || found->empty()) {
+        value = *found;
         return SystemError::Success;
     }
-    std::string_view narrow;
-    if (!bytes.empty()) {
-        narrow = {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
-    }
-    constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
-    if (FromUtf8(narrow.starts_with(kUtf8Mark) ? narrow.substr(kUtf8Mark.size()) : narrow, text_)) {
-        return SystemError::Success;
-    }
-    return rules_.FromNarrow(narrow, text_);
+    std::string narrow(found->size(), '\0');
+    std::transform(found->begin(), found->end(), narrow.begin(), [](char16_t unit) { return static_cast<char>(unit); });
+    return FromUtf8(narrow, value) ? SystemError::Success : rules_.FromNarrow(narrow, value);
 }
 
 std::optional<std::u16string_view> IniReader::Find(std::u16string_view section,
@@ -96,9 +111,6 @@ std::optional<std::u16string_view> IniReader::Find(std::u16string_view section,
     bool inside = false;
     for (std::u16string_view rest = text_; !rest.empty();) {
         const std::u16string_view line = TakeLine(rest);
-        if (line.starts_with(u';') || line.starts_with(u'#')) {
-            continue;
-        }
         if (line.starts_with(u'[')) {
             if (inside) {
                 return std::nullopt;

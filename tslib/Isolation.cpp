@@ -1,11 +1,12 @@
 #include "tslib/Isolation.h"
 
-#include <new>
 #include <optional>
 #include <string_view>
 
-#include "tslib/HexDigit.h"
+#include "tslib/AsciiCase.h"
 #include "tslib/IniReader.h"
+#include "tslib/platform/Boundary.h"
+#include "tslib/platform/Digits.h"
 
 namespace tsLib {
 
@@ -34,21 +35,45 @@ bool IsSilo(std::u16string_view text) noexcept {
     return true;
 }
 
-// Checks what holds for every value: it leaves its buffer a place to spare and has no NUL, which the platform's
-// functions would stop at.
-SystemError CheckValue(std::u16string_view value, std::size_t capacity) noexcept {
+// A value of the section, or its default. It must leave its buffer a place to spare and have no NUL, which the
+// platform's functions would stop at.
+SystemError ReadValue(const IniReader& ini, std::u16string_view key, std::u16string_view defaultValue,
+                      std::size_t capacity, std::u16string& value) {
+    const SystemError error = ini.Read(kSection, key, value);
+    if (error == SystemError::NotFound) {
+        value = defaultValue;
+    } else if (Failed(error)) {
+        return error;
+    }
     if (value.size() + 1 >= capacity) {
         return SystemError::InsufficientBuffer;
     }
-    return value.find(u'\0') == std::u16string_view::npos ? SystemError::Success : SystemError::InvalidData;
+    return value.find(u'\0') == std::u16string::npos ? SystemError::Success : SystemError::InvalidData;
 }
 
 // Whether the hive can be used. The installer may not have made it yet, and this user may not be let in.
-bool IsAcceptableHive(platform::RegistryReader& registry, const std::u16string& hive, std::uint32_t viewFlag) {
+bool IsAcceptableHive(platform::Registry& registry, const std::u16string& hive, std::uint32_t viewFlag) {
     platform::OwnedRegistryKey key(registry);
     const SystemError error =
         registry.OpenKey(platform::RegistryRoot::LocalMachine, hive, platform::kKeyRead | viewFlag, key.Receive());
     return error == SystemError::Success || error == SystemError::AccessDenied || error == SystemError::FileNotFound;
+}
+
+// The length of the volume's name at the beginning of a device path (\\?\ or \\.\): a drive, a volume by its
+// identifier, or UNC, server and share. What is shorter is no folder, although a path can be cut down to it. 0 for any
+// other path.
+std::size_t VolumeLength(std::u16string_view path) noexcept {
+    if (!path.starts_with(u"\\\\?\\") && !path.starts_with(u"\\\\.\\")) {
+        return 0;
+    }
+    std::size_t end = 3;
+    for (int elements = EqualsAscii(path.substr(4, 4), u"UNC\\") ? 3 : 1; elements != 0; --elements) {
+        end = path.find(u'\\', end + 1);
+        if (end == std::u16string_view::npos) {
+            return path.size();
+        }
+    }
+    return end;
 }
 
 }  // namespace
@@ -67,7 +92,7 @@ SystemError Isolation::Read(const IsolationSettings** settings) noexcept {
 }
 
 SystemError Isolation::ReadOnce() noexcept {
-    try {
+    return AtBoundary(SystemError::NotEnoughMemory, SystemError::InternalError, [&] {
         const std::lock_guard lock(mutex_);
         if (isRead_.load(std::memory_order_relaxed)) {
             return SystemError::Success;
@@ -81,61 +106,60 @@ SystemError Isolation::ReadOnce() noexcept {
         settings_ = std::move(settings);
         isRead_.store(true, std::memory_order_release);
         return SystemError::Success;
-    } catch (const std::bad_alloc&) {
-        return SystemError::NotEnoughMemory;
-    } catch (...) {
-        return SystemError::InternalError;
-    }
+    });
 }
 
 SystemError Isolation::ReadFromFile(IsolationSettings& settings) {
     if (const SystemError error = FindIniFile(settings.iniPath); Failed(error)) {
         return error;
     }
-    IniReader ini(seam_.files, seam_.textRules);
+    IniReader ini(platform_.files, platform_.textRules);
     if (const SystemError error = ini.Load(settings.iniPath); Failed(error)) {
         return error;
     }
 
-    const std::u16string_view silo = ini.Find(kSection, u"silo").value_or(std::u16string_view{});
-    if (const SystemError error = CheckValue(silo, kSiloCapacity); Failed(error)) {
+    if (const SystemError error = ReadValue(ini, u"silo", u"", kSiloCapacity, settings.silo); Failed(error)) {
         return error;
     }
-    if (!IsSilo(silo)) {
+    if (!IsSilo(settings.silo)) {
         return SystemError::InvalidData;
     }
 
-    settings.registryViewFlag = ini.Find(kSection, u"Native64") == u"1" ? 0 : platform::kKeyView32;
+    // A longer value is not cut: it is not "1" either way.
+    std::u16string native;
+    const bool isNative = Succeeded(ini.Read(kSection, u"Native64", native)) && native == u"1";
+    settings.registryViewFlag = isNative ? 0 : platform::kKeyView32;
 
-    const std::u16string_view hive = ini.Find(kSection, u"reghive").value_or(kDefaultHive);
-    if (const SystemError error = CheckValue(hive, kHiveCapacity); Failed(error)) {
+    if (const SystemError error = ReadValue(ini, u"reghive", kDefaultHive, kHiveCapacity, settings.hive);
+        Failed(error)) {
         return error;
     }
-    settings.hive = hive;
-    if (hive.empty() || !IsAcceptableHive(seam_.registry, settings.hive, settings.registryViewFlag)) {
+    if (settings.hive.empty() || !IsAcceptableHive(platform_.registry, settings.hive, settings.registryViewFlag)) {
         return SystemError::InvalidData;
     }
-    settings.silo = silo;
-    settings.root.append(hive).append(u"\\").append(silo);
+    settings.root = settings.hive + u'\\' + settings.silo;
     return SystemError::Success;
 }
 
 SystemError Isolation::FindIniFile(std::u16string& path) {
     std::u16string folder;
-    if (const SystemError error = seam_.modules.FileName(seam_.modules.Own(), kPathCapacity, folder); Failed(error)) {
+    if (const SystemError error = platform_.modules.FileName(platform_.modules.Own(), kPathCapacity, folder);
+        Failed(error)) {
         return error;
     }
+    const std::size_t shortest = VolumeLength(folder);
     for (;;) {
         // An empty rest would make the candidate relative, and so take the file from the current folder.
-        if (!seam_.pathForms.RemoveFileSpec(folder) || folder.empty() || seam_.pathForms.IsUncServer(folder)) {
+        if (!platform_.pathForms.RemoveFileSpec(folder) || folder.empty() || folder.size() < shortest ||
+            platform_.pathForms.IsUncServer(folder)) {
             return SystemError::FileNotFound;
         }
         std::u16string candidate = folder;
-        if (!seam_.pathForms.Append(candidate, u"isolate.ini")) {
+        if (!platform_.pathForms.Append(candidate, u"isolate.ini")) {
             return SystemError::InternalError;
         }
         std::uint32_t attributes = 0;
-        if (Succeeded(seam_.files.Attributes(candidate, attributes))) {
+        if (Succeeded(platform_.files.Attributes(candidate, attributes))) {
             if (candidate.size() >= kPathCapacity) {
                 return SystemError::InsufficientBuffer;
             }
@@ -163,7 +187,7 @@ bool Isolation::Root(std::u16string& root) {
     return true;
 }
 
-std::uint32_t Isolation::RegistryViewFlag() {
+std::uint32_t Isolation::RegistryViewFlag() noexcept {
     const IsolationSettings* settings = nullptr;
     return Failed(Read(&settings)) ? platform::kKeyView32 : settings->registryViewFlag;
 }

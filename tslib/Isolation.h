@@ -9,11 +9,11 @@
 #include <mutex>
 #include <string>
 
-#include "tslib/LibrarySettings.h"
 #include "tslib/Tracer.h"
 #include "tslib/platform/Files.h"
 #include "tslib/platform/Modules.h"
 #include "tslib/platform/PathForms.h"
+#include "tslib/platform/Platform.h"
 #include "tslib/platform/Registry.h"
 #include "tslib/platform/TextRules.h"
 
@@ -29,17 +29,11 @@ struct IsolationSettings {
 
 // One instance per process. The settings are read on first use and then never change; as long as they cannot be read,
 // every query tries again. Any thread.
-class Isolation final : public LibrarySettings {
+class Isolation {
 public:
-    struct Seam {
-        platform::Modules& modules;
-        platform::PathForms& pathForms;
-        platform::Files& files;
-        platform::RegistryReader& registry;
-        platform::TextRules& textRules;
-        platform::TraceOutput& trace;
-    };
-    explicit Isolation(const Seam& seam) noexcept : seam_(seam), tracer_(seam.trace) {}
+    explicit Isolation(const platform::Platform& platform) noexcept : platform_(platform), tracer_(platform.trace) {}
+    Isolation(const Isolation&) = delete;
+    Isolation& operator=(const Isolation&) = delete;
 
     // The settings, which live as long as this object. On failure `settings` is untouched:
     //   InvalidParameter    a null place
@@ -51,18 +45,20 @@ public:
     //   NotEnoughMemory     or any error of the platform, from the module's name or the file
     platform::SystemError Read(const IsolationSettings** settings) noexcept;
 
-    // False, with the output untouched, as long as the settings cannot be read.
+    // The silo, and the installation's root: a path under HKEY_LOCAL_MACHINE without a trailing backslash. False, with
+    // the output untouched, as long as the settings cannot be read. Both throw std::bad_alloc only.
     [[nodiscard]] bool Silo(std::u16string& silo);
-    [[nodiscard]] bool Root(std::u16string& root) override;
-    // The 32-bit view as long as the settings cannot be read.
-    [[nodiscard]] std::uint32_t RegistryViewFlag() override;
+    [[nodiscard]] bool Root(std::u16string& root);
+    // To be ORed into the access of every registry open of the library: 0, or kKeyView32, which it also is as long as
+    // the settings cannot be read.
+    [[nodiscard]] std::uint32_t RegistryViewFlag() noexcept;
 
 private:
     platform::SystemError ReadOnce() noexcept;
     platform::SystemError ReadFromFile(IsolationSettings& settings);
     platform::SystemError FindIniFile(std::u16string& path);
 
-    Seam seam_;
+    const platform::Platform& platform_;
     Tracer tracer_;
     std::atomic<bool> isRead_{false};
     std::mutex mutex_;

@@ -2,6 +2,7 @@
 
 #include <bit>
 #include <cstring>
+#include <vector>
 
 namespace tsLib {
 
@@ -10,7 +11,7 @@ using platform::SystemError;
 // Values are stored little-endian, as everything that this system runs on.
 static_assert(std::endian::native == std::endian::little);
 
-SystemError ReadText(platform::RegistryReader& registry, platform::RegistryKey key, const std::u16string& name,
+SystemError ReadText(platform::Registry& registry, platform::RegistryKey key, const std::u16string& name,
                      std::u16string& text) {
     platform::RegistryValue value;
     const SystemError error = registry.ReadValue(key, name, value);
@@ -31,7 +32,7 @@ SystemError ReadText(platform::RegistryReader& registry, platform::RegistryKey k
     return SystemError::Success;
 }
 
-SystemError ReadDword(platform::RegistryReader& registry, platform::RegistryKey key, const std::u16string& name,
+SystemError ReadDword(platform::Registry& registry, platform::RegistryKey key, const std::u16string& name,
                       std::uint32_t& number) {
     platform::RegistryValue value;
     const SystemError error = registry.ReadValue(key, name, value);
@@ -46,6 +47,20 @@ SystemError ReadDword(platform::RegistryReader& registry, platform::RegistryKey 
     }
     std::memcpy(&number, value.data.data(), sizeof(number));
     return SystemError::Success;
+}
+
+platform::RegistryValue TextValue(std::u16string_view text) {
+    platform::RegistryValue value{platform::kValueText, std::vector<std::byte>((text.size() + 1) * sizeof(char16_t))};
+    if (!text.empty()) {
+        std::memcpy(value.data.data(), text.data(), text.size() * sizeof(char16_t));
+    }
+    return value;
+}
+
+platform::RegistryValue DwordValue(std::uint32_t number) {
+    platform::RegistryValue value{platform::kValueDword, std::vector<std::byte>(sizeof(number))};
+    std::memcpy(value.data.data(), &number, sizeof(number));
+    return value;
 }
 
 }  // namespace tsLib

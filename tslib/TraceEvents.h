@@ -120,6 +120,8 @@ enum class TraceEvent : std::uint16_t {
     RepositoryPathUnexpanded = 717,  // object id, stored text
     RepositoryCutShort = 718,        // subkeys, subkeys that were read
     RepositoryUnexpected = 719,      // result
+    ModulePathMissing = 720,         // operation: "Load", "VerifyModule" or "GetFactory"
+    ModuleLevelUnusable = 721,       // path: a verification was asked for at level 0
     // 800: lifetime managers, protection control, settings store.
     LifetimeNameMissing = 800,          //
     LifetimePathTooLong = 801,          // shell result of a buffer that is too small

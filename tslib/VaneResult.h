@@ -5,12 +5,15 @@
 #include <cstdint>
 #include <iomanip>
 #include <ostream>
+#include <utility>
+
+#include "tslib/platform/Boundary.h"
 
 namespace tsLib {
 
 enum class [[nodiscard]] VaneResult : std::uint32_t {
     Success = 0x00010000u,
-    NoInstanceFactory = 0x80010200u,
+    NoComponentSource = 0x80010200u,
     OutOfMemory = 0x80010201u,
     NoInterface = 0x80010202u,
     InvalidArgument = 0x80010203u,
@@ -23,6 +26,12 @@ enum class [[nodiscard]] VaneResult : std::uint32_t {
 [[nodiscard]] constexpr bool Failed(VaneResult result) noexcept { return static_cast<std::int32_t>(result) < 0; }
 [[nodiscard]] constexpr bool Succeeded(VaneResult result) noexcept { return !Failed(result); }
 [[nodiscard]] constexpr std::uint32_t Number(VaneResult result) noexcept { return static_cast<std::uint32_t>(result); }
+
+// The boundary of an operation that answers a VaneResult: nothing is thrown across it.
+template <class Body>
+VaneResult AtVaneBoundary(Body&& body) noexcept {
+    return AtBoundary(VaneResult::OutOfMemory, VaneResult::InternalFailure, std::forward<Body>(body));
+}
 
 inline std::ostream& operator<<(std::ostream& out, VaneResult result) {
     const auto flags = out.flags();

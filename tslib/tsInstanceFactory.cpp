@@ -3,13 +3,10 @@
 #include <mutex>
 #include <utility>
 
-#include "tslib/VaneBoundary.h"
-#include "tslib/VaneRef.h"
-
 namespace tsLib {
 
 tsInstanceFactory::~tsInstanceFactory() {
-    for (const auto& [module, factory] : table_.All()) {
+    for (const auto& [module, factory] : factories_) {
         if (const std::uint32_t live = factory != nullptr ? factory->ObjectCount() : 0; live != 0) {
             tracer_.Warning(TraceEvent::ModuleLeftLoaded, live);
             factory->LeaveLoaded();
@@ -23,22 +20,26 @@ VaneResult tsInstanceFactory::GetFactory(const char16_t* path, bool verify, Trus
         return VaneResult::InvalidArgument;
     }
     *factory = nullptr;
-    if (path == nullptr || (verify && verifyOption == 0)) {
+    if (path == nullptr) {
+        tracer_.Error(TraceEvent::ModulePathMissing, std::u16string_view(u"GetFactory"));
+        return VaneResult::InvalidArgument;
+    }
+    if (verify && verifyOption == 0) {
+        tracer_.Error(TraceEvent::ModuleLevelUnusable, std::u16string_view(path));
         return VaneResult::InvalidArgument;
     }
     return AtVaneBoundary([&] {
         VaneResult result = VaneResult::Success;
         {
             const std::shared_lock lock(mutex_);
-            if (FindKnown(path, factory, result)) {
+            if (FindKnown(path, *factory, result)) {
                 return result;
             }
         }
         const std::u16string text(path);
-        auto record = FactoryTable::MakePathRecord(text);
         const std::unique_lock lock(mutex_);
         // Another thread may have loaded it between the two locks.
-        if (FindKnown(path, factory, result)) {
+        if (FindKnown(text, *factory, result)) {
             return result;
         }
         if (verify) {
@@ -46,7 +47,7 @@ VaneResult tsInstanceFactory::GetFactory(const char16_t* path, bool verify, Trus
                 return result;
             }
         }
-        return Load(text, std::move(record), factory);
+        return Load(text, *factory);
     });
 }
 
@@ -54,55 +55,47 @@ tsVaneModuleFactory* tsInstanceFactory::Find(const char16_t* path) noexcept {
     tsVaneModuleFactory* factory = nullptr;
     VaneResult result = VaneResult::Success;
     const std::shared_lock lock(mutex_);
-    return path != nullptr && FindKnown(path, &factory, result) ? factory : nullptr;
+    return path != nullptr && FindKnown(path, factory, result) ? factory : nullptr;
 }
 
-bool tsInstanceFactory::FindKnown(const char16_t* path, tsVaneModuleFactory** factory, VaneResult& result) noexcept {
-    const auto found = table_.FindPath(path);
-    if (!found.known) {
+bool tsInstanceFactory::FindKnown(std::u16string_view path, tsVaneModuleFactory*& factory,
+                                  VaneResult& result) noexcept {
+    const auto record = paths_.find(path);
+    const auto found = record != paths_.end() ? factories_.find(record->second) : factories_.end();
+    if (found == factories_.end()) {
         return false;
     }
-    *factory = found.factory;
-    result = found.factory != nullptr ? VaneResult::Success : VaneResult::InternalFailure;
-    if (Failed(result)) {
-        tracer_.Error(TraceEvent::FactoryCacheInconsistent, std::u16string_view(path));
+    factory = found->second.get();
+    if (factory == nullptr) {
+        tracer_.Error(TraceEvent::FactoryCacheInconsistent, path);
+        result = VaneResult::InternalFailure;
     }
     return true;
 }
 
-VaneResult tsInstanceFactory::Load(const std::u16string& path, FactoryTable::PathRecord record,
-                                   tsVaneModuleFactory** factory) {
-    platform::OwnedModule module(modules_);
-    if (const auto error = modules_.LoadAltered(path, module.Receive()); Failed(error)) {
-        tracer_.Error(TraceEvent::ModuleNotLoaded, error, path);
-        return VaneResult::ModuleMissing;
+VaneResult tsInstanceFactory::Load(const std::u16string& path, tsVaneModuleFactory*& factory) {
+    auto made = std::make_unique<tsVaneModuleFactory>(modules_, tracer_);
+    if (const VaneResult result = made->Load(path); Failed(result)) {
+        return result;
     }
-    const platform::ModuleHandle handle = module.Get();
-    if (!table_.FindModule(handle).known) {
-        const auto entryPoints = ComponentEntryPoints::Find(modules_, handle);
-        if (!entryPoints.AreComplete()) {
-            tracer_.Error(TraceEvent::ModuleEntryPointMissing, entryPoints.Missing(), path);
-            return VaneResult::EntryPointMissing;
-        }
-        auto made = std::make_unique<tsVaneModuleFactory>(std::move(module), entryPoints);
-        table_.Add(handle, made);
-    }
-    // Otherwise the same module was reached by another path: `module` drops the extra reference.
-    table_.Record(std::move(record), handle);
+    const platform::ModuleHandle module = made->Module();
+    platform::ModuleHandle& record = paths_[path];
+    // The same module by another path has its wrapper already: the new one goes, and the extra reference with it.
+    factories_.try_emplace(module, std::move(made));
+    record = module;
     VaneResult result = VaneResult::Success;
-    static_cast<void>(FindKnown(path.c_str(), factory, result));
+    static_cast<void>(FindKnown(path, factory, result));
     return result;
 }
 
 VaneResult tsInstanceFactory::Verify(const std::u16string& path, TrustLevel level) noexcept {
-    const VaneRef<IVerifyTrust> verifier(verifiers_.Create());
-    if (!verifier || verifier->Initialize(true) != 1) {
+    const FileUse use = JudgeFile(verifiers_, path.c_str(), level);
+    if (!use.judged) {
         tracer_.Error(TraceEvent::ModuleVerifierNotMade, path);
         return VaneResult::ModuleNotTrusted;
     }
-    const TrustResult verdict = verifier->VerifyFile(path.c_str(), level);
-    if (RefusesFile(verdict)) {
-        tracer_.Error(TraceEvent::ModuleRefused, static_cast<std::uint32_t>(verdict), path);
+    if (use.IsRefused()) {
+        tracer_.Error(TraceEvent::ModuleRefused, static_cast<std::uint32_t>(use.verdict), path);
         return VaneResult::ModuleNotTrusted;
     }
     return VaneResult::Success;

@@ -1,14 +1,17 @@
 // The factory cache: one factory for each loaded component module.
 #pragma once
 
+#include <map>
+#include <memory>
 #include <string>
+#include <string_view>
 
-#include "tslib/FactoryTable.h"
 #include "tslib/ReaderWriterLock.h"
 #include "tslib/Tracer.h"
 #include "tslib/TrustResult.h"
-#include "tslib/TrustVerifierFactory.h"
-#include "tslib/platform/ModuleLoader.h"
+#include "tslib/TrustVerifiers.h"
+#include "tslib/platform/Modules.h"
+#include "tslib/tsVaneModuleFactory.h"
 
 namespace tsLib {
 
@@ -19,8 +22,7 @@ namespace tsLib {
 // ask for a component: it would wait for that lock for ever. Its entry points are called without any lock and may.
 class tsInstanceFactory {
 public:
-    tsInstanceFactory(platform::ModuleLoader& modules, TrustVerifierFactory& verifiers,
-                      platform::TraceOutput& trace) noexcept
+    tsInstanceFactory(platform::Modules& modules, TrustVerifiers& verifiers, platform::TraceOutput& trace) noexcept
         : modules_(modules), verifiers_(verifiers), tracer_(trace) {}
     tsInstanceFactory(const tsInstanceFactory&) = delete;
     tsInstanceFactory& operator=(const tsInstanceFactory&) = delete;
@@ -42,16 +44,18 @@ public:
     [[nodiscard]] tsVaneModuleFactory* Find(const char16_t* path) noexcept;
 
 private:
-    // Nothing when the path is not known.
-    [[nodiscard]] bool FindKnown(const char16_t* path, tsVaneModuleFactory** factory, VaneResult& result) noexcept;
-    VaneResult Load(const std::u16string& path, FactoryTable::PathRecord record, tsVaneModuleFactory** factory);
+    // False when the path is not known.
+    [[nodiscard]] bool FindKnown(std::u16string_view path, tsVaneModuleFactory*& factory, VaneResult& result) noexcept;
+    VaneResult Load(const std::u16string& path, tsVaneModuleFactory*& factory);
     VaneResult Verify(const std::u16string& path, TrustLevel level) noexcept;
 
-    platform::ModuleLoader& modules_;
-    TrustVerifierFactory& verifiers_;
+    platform::Modules& modules_;
+    TrustVerifiers& verifiers_;
     Tracer tracer_;
     ReaderWriterLock mutex_;
-    FactoryTable table_;
+    // A path may lead to no module: memory ran out while one was recorded.
+    std::map<std::u16string, platform::ModuleHandle, std::less<>> paths_;
+    std::map<platform::ModuleHandle, std::unique_ptr<tsVaneModuleFactory>> factories_;
 };
 
 }  // namespace tsLib

@@ -7,15 +7,17 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <forward_list>
 #include <mutex>
 #include <string>
 #include <string_view>
 
 #include "tslib/Isolation.h"
 #include "tslib/Tracer.h"
-#include "tslib/platform/KnownFolders.h"
 #include "tslib/platform/PathForms.h"
+#include "tslib/platform/Platform.h"
 #include "tslib/platform/Registry.h"
+#include "tslib/platform/System.h"
 #include "tslib/platform/TextRules.h"
 
 namespace tsLib {
@@ -38,23 +40,20 @@ protected:
 // error-level trace record.
 class tsPathExpansion {
 public:
-    struct Seam {
-        platform::RegistryReader& registry;
-        platform::KnownFolders& knownFolders;
-        platform::PathForms& pathForms;
-        platform::TextRules& textRules;
-        platform::TraceOutput& trace;
-    };
     // All that is passed must outlive this object.
-    tsPathExpansion(const Seam& seam, Isolation& isolation) noexcept
-        : seam_(seam), isolation_(isolation), tracer_(seam.trace), openedMap_(seam.registry) {}
+    tsPathExpansion(const platform::Platform& platform, Isolation& isolation) noexcept
+        : platform_(platform), isolation_(isolation), tracer_(platform.trace) {}
 
+    // The path-expansion map is opened by the first call that can and kept; when its key turns out to have been deleted
+    // it is opened again.
+    //
     // Expands all tokens of the input and reduces doubled backslashes, except for a leading pair. An input below three
     // characters comes back as it is.
     //
     // False for: an input whose data() is null, a mark without a partner, an empty token name, an unknown token, a
-    // token met again after its expansion, a folder that the system cannot tell, a path-expansion map that cannot be
-    // opened (whatever the input), a text above kMaximumExpandedPath, memory running out. `out` then holds the input
+    // token met again after its expansion, a folder that the system cannot tell, a map entry that cannot be read, a
+    // path-expansion map that cannot be opened (whatever the input), a text above kMaximumExpandedPath, memory running
+    // out. `out` then holds the input
     // with its doubled backslashes reduced, or nothing when there was no memory for that, and never half an expansion.
     // Nothing is remembered of a failure. `out` may be the text that the input is a view of.
     [[nodiscard]] bool Expand(std::u16string_view input, std::u16string& out) noexcept;
@@ -65,6 +64,9 @@ public:
 
     // While a lookup is installed it replaces the map in both forms, and the map is neither opened nor read. It must
     // stay alive until no expansion is under way any more; null takes it out.
+    //
+    // A lookup must neither create a component nor ask the object repository, nor wait for a thread that does: both
+    // expand paths while they hold their locks, and would wait for themselves.
     void InstallLookup(PathTokenLookup* lookup) noexcept { lookup_.store(lookup, std::memory_order_release); }
 
     // The three below leave the output untouched when they give false.
@@ -75,35 +77,45 @@ public:
     [[nodiscard]] bool SharedComponentsFolder(std::u16string& folder) noexcept;
 
 private:
+    struct OpenedMap {
+        platform::OwnedRegistryKey key;
+        std::uint32_t access;
+    };
     // Where one call looks its tokens up.
     struct Source {
         PathTokenLookup* lookup = nullptr;
         platform::RegistryKey map{};
         std::uint32_t access = 0;
-        bool forVendorFolder = false;  // inside the expansion that an instance data folder needs
+        bool forVendorFolder = false;       // inside the expansion that an instance data folder needs
+        const OpenedMap* opened = nullptr;  // the process's map, if `map` is it
+        std::uint32_t mapError = 0;         // what ended the expansion, if it was a map entry that cannot be read
     };
+    // A folder was found, there is none, or that cannot be told, for the reason in `error`.
     enum class Found : std::uint8_t { Yes, Unknown, Failed };
 
     bool OpenMap(Source& source) noexcept;
-    bool OpenMapOnce();
-    bool ExpandInto(bool ready, const Source& source, std::u16string_view input, std::u16string& out) noexcept;
-    bool ExpandTokens(const Source& source, std::u16string& working);
-    bool FolderInMap(const Source& source, const std::u16string& name, std::u16string& folder);
+    platform::SystemError UseMap(Source& source, std::u16string& path);
+    bool ExpandInto(bool ready, Source& source, std::u16string_view input, std::u16string& out) noexcept;
+    bool ExpandTokens(Source& source, std::u16string& working);
+    Found FolderInMap(Source& source, const std::u16string& name, std::u16string& folder, std::uint32_t& error);
+    platform::SystemError ReadMapEntry(const Source& source, const std::u16string& name, std::u16string& folder);
+    platform::SystemError ReadFolder(platform::RegistryKey key, const std::u16string& name, std::u16string& folder);
     Found FolderBuiltIn(const Source& source, std::u16string_view name, std::u16string& folder, std::uint32_t& error);
-    Found InstanceDataFolder(const Source& source, std::uint32_t shellFolder, std::u16string& folder);
+    Found InstanceDataFolder(const Source& source, std::uint32_t shellFolder, std::u16string& folder,
+                             std::uint32_t& error);
     platform::SystemError CurrentVersionText(const std::u16string& name, std::uint32_t viewFlag, std::u16string& text);
     bool ExpandOrKeep(std::u16string_view input, std::u16string& folder) noexcept;
     template <class... Arguments>
     bool Fail(const Source& source, TraceEvent event, const Arguments&... arguments) const noexcept;
 
-    Seam seam_;
+    const platform::Platform& platform_;
     Isolation& isolation_;
     Tracer tracer_;
     std::atomic<PathTokenLookup*> lookup_{nullptr};
-    std::atomic<bool> isMapOpen_{false};
+    std::atomic<const OpenedMap*> map_{nullptr};  // null until the map was opened
     std::mutex mapMutex_;
-    platform::OwnedRegistryKey openedMap_;
-    std::uint32_t openedMapAccess_ = 0;
+    // The map and, behind it, those whose key was deleted: other threads may still be using one.
+    std::forward_list<OpenedMap> openedMaps_;
 };
 
 }  // namespace tsLib

@@ -1,18 +1,17 @@
 #include "tslib/tsVaneDllLifetimeMgr.h"
 
-#include <algorithm>
 #include <string>
 
-#include "tslib/ComponentEntryPoints.h"
-#include "tslib/VaneBoundary.h"
+#include "tslib/tsVaneModuleFactory.h"
 
 namespace tsLib {
 
 using platform::ModuleHandle;
 using platform::SystemError;
 
-tsVaneDllLifetimeMgr::tsVaneDllLifetimeMgr(const Seam& seam, const char16_t* path) noexcept
-    : seam_(seam), tracer_(seam.trace), namedBy_(NamedBy::Path), isPathMissing_(path == nullptr), held_(seam.loader) {
+tsVaneDllLifetimeMgr::tsVaneDllLifetimeMgr(platform::Modules& modules, platform::TraceOutput& trace,
+                                           const char16_t* path) noexcept
+    : modules_(modules), tracer_(trace), namedBy_(NamedBy::Path), isPathMissing_(path == nullptr), held_(modules) {
     if (path != nullptr) {
         while (pathLength_ < path_.size() && path[pathLength_] != u'\0') {
             path_[pathLength_] = path[pathLength_];
@@ -21,19 +20,21 @@ tsVaneDllLifetimeMgr::tsVaneDllLifetimeMgr(const Seam& seam, const char16_t* pat
     }
 }
 
-tsVaneDllLifetimeMgr::tsVaneDllLifetimeMgr(const Seam& seam, ModuleHandle module) noexcept
-    : seam_(seam),
-      tracer_(seam.trace),
+tsVaneDllLifetimeMgr::tsVaneDllLifetimeMgr(platform::Modules& modules, platform::TraceOutput& trace,
+                                           ModuleHandle module) noexcept
+    : modules_(modules),
+      tracer_(trace),
       namedBy_(NamedBy::Value),
       value_(static_cast<std::uintptr_t>(module)),
-      held_(seam.loader) {}
+      held_(modules) {}
 
-tsVaneDllLifetimeMgr::tsVaneDllLifetimeMgr(const Seam& seam, const void* address) noexcept
-    : seam_(seam),
-      tracer_(seam.trace),
+tsVaneDllLifetimeMgr::tsVaneDllLifetimeMgr(platform::Modules& modules, platform::TraceOutput& trace,
+                                           const void* address) noexcept
+    : modules_(modules),
+      tracer_(trace),
       namedBy_(NamedBy::Value),
       value_(reinterpret_cast<std::uintptr_t>(address)),
-      held_(seam.loader) {}
+      held_(modules) {}
 
 VaneResult tsVaneDllLifetimeMgr::Validate() noexcept {
     if (namedBy_ == NamedBy::Path ? isPathMissing_ : value_ == 0) {
@@ -62,11 +63,12 @@ VaneResult tsVaneDllLifetimeMgr::TakeReference() noexcept {
 VaneResult tsVaneDllLifetimeMgr::LoadNamed(ModuleHandle module) noexcept {
     const VaneResult result = AtVaneBoundary([&] {
         std::u16string path;
-        if (const SystemError error = seam_.modules.FileName(module, path_.size(), path); Failed(error)) {
+        if (const SystemError error = modules_.FileName(module, path_.size(), path); Failed(error)) {
             tracer_.Error(TraceEvent::LifetimeNameUnknown, error);
             return VaneResult::InternalFailure;
         }
-        return TakePath(path);
+        pathLength_ = path.copy(path_.data(), path_.size());
+        return VaneResult::Success;
     });
     if (Failed(result)) {
         static_cast<void>(ReleaseReference());
@@ -75,30 +77,29 @@ VaneResult tsVaneDllLifetimeMgr::LoadNamed(ModuleHandle module) noexcept {
     return LoadPath();
 }
 
-VaneResult tsVaneDllLifetimeMgr::TakePath(std::u16string_view path) noexcept {
-    if (path.empty() || path.size() >= path_.size()) {
-        return VaneResult::InternalFailure;
-    }
-    std::copy(path.begin(), path.end(), path_.begin());
-    pathLength_ = path.size();
-    return VaneResult::Success;
-}
-
 VaneResult tsVaneDllLifetimeMgr::LoadPath() noexcept {
     static_cast<void>(ReleaseReference());
     return AtVaneBoundary([&] {
         const std::u16string path(path_.data(), pathLength_);
-        if (const SystemError error = seam_.loader.Load(path, held_.Receive()); Failed(error)) {
+        if (const SystemError error = modules_.Load(path, held_.Receive()); Failed(error)) {
             tracer_.Error(TraceEvent::LifetimeNotLoaded, error, path);
             return VaneResult::InternalFailure;
         }
+        kept_ = held_.Get();
         return VaneResult::Success;
     });
 }
 
+VaneResult tsVaneDllLifetimeMgr::KeepUnheld(ModuleHandle module) noexcept {
+    static_cast<void>(ReleaseReference());
+    kept_ = module;
+    return VaneResult::Success;
+}
+
 VaneResult tsVaneDllLifetimeMgr::ReleaseReference() noexcept {
-    BeforeRelease();
+    factory_.Reset();
     held_.Reset();
+    kept_ = {};
     return VaneResult::Success;
 }
 
@@ -107,7 +108,7 @@ VaneResult tsVaneDllLifetimeMgr::SameModuleAs(const tsVaneDllLifetimeMgr& other)
     return areValues && value_ == other.value_ ? VaneResult::Success : VaneResult::InvalidArgument;
 }
 
-VaneResult tsVaneDllFactoryLifetimeMgr::GetFactory(IFactory** factory) noexcept {
+VaneResult tsVaneDllLifetimeMgr::TakeFactory(const ObjectId& objectId, IFactory** factory) noexcept {
     if (factory == nullptr) {
         return VaneResult::InvalidArgument;
     }
@@ -115,16 +116,15 @@ VaneResult tsVaneDllFactoryLifetimeMgr::GetFactory(IFactory** factory) noexcept 
     if (const VaneResult result = TakeReference(); Failed(result)) {
         return result;
     }
-    const auto entryPoints = ComponentEntryPoints::Find(seam_.loader, Held().Get());
+    const auto entryPoints = ComponentEntryPoints::Find(modules_, kept_);
     if (entryPoints.getFactory == nullptr) {
         tracer_.Error(TraceEvent::LifetimeFactoryMissing);
         static_cast<void>(ReleaseReference());
         return VaneResult::EntryPointMissing;
     }
-    const VaneResult result = entryPoints.GetFactory(objectId_, factory_.Receive());
+    const VaneResult result = entryPoints.GetFactory(objectId, factory_.Receive());
     if (Failed(result)) {
-        const auto id = ToUnits(objectId_);
-        tracer_.Error(TraceEvent::LifetimeFactoryRefused, Number(result), std::u16string_view(id.data(), id.size()));
+        tracer_.Error(TraceEvent::LifetimeFactoryRefused, Number(result), GuidText(objectId));
         // Success without a factory leaves null, so nothing foreign is released here.
         static_cast<void>(ReleaseReference());
         return result;

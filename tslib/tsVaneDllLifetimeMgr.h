@@ -4,14 +4,11 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
-#include <string_view>
 
 #include "tslib/Guid.h"
 #include "tslib/IFactory.h"
 #include "tslib/Tracer.h"
 #include "tslib/VaneRef.h"
-#include "tslib/platform/ModuleLoader.h"
 #include "tslib/platform/Modules.h"
 
 namespace tsLib {
@@ -23,14 +20,10 @@ inline constexpr std::size_t kLifetimePathCapacity = 260;
 // it is destroyed. Used on one thread at a time; modules and their counts are the platform's. No operation throws.
 class tsVaneDllLifetimeMgr {
 public:
-    struct Seam {
-        platform::ModuleLoader& loader;
-        platform::Modules& modules;
-        platform::TraceOutput& trace;
-    };
     // The text is copied, and is not needed any more afterwards. Nothing is checked yet: Validate does.
-    tsVaneDllLifetimeMgr(const Seam& seam, const char16_t* path) noexcept;
-    tsVaneDllLifetimeMgr(const Seam& seam, platform::ModuleHandle module) noexcept;
+    tsVaneDllLifetimeMgr(platform::Modules& modules, platform::TraceOutput& trace, const char16_t* path) noexcept;
+    tsVaneDllLifetimeMgr(platform::Modules& modules, platform::TraceOutput& trace,
+                         platform::ModuleHandle module) noexcept;
     tsVaneDllLifetimeMgr(const tsVaneDllLifetimeMgr&) = delete;
     tsVaneDllLifetimeMgr& operator=(const tsVaneDllLifetimeMgr&) = delete;
     virtual ~tsVaneDllLifetimeMgr() = default;
@@ -52,36 +45,41 @@ public:
 
 protected:
     // Named by an address.
-    tsVaneDllLifetimeMgr(const Seam& seam, const void* address) noexcept;
+    tsVaneDllLifetimeMgr(platform::Modules& modules, platform::TraceOutput& trace, const void* address) noexcept;
+    // Loads what a handle means.
     VaneResult LoadNamed(platform::ModuleHandle module) noexcept;
-    [[nodiscard]] platform::OwnedModule& Held() noexcept { return held_; }
-    // What is to go before the reference does.
-    virtual void BeforeRelease() noexcept {}
+    // Keeps a module that cannot go away, without a reference.
+    VaneResult KeepUnheld(platform::ModuleHandle module) noexcept;
+    // For the factory variants: GetFactory below.
+    VaneResult TakeFactory(const ObjectId& objectId, IFactory** factory) noexcept;
 
-    Seam seam_;
+    platform::Modules& modules_;
     Tracer tracer_;
 
 private:
     enum class NamedBy : std::uint8_t { Path, Value };
 
     VaneResult LoadPath() noexcept;
-    VaneResult TakePath(std::u16string_view path) noexcept;
 
     NamedBy namedBy_;
     std::uintptr_t value_ = 0;    // the handle or the address
     bool isPathMissing_ = false;  // the path was null
     std::size_t pathLength_ = 0;  // at most the capacity, which says that the path is too long
     std::array<char16_t, kLifetimePathCapacity> path_{};
+    platform::ModuleHandle kept_{};  // the module of the last success, held or not
     platform::OwnedModule held_;
+    VaneRef<IFactory> factory_;  // gone before the module is given back
 };
 
 // The factory variant: it also fetches a component factory from the module that it keeps.
 class tsVaneDllFactoryLifetimeMgr final : public tsVaneDllLifetimeMgr {
 public:
-    tsVaneDllFactoryLifetimeMgr(const Seam& seam, const char16_t* path, const ObjectId& objectId) noexcept
-        : tsVaneDllLifetimeMgr(seam, path), objectId_(objectId) {}
-    tsVaneDllFactoryLifetimeMgr(const Seam& seam, platform::ModuleHandle module, const ObjectId& objectId) noexcept
-        : tsVaneDllLifetimeMgr(seam, module), objectId_(objectId) {}
+    tsVaneDllFactoryLifetimeMgr(platform::Modules& modules, platform::TraceOutput& trace, const char16_t* path,
+                                const ObjectId& objectId) noexcept
+        : tsVaneDllLifetimeMgr(modules, trace, path), objectId_(objectId) {}
+    tsVaneDllFactoryLifetimeMgr(platform::Modules& modules, platform::TraceOutput& trace, platform::ModuleHandle module,
+                                const ObjectId& objectId) noexcept
+        : tsVaneDllLifetimeMgr(modules, trace, module), objectId_(objectId) {}
 
     // Takes the reference, and from the module a factory for the object id. The manager keeps the factory; the caller
     // gets a reference of his own, which he releases before the manager lets the module go. Null on failure, and then
@@ -89,14 +87,10 @@ public:
     //   EntryPointMissing  the module exports no "GetFactory"
     //   InternalFailure    also when the module reports a success without a factory
     // or what TakeReference or the module answers.
-    VaneResult GetFactory(IFactory** factory) noexcept;
-
-protected:
-    void BeforeRelease() noexcept override { factory_.Reset(); }
+    VaneResult GetFactory(IFactory** factory) noexcept { return TakeFactory(objectId_, factory); }
 
 private:
     ObjectId objectId_;
-    VaneRef<IFactory> factory_;  // gone before the base gives the module back
 };
 
 }  // namespace tsLib

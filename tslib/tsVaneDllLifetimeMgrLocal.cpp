@@ -1,7 +1,5 @@
 #include "tslib/tsVaneDllLifetimeMgrLocal.h"
 
-#include "tslib/VaneBoundary.h"
-
 namespace tsLib {
 
 using platform::ModuleHandle;
@@ -10,7 +8,7 @@ using platform::SystemError;
 SystemError MainExecutable::Get(ModuleHandle& module) {
     const std::lock_guard lock(mutex_);
     if (module_ == ModuleHandle{}) {
-        if (const SystemError error = addresses_.MainExecutable(module_); Failed(error)) {
+        if (const SystemError error = modules_.MainExecutable(module_); Failed(error)) {
             return error;
         }
     }
@@ -30,22 +28,22 @@ VaneResult tsVaneDllLifetimeMgrLocal::TakeReference() noexcept {
             tracer_.Error(TraceEvent::LifetimeNoExecutable, error);
             return VaneResult::InternalFailure;
         }
-        SystemError error = addresses_.FromAddress(address_, module);
+        SystemError error = modules_.FromAddress(address_, module);
         if (error == SystemError::ProcedureNotFound) {
-            error = addresses_.FromAddressByRanges(address_, module);
+            error = modules_.FromAddressByRanges(address_, module);
         }
         if (Failed(error)) {
             tracer_.Error(TraceEvent::LifetimeAddressUnknown, error, reinterpret_cast<std::uintptr_t>(address_));
             return VaneResult::InvalidArgument;
         }
-        isNeeded = module != executable && module != seam_.modules.Own();
+        isNeeded = module != executable && module != modules_.Own();
         return VaneResult::Success;
     });
-    if (Failed(result) || !isNeeded) {
+    if (Failed(result)) {
         static_cast<void>(ReleaseReference());
         return result;
     }
-    return LoadNamed(module);
+    return isNeeded ? LoadNamed(module) : KeepUnheld(module);
 }
 
 }  // namespace tsLib

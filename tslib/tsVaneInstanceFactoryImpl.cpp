@@ -1,7 +1,5 @@
 #include "tslib/tsVaneInstanceFactoryImpl.h"
 
-#include "tslib/VaneBoundary.h"
-
 namespace tsLib {
 
 VaneResult tsVaneInstanceFactoryImpl::CreateInstance(const ObjectId& objectId, const InterfaceId& interfaceId,
@@ -17,12 +15,11 @@ VaneResult tsVaneInstanceFactoryImpl::CreateInstance(const ObjectId& objectId, c
         tsVaneModuleFactory* factory = nullptr;
         result = FactoryFor(objectId, factory);
         if (Succeeded(result)) {
-            result = factory->CreateInstance(objectId, interfaceId, object);
+            return factory->CreateInstance(objectId, interfaceId, object);  // writes the record itself
         }
     }
     if (Failed(result)) {
-        const auto id = ToUnits(objectId);
-        tracer_.Error(TraceEvent::ObjectNotCreated, Number(result), std::u16string_view(id.data(), id.size()));
+        tracer_.Error(TraceEvent::ObjectNotCreated, Number(result), GuidText(objectId));
     }
     return result;
 }

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "tslib/ComponentModule.h"
-#include "tslib/IInstanceFactory.h"
+#include "tslib/IComponentSource.h"
 #include "tslib/Tracer.h"
 #include "tslib/tsInstanceFactory.h"
 #include "tslib/tsVaneObjectRepository.h"
@@ -19,12 +19,13 @@ namespace tsLib {
 //
 // Own objects first: they need no repository, no entry elsewhere can take their place, and they do not cost the reload
 // that the repository pays for an id that it does not know.
-class tsVaneInstanceFactoryImpl final : public IInstanceFactory {
+class tsVaneInstanceFactoryImpl final : public IComponentSource {
 public:
     // All that is passed must outlive this object. `own` may be null.
-    tsVaneInstanceFactoryImpl(ComponentModule* own, tsVaneObjectRepository& repository, tsInstanceFactory& cache,
-                              const tsVaneTrustedModuleLoader::Seam& seam, tsPathExpansion& paths) noexcept
-        : own_(own), repository_(repository), cache_(cache), tracer_(seam.trace), loader_(seam, paths) {}
+    tsVaneInstanceFactoryImpl(const platform::Platform& platform, ComponentModule* own,
+                              tsVaneObjectRepository& repository, tsInstanceFactory& cache,
+                              tsPathExpansion& paths) noexcept
+        : own_(own), repository_(repository), cache_(cache), tracer_(platform.trace), loader_(platform, paths) {}
 
     //   InvalidArgument    a null place, or the module does not offer the object
     //   ModuleMissing      no module is known for the id, its path cannot be expanded, the file is not there or cannot

@@ -3,9 +3,9 @@
 
 #include <cstdint>
 
-#include "tslib/ComponentEntryPoints.h"
 #include "tslib/Tracer.h"
-#include "tslib/platform/ModuleLoader.h"
+#include "tslib/platform/Modules.h"
+#include "tslib/tsVaneModuleFactory.h"
 
 namespace tsLib {
 
@@ -13,12 +13,13 @@ namespace tsLib {
 // same thread (a module's start-up code must not come back here). No operation throws.
 class tsVaneModuleLoader {
 public:
-    tsVaneModuleLoader(platform::ModuleLoader& modules, platform::TraceOutput& trace) noexcept
-        : tracer_(trace), modules_(modules), module_(modules) {}
+    tsVaneModuleLoader(platform::Modules& modules, platform::TraceOutput& trace) noexcept
+        : tracer_(trace), module_(modules, tracer_) {}
     tsVaneModuleLoader(const tsVaneModuleLoader&) = delete;
     tsVaneModuleLoader& operator=(const tsVaneModuleLoader&) = delete;
     // Frees the module, whatever objects of it still live.
     virtual ~tsVaneModuleLoader() = default;
+
     // Whether the file may be loaded. The plain loader always answers Success.
     virtual VaneResult VerifyModule(const char16_t* path) noexcept;
 
@@ -29,21 +30,21 @@ public:
     //   EntryPointMissing  it lacks an entry point; it is unloaded again
     //   OutOfMemory        or whatever VerifyModule refuses with; nothing is loaded then
     VaneResult Load(const char16_t* path) noexcept;
-    // As ComponentEntryPoints says; InvalidArgument as long as no module is loaded.
-    VaneResult GetFactory(const ObjectId& objectId, IFactory** factory) noexcept;
-    VaneResult CreateInstance(const ObjectId& objectId, const InterfaceId& interfaceId, void** object) noexcept;
-    // 0 as long as no module is loaded.
-    [[nodiscard]] std::uint32_t ObjectCount() const noexcept;
-    // Frees the module at once: no object of it may be in use any more.
-    void Unload() noexcept;
+    // As tsVaneModuleFactory says.
+    VaneResult GetFactory(const ObjectId& objectId, IFactory** factory) noexcept {
+        return module_.GetFactory(objectId, factory);
+    }
+    VaneResult CreateInstance(const ObjectId& objectId, const InterfaceId& interfaceId, void** object) noexcept {
+        return module_.CreateInstance(objectId, interfaceId, object);
+    }
+    [[nodiscard]] std::uint32_t ObjectCount() const noexcept { return module_.ObjectCount(); }
+    void Unload() noexcept { module_.Unload(); }
 
 protected:
     Tracer tracer_;
 
 private:
-    platform::ModuleLoader& modules_;
-    platform::OwnedModule module_;
-    ComponentEntryPoints entryPoints_;
+    tsVaneModuleFactory module_;
 };
 
 }  // namespace tsLib

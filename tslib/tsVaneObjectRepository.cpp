@@ -1,7 +1,6 @@
 #include "tslib/tsVaneObjectRepository.h"
 
 #include <algorithm>
-#include <new>
 
 #include "tslib/RegistryText.h"
 
@@ -53,8 +52,7 @@ bool tsVaneObjectRepository::GetModulePath(const ObjectId& objectId, std::u16str
     // Outside the lock: a lookup function of the expansion may be somebody's who asks the repository himself.
     std::u16string expanded;
     if (!paths_.Expand(stored, expanded)) {
-        const auto id = ToUnits(objectId);
-        tracer_.Error(TraceEvent::RepositoryPathUnexpanded, std::u16string_view(id.data(), id.size()), stored);
+        tracer_.Error(TraceEvent::RepositoryPathUnexpanded, GuidText(objectId), stored);
         return false;
     }
     path = std::move(expanded);
@@ -78,16 +76,16 @@ bool tsVaneObjectRepository::List(std::vector<RepositoryEntry>& entries) noexcep
 
 template <class Body>
 bool tsVaneObjectRepository::Locked(Body&& body) noexcept {
-    VaneResult result = VaneResult::InternalFailure;
-    try {
+    const auto fails = [&](VaneResult result) {
+        return [this, result]() noexcept {
+            tracer_.Error(TraceEvent::RepositoryUnexpected, Number(result));
+            return false;
+        };
+    };
+    return AtBoundary(fails(VaneResult::OutOfMemory), fails(VaneResult::InternalFailure), [&] {
         const std::lock_guard lock(mutex_);
         return body();
-    } catch (const std::bad_alloc&) {
-        result = VaneResult::OutOfMemory;
-    } catch (...) {
-    }
-    tracer_.Error(TraceEvent::RepositoryUnexpected, Number(result));
-    return false;
+    });
 }
 
 const tsVaneObjectRepository::Stored* tsVaneObjectRepository::FindLocked(const ObjectId& objectId) {
@@ -102,8 +100,7 @@ const tsVaneObjectRepository::Stored* tsVaneObjectRepository::FindLocked(const O
         }
     }
     if (!isLoaded_ || found == entries_.end()) {
-        const auto id = ToUnits(objectId);
-        tracer_.Warning(TraceEvent::ObjectUnknown, std::u16string_view(id.data(), id.size()));
+        tracer_.Warning(TraceEvent::ObjectUnknown, GuidText(objectId));
         return nullptr;
     }
     return &found->second;
@@ -120,9 +117,6 @@ bool tsVaneObjectRepository::LoadLocked() {
     }
     const std::size_t stored = entries.size();
     const SystemError fromRegistry = LoadFromRegistry(entries);
-    if (fromStore == VaneResult::OutOfMemory || fromRegistry == SystemError::NotEnoughMemory) {
-        throw std::bad_alloc();
-    }
     if (Failed(fromStore) && Failed(fromRegistry)) {
         return false;
     }
@@ -152,9 +146,6 @@ VaneResult tsVaneObjectRepository::LoadFromStore(Entries& entries) {
     for (std::uint32_t index = 0; index < count; ++index) {
         std::u16string name;
         const VaneResult result = LoadStoreEntry(*store, *list, index, entries, name);
-        if (result == VaneResult::OutOfMemory) {
-            throw std::bad_alloc();
-        }
         if (Failed(result)) {
             tracer_.Warning(TraceEvent::RepositoryStoreSkipped, Number(result), index, name);
         }
@@ -203,12 +194,12 @@ SystemError tsVaneObjectRepository::LoadFromRegistry(Entries& entries) {
     }
     path += kRegistryKey;
     const std::uint32_t access = platform::kKeyRead | settings_.RegistryViewFlag();
-    platform::OwnedRegistryKey list(seam_.registry);
+    platform::OwnedRegistryKey list(platform_.registry);
     std::uint32_t count = 0;
     std::uint32_t longestName = 0;
-    SystemError error = seam_.registry.OpenKey(platform::RegistryRoot::LocalMachine, path, access, list.Receive());
+    SystemError error = platform_.registry.OpenKey(platform::RegistryRoot::LocalMachine, path, access, list.Receive());
     if (Succeeded(error)) {
-        error = seam_.enumeration.SubkeyInfo(list.Get(), count, longestName);
+        error = platform_.registry.SubkeyInfo(list.Get(), count, longestName);
     }
     if (Failed(error)) {
         tracer_.Warning(TraceEvent::RepositoryRegistryFailed, error, path);
@@ -218,9 +209,6 @@ SystemError tsVaneObjectRepository::LoadFromRegistry(Entries& entries) {
     for (std::uint32_t index = 0; index < count; ++index) {
         std::u16string name;
         const SystemError result = LoadRegistryEntry(list.Get(), index, longestName + 1, access, entries, name);
-        if (result == SystemError::NotEnoughMemory) {
-            throw std::bad_alloc();
-        }
         if (Failed(result)) {
             tracer_.Warning(TraceEvent::RepositoryEntrySkipped, result, index, name);
         }
@@ -231,27 +219,26 @@ SystemError tsVaneObjectRepository::LoadFromRegistry(Entries& entries) {
 SystemError tsVaneObjectRepository::LoadRegistryEntry(platform::RegistryKey list, std::uint32_t index,
                                                       std::uint32_t capacity, std::uint32_t access, Entries& entries,
                                                       std::u16string& name) {
-    if (const SystemError error = seam_.enumeration.SubkeyName(list, index, capacity, name); Failed(error)) {
+    if (const SystemError error = platform_.registry.SubkeyName(list, index, capacity, name); Failed(error)) {
         return error;
     }
     const auto objectId = GuidFromText(name);
     if (!objectId) {
         return SystemError::InvalidData;
     }
-    platform::OwnedRegistryKey key(seam_.registry);
-    if (const SystemError error = seam_.registry.OpenSubkey(list, name, access, key.Receive()); Failed(error)) {
+    platform::OwnedRegistryKey key(platform_.registry);
+    if (const SystemError error = platform_.registry.OpenSubkey(list, name, access, key.Receive()); Failed(error)) {
         return error;
     }
     std::u16string path;
-    if (const SystemError error = ReadText(seam_.registry, key.Get(), kPathValue, path); Failed(error)) {
+    if (const SystemError error = ReadText(platform_.registry, key.Get(), kPathValue, path); Failed(error)) {
         return error;
     }
     if (path.empty() || path.size() > kMaximumStoredPath) {
         return SystemError::InvalidData;
     }
     if (!entries.try_emplace(*objectId, Stored{Source::Registry, std::move(path)}).second) {
-        const auto id = ToUnits(*objectId);
-        tracer_.Information(TraceEvent::RepositoryDuplicate, std::u16string_view(id.data(), id.size()));
+        tracer_.Information(TraceEvent::RepositoryDuplicate, GuidText(*objectId));
     }
     return SystemError::Success;
 }

@@ -9,12 +9,12 @@
 #include <vector>
 
 #include "tslib/Guid.h"
-#include "tslib/LibrarySettings.h"
-#include "tslib/SettingsStoreSource.h"
+#include "tslib/Isolation.h"
 #include "tslib/Tracer.h"
+#include "tslib/platform/Platform.h"
 #include "tslib/platform/Registry.h"
-#include "tslib/platform/RegistryEnumeration.h"
 #include "tslib/tsPathExpansion.h"
+#include "tslib/tsVaneSettingsStoreLoader.h"
 
 namespace tsLib {
 
@@ -31,25 +31,20 @@ struct RepositoryEntry {
 
 // Entries come from the settings store, key Tessel\OBJID, and from the registry, key OBJID under the installation's
 // root; the settings store's win. Each is a subkey named by an object id in braces, with the module's path in the value
-// InProc64. An entry that cannot be read is left out and traced.
+// InProc64. An entry that cannot be read, for whatever reason, is left out and traced; if it is the store's, a registry
+// entry of the same id then stands.
 //
 // One instance per process. Any thread: calls are serialised by one lock, which is held while the entries are loaded.
 // No operation throws.
 class tsVaneObjectRepository {
 public:
-    struct Seam {
-        platform::RegistryReader& registry;
-        platform::RegistryEnumeration& enumeration;  // of the same registry
-        platform::TraceOutput& trace;
-    };
     // All that is passed must outlive this object.
-    tsVaneObjectRepository(const Seam& seam, LibrarySettings& settings, tsPathExpansion& paths,
-                           SettingsStoreSource& store) noexcept
-        : seam_(seam), tracer_(seam.trace), settings_(settings), paths_(paths), store_(store) {}
+    tsVaneObjectRepository(const platform::Platform& platform, Isolation& settings, tsPathExpansion& paths,
+                           tsVaneSettingsStoreLoader& store) noexcept
+        : platform_(platform), tracer_(platform.trace), settings_(settings), paths_(paths), store_(store) {}
 
     // True when the repository is loaded, which this does if need be. It fails when neither source can be read, or when
-    // memory runs out on the way: a store that was read by half could let a registry entry stand where the store has
-    // another.
+    // this module itself runs out of memory on the way.
     [[nodiscard]] bool Load() noexcept;
     // Whether the id is known. An unknown id costs one reload, so that a component is found that was registered since.
     [[nodiscard]] bool Exists(const ObjectId& objectId) noexcept;
@@ -80,11 +75,11 @@ private:
     template <class Body>
     bool Locked(Body&& body) noexcept;
 
-    Seam seam_;
+    const platform::Platform& platform_;
     Tracer tracer_;
-    LibrarySettings& settings_;
+    Isolation& settings_;
     tsPathExpansion& paths_;
-    SettingsStoreSource& store_;
+    tsVaneSettingsStoreLoader& store_;
     std::mutex mutex_;
     bool isLoaded_ = false;
     Entries entries_;

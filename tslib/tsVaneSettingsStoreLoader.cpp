@@ -2,8 +2,6 @@
 
 #include <string>
 
-#include "tslib/VaneBoundary.h"
-
 namespace tsLib {
 
 VaneResult tsVaneSettingsStoreLoader::Create(VaneRef<ISettingsStore>& store) noexcept {

@@ -2,7 +2,8 @@
 // feeds.
 #pragma once
 
-#include "tslib/SettingsStoreSource.h"
+#include "tslib/ISettingsStore.h"
+#include "tslib/VaneRef.h"
 #include "tslib/tsPathExpansion.h"
 #include "tslib/tsVaneTrustedModuleLoader.h"
 
@@ -10,16 +11,17 @@ namespace tsLib {
 
 inline constexpr char16_t kSettingsStoreModulePath[] = u"%TSROOTX64%\\tsSet.dll";
 
-// Every call makes a new store object. The module's reference lives here: the module is verified and loaded by the
-// first call that succeeds, and stays for the following ones, so that the reload which an unknown object id costs pays
-// for no verification. Used by one repository, under its lock.
-class tsVaneSettingsStoreLoader final : public SettingsStoreSource {
+// The module's reference lives here: the module is verified and loaded by the first call that succeeds, and stays for
+// the following ones, so that the reload which an unknown object id costs pays for no verification. Used by one
+// repository, under its lock: neither the store nor what it calls may come back to the repository.
+class tsVaneSettingsStoreLoader {
 public:
-    tsVaneSettingsStoreLoader(const tsVaneTrustedModuleLoader::Seam& seam, tsPathExpansion& paths) noexcept
-        : paths_(paths), loader_(seam, paths) {}
+    tsVaneSettingsStoreLoader(const platform::Platform& platform, tsPathExpansion& paths) noexcept
+        : paths_(paths), loader_(platform, paths) {}
 
-    // ModuleMissing also when the install folder is not known.
-    VaneResult Create(VaneRef<ISettingsStore>& store) noexcept override;
+    // A new store object, which is released before this is asked again or destroyed. ModuleMissing also when the
+    // install folder is not known.
+    VaneResult Create(VaneRef<ISettingsStore>& store) noexcept;
 
 private:
     tsPathExpansion& paths_;

@@ -2,12 +2,11 @@
 
 #include <string>
 
-#include "tslib/VaneBoundary.h"
-
 namespace tsLib {
 
 VaneResult tsVaneTrustedModuleLoader::VerifyModule(const char16_t* path) noexcept {
     if (path == nullptr) {
+        tracer_.Error(TraceEvent::ModulePathMissing, std::u16string_view(u"VerifyModule"));
         return VaneResult::InvalidArgument;
     }
     EnsureVerifier();

@@ -4,6 +4,7 @@
 #include "tslib/IVerifyTrust.h"
 #include "tslib/VaneRef.h"
 #include "tslib/platform/Files.h"
+#include "tslib/platform/Platform.h"
 #include "tslib/tsPathExpansion.h"
 #include "tslib/tsVaneModuleLoader.h"
 
@@ -15,16 +16,11 @@ inline constexpr char16_t kVerifierModulePath[] = u"%TSROOTX64%\\tsVrTrst.dll";
 // check it with.
 class tsVaneTrustedModuleLoader final : public tsVaneModuleLoader {
 public:
-    struct Seam {
-        platform::ModuleLoader& modules;
-        platform::Files& files;
-        platform::TraceOutput& trace;
-    };
-    tsVaneTrustedModuleLoader(const Seam& seam, tsPathExpansion& paths) noexcept
-        : tsVaneModuleLoader(seam.modules, seam.trace),
-          files_(seam.files),
+    tsVaneTrustedModuleLoader(const platform::Platform& platform, tsPathExpansion& paths) noexcept
+        : tsVaneModuleLoader(platform.modules, platform.trace),
+          files_(platform.files),
           paths_(paths),
-          verifierModule_(seam.modules, seam.trace) {}
+          verifierModule_(platform.modules, platform.trace) {}
 
     // Success when the file may be loaded: the verifier does not refuse it, or there is no verifier. A verifier that
     // could not be made is tried again with every call.

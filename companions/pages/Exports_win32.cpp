@@ -6,29 +6,21 @@
 #include "companions/pages/PageProvider_win32.h"
 #include "shellext/server/ClassFactory.h"
 #include "shellext/server/ComResult.h"
-#include "shellext/server/ModuleState.h"
 #include "shellext/server/Registration.h"
 #include "shellext/server/ServerIds.h"
-#include "tslib/platform/win32/Win32Modules.h"
-#include "tslib/platform/win32/Win32Registry.h"
-#include "tslib/platform/win32/Win32RegistryTree.h"
-#include "tslib/platform/win32/Win32TraceOutput.h"
+#include "shellext/server/ServerModule.h"
+#include "tslib/platform/win32/Win32Platform.h"
 
 namespace {
 
 using tsLib::HResult;
-using namespace tsLib::platform::win32;
 
 constinit HVR::ClassFactory pageFactory{HVR::serverLock, &HVR::PageProvider::Create};
 
 HRESULT RunScript(bool remove) noexcept {
     return HVR::EntryPoint(HResult::Fail, [remove] {
-        Win32Modules modules;
-        Win32Registry registry;
-        Win32RegistryTree tree;
-        Win32TraceOutput trace;
-        HVR::Registration registration(HVR::ModuleInstance(), modules, registry, tree, tsLib::Tracer(trace));
-        return registration.RunScript(101, remove);
+        tsLib::platform::win32::Win32Platform platform;
+        return HVR::Registration(platform, HVR::ModuleInstance()).RunScript(101, remove);
     });
 }
 

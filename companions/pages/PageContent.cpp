@@ -9,7 +9,7 @@ using namespace tsLib::platform;
 
 namespace {
 
-std::u16string InstallFolder(RegistryReader& registry) {
+std::u16string InstallFolder(Registry& registry) {
     OwnedRegistryKey key(registry);
     std::u16string folder;
     if (Failed(registry.OpenKey(RegistryRoot::LocalMachine, kProductKey, kKeyQueryValue, key.Receive())) ||
@@ -21,7 +21,7 @@ std::u16string InstallFolder(RegistryReader& registry) {
 
 }  // namespace
 
-PageContent MakePageContent(RegistryReader& registry, std::u16string_view version, std::uint32_t mode) {
+PageContent MakePageContent(Registry& registry, std::u16string_view version, std::uint32_t mode) {
     const bool allowed = OrientationAllowsScan(registry);
     return {std::u16string(version), InstallFolder(registry),
             allowed ? u"Scans from the context menu are allowed."

@@ -21,7 +21,7 @@ struct PageContent {
 };
 
 // Reads the product's settings. `version` is the installed one. Throws std::bad_alloc only.
-[[nodiscard]] PageContent MakePageContent(tsLib::platform::RegistryReader& registry, std::u16string_view version,
+[[nodiscard]] PageContent MakePageContent(tsLib::platform::Registry& registry, std::u16string_view version,
                                           std::uint32_t mode);
 
 }  // namespace HVR

@@ -8,10 +8,10 @@
 #include "companions/pages/PageContent.h"
 #include "companions/pages/resource.h"
 #include "shellext/server/ComResult.h"
-#include "shellext/server/ModuleState.h"
 #include "shellext/server/ServerIds.h"
+#include "shellext/server/ServerModule.h"
 #include "tslib/platform/win32/WideText.h"
-#include "tslib/platform/win32/Win32Registry.h"
+#include "tslib/platform/win32/Win32Platform.h"
 
 namespace HVR {
 

@@ -5,10 +5,10 @@
 #include <cstdint>
 #include <mutex>
 
+#include "companions/protection/ProtectionCounter.h"
 #include "tslib/IProtectionControl.h"
 #include "tslib/IVaneBaseImpl.h"
 #include "tslib/Tracer.h"
-#include "tslib/platform/ProtectionCounter.h"
 
 namespace HVR {
 
@@ -16,7 +16,7 @@ namespace HVR {
 class CProtectionControl : public tsLib::IVaneBaseImpl<tsLib::CVaneThreadSafeRefCount, tsLib::IProtectionControl,
                                                        tsLib::kIProtectionControlId> {
 public:
-    CProtectionControl(tsLib::platform::ProtectionCounter& counter, tsLib::platform::TraceOutput& trace) noexcept
+    CProtectionControl(ProtectionCounter& counter, tsLib::platform::TraceOutput& trace) noexcept
         : counter_(counter), tracer_(trace) {}
     // Gives back what this object still suspends: a client that forgets to resume does not leave the machine
     // unprotected.
@@ -26,7 +26,7 @@ public:
     tsLib::HResult DisableProtection() noexcept override;
 
 private:
-    tsLib::platform::ProtectionCounter& counter_;
+    ProtectionCounter& counter_;
     tsLib::Tracer tracer_;
     std::mutex mutex_;  // the shared number and ours change together
     std::uint32_t own_ = 0;

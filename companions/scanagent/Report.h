@@ -22,7 +22,7 @@ struct ScanCounts {
 // own name only when it is complete.
 class Report {
 public:
-    explicit Report(ReportFiles& files) noexcept : files_(files), output_(files) {}
+    explicit Report(ScanFiles& files) noexcept : files_(files), output_(files) {}
     Report(const Report&) = delete;
     Report& operator=(const Report&) = delete;
     // Without Commit, nothing is left behind.
@@ -40,7 +40,7 @@ private:
     void EndLine();
     void Flush();
 
-    ReportFiles& files_;
+    ScanFiles& files_;
     OwnedOutput output_;
     std::u16string path_;
     std::u16string temporary_;

@@ -1,12 +1,12 @@
 #include "companions/scanagent/ScanAgent.h"
 
-#include <exception>
 #include <string_view>
 
-#include "companions/scanagent/CommandLine.h"
 #include "companions/scanagent/ListReader.h"
 #include "companions/scanagent/Report.h"
 #include "companions/scanagent/Walker.h"
+#include "tools/commandline/CommandLine.h"
+#include "tslib/platform/Boundary.h"
 
 namespace HVR {
 
@@ -14,10 +14,33 @@ using tsLib::platform::SystemError;
 
 namespace {
 
-std::u16string Widen(std::string_view ascii) { return {ascii.begin(), ascii.end()}; }
+constexpr char kUsage[] =
+    "usage: ScanAgent.exe /UTF8 [/Async] /RightClickScan LIST\n"
+    "Scans the files and folders named in LIST, one full path a line in UTF-8, removes LIST and writes a report.\n"
+    "The report is named by the environment variable HALVORA_SCAN_REPORT, or else is ScanReport-<name of LIST>.txt\n"
+    "in the temporary folder.\n"
+    "Exit codes: 0 nothing found, 1 infected files found, 2 wrong arguments, 3 something could not be read or "
+    "written.\n";
 
-std::u16string WithNumber(std::u16string_view text, SystemError error) {
-    return std::u16string(text) + u": system error " + Widen(std::to_string(Number(error)));
+// The list's path. Throws CLI::ParseError.
+std::u16string ListFile(std::span<const std::u16string> arguments) {
+    CLI::App app;
+    app.allow_windows_style_options();
+    app.option_defaults()->ignore_case()->disable_flag_override();
+    app.set_help_flag("--help");
+    app.add_flag("--UTF8")->required();  // lists in other encodings are not understood
+    app.add_flag("--Async");             // the caller does not wait; nothing here depends on it
+    const CLI::Option& list = *app.add_option("--RightClickScan")->required();
+    commandline::Parse(app, arguments);
+    std::u16string path = commandline::Text(list);
+    if (path.empty() || path.starts_with(u'/')) {
+        throw CLI::ValidationError("/RightClickScan", "lacks the list");
+    }
+    return path;
+}
+
+std::string Unwritten(SystemError error) {
+    return "the report cannot be written: system error " + std::to_string(Number(error));
 }
 
 std::u16string ReportPath(const ScanAgentInput& input, const std::u16string& listFile) {
@@ -55,37 +78,28 @@ void ScanList(const std::u16string& listFile, ScanFiles& files, Report& report, 
     }
 }
 
-ScanExit Run(const ScanAgentInput& input, ScanFiles& scanFiles, ReportFiles& reportFiles, std::u16string& message) {
-    ScanOptions options;
-    if (!ParseScanArguments(input.arguments, options, message)) {
-        message += u'\n' + Widen(kScanUsage);
-        return ScanExit::Usage;
-    }
-    if (options.help) {
-        message = Widen(kScanUsage);
-        return ScanExit::Clean;
-    }
-    Report report(reportFiles);
+ScanExit Scan(const ScanAgentInput& input, const std::u16string& listFile, ScanFiles& files, std::string& message) {
+    Report report(files);
     ScanCounts counts;
-    const auto opened = report.Open(ReportPath(input, options.listFile));
+    const auto opened = report.Open(ReportPath(input, listFile));
     if (Succeeded(opened)) {
         report.Line("command", input.commandLine);
-        ScanList(options.listFile, scanFiles, report, counts);
+        ScanList(listFile, files, report, counts);
     }
     // The list is ours to remove, whatever came of it.
-    auto removed = reportFiles.Remove(options.listFile);
+    auto removed = files.Remove(listFile);
     if (removed == SystemError::FileNotFound || removed == SystemError::PathNotFound) {
         removed = SystemError::Success;  // there was none to read either
     }
     if (Failed(opened)) {
-        message = WithNumber(u"the report cannot be written", opened);
+        message = Unwritten(opened);
         return ScanExit::Errors;
     }
     if (Failed(removed)) {
-        report.Line("notremoved", options.listFile, removed);
+        report.Line("notremoved", listFile, removed);
     }
     if (const auto error = report.Commit(counts); Failed(error)) {
-        message = WithNumber(u"the report cannot be written", error);
+        message = Unwritten(error);
         return ScanExit::Errors;
     }
     if (counts.infected != 0) {
@@ -96,13 +110,18 @@ ScanExit Run(const ScanAgentInput& input, ScanFiles& scanFiles, ReportFiles& rep
 
 }  // namespace
 
-ScanExit RunScanAgent(const ScanAgentInput& input, ScanFiles& scanFiles, ReportFiles& reportFiles,
-                      std::u16string& message) noexcept {
-    try {
-        return Run(input, scanFiles, reportFiles, message);
-    } catch (const std::exception&) {
-        return ScanExit::Errors;  // memory ran out
-    }
+ScanExit RunScanAgent(const ScanAgentInput& input, ScanFiles& files, std::string& message) noexcept {
+    return tsLib::AtBoundary(ScanExit::Errors, [&] {
+        try {
+            return Scan(input, ListFile(input.arguments), files, message);
+        } catch (const CLI::CallForHelp&) {
+            message = kUsage;
+            return ScanExit::Clean;
+        } catch (const CLI::ParseError& mistake) {
+            message = commandline::Message(mistake) + '\n' + kUsage;
+            return ScanExit::Usage;
+        }
+    });
 }
 
 }  // namespace HVR

@@ -18,7 +18,6 @@ struct ScanAgentInput {
 };
 
 // One run. `message` is what to print: the usage text, or what went wrong.
-[[nodiscard]] ScanExit RunScanAgent(const ScanAgentInput& input, ScanFiles& scanFiles, ReportFiles& reportFiles,
-                                    std::u16string& message) noexcept;
+[[nodiscard]] ScanExit RunScanAgent(const ScanAgentInput& input, ScanFiles& files, std::string& message) noexcept;
 
 }  // namespace HVR

@@ -24,8 +24,9 @@ enum class FolderHandle : std::uintptr_t {};
 enum class InputHandle : std::uintptr_t {};
 enum class OutputHandle : std::uintptr_t {};
 
-// Looking at files. Paths are full paths of any length and are taken exactly as they are, never normalised. Outputs
-// are untouched on failure; std::bad_alloc may be thrown and nothing else. Handles are closed by whoever got them.
+// Looking at files, writing the report and removing the list. Paths are full paths of any length and are taken exactly
+// as they are, never normalised. Outputs are untouched on failure; std::bad_alloc may be thrown and nothing else.
+// Handles are closed by whoever got them.
 class ScanFiles {
 public:
     virtual tsLib::platform::SystemError Kind(const std::u16string& path, EntryKind& kind) = 0;
@@ -39,13 +40,6 @@ public:
     virtual tsLib::platform::SystemError Read(InputHandle input, std::span<std::byte> buffer, std::size_t& count) = 0;
     virtual void CloseInput(InputHandle input) noexcept = 0;
 
-protected:
-    ~ScanFiles() = default;
-};
-
-// Writing the report and removing the list; otherwise as above.
-class ReportFiles {
-public:
     // Creates or truncates the file.
     virtual tsLib::platform::SystemError Create(const std::u16string& path, OutputHandle& output) = 0;
     virtual tsLib::platform::SystemError Write(OutputHandle output, std::string_view bytes) = 0;
@@ -55,11 +49,11 @@ public:
     virtual tsLib::platform::SystemError Remove(const std::u16string& path) = 0;
 
 protected:
-    ~ReportFiles() = default;
+    ~ScanFiles() = default;
 };
 
 using OwnedFolder = tsLib::platform::Owned<ScanFiles, FolderHandle, &ScanFiles::CloseFolder>;
 using OwnedInput = tsLib::platform::Owned<ScanFiles, InputHandle, &ScanFiles::CloseInput>;
-using OwnedOutput = tsLib::platform::Owned<ReportFiles, OutputHandle, &ReportFiles::CloseOutput>;
+using OwnedOutput = tsLib::platform::Owned<ScanFiles, OutputHandle, &ScanFiles::CloseOutput>;
 
 }  // namespace HVR

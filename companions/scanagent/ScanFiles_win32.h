@@ -7,7 +7,7 @@ namespace HVR {
 
 // Full paths are given to the platform in their extended-length form, which it does not shorten, normalise or limit to
 // 260 characters.
-class Win32ScanFiles final : public ScanFiles, public ReportFiles {
+class Win32ScanFiles final : public ScanFiles {
 public:
     tsLib::platform::SystemError Kind(const std::u16string& path, EntryKind& kind) override;
     tsLib::platform::SystemError OpenFolder(const std::u16string& path, FolderHandle& folder) override;

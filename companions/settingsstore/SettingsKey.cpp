@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "tslib/RegistryText.h"
-#include "tslib/VaneBoundary.h"
+#include "tslib/VaneResult.h"
 
 namespace HVR {
 

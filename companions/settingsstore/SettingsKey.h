@@ -5,7 +5,6 @@
 #include "tslib/IVaneBaseImpl.h"
 #include "tslib/Tracer.h"
 #include "tslib/platform/Registry.h"
-#include "tslib/platform/RegistryEnumeration.h"
 
 namespace HVR {
 
@@ -15,7 +14,7 @@ namespace HVR {
 class CSettingsEnumeration : public tsLib::IVaneBaseImpl<tsLib::CVaneThreadSafeRefCount, tsLib::ISettingsEnumeration,
                                                          tsLib::kISettingsEnumerationId> {
 public:
-    CSettingsEnumeration(tsLib::platform::OwnedRegistryKey key, tsLib::platform::RegistryEnumeration& enumeration,
+    CSettingsEnumeration(tsLib::platform::OwnedRegistryKey key, tsLib::platform::Registry& enumeration,
                          tsLib::Tracer tracer) noexcept
         : key_(std::move(key)), enumeration_(enumeration), tracer_(tracer) {}
 
@@ -25,7 +24,7 @@ public:
 
 private:
     tsLib::platform::OwnedRegistryKey key_;
-    tsLib::platform::RegistryEnumeration& enumeration_;
+    tsLib::platform::Registry& enumeration_;
     tsLib::Tracer tracer_;
 };
 

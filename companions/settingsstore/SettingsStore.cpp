@@ -1,19 +1,20 @@
 #include "companions/settingsstore/SettingsStore.h"
 
 #include "companions/settingsstore/SettingsKey.h"
-#include "tslib/VaneBoundary.h"
+#include "tslib/VaneResult.h"
 
 namespace HVR {
 
 using tsLib::TraceEvent;
 using tsLib::VaneResult;
+using tsLib::platform::kKeyRead;
 using tsLib::platform::OwnedRegistryKey;
 using tsLib::platform::RegistryRoot;
 using tsLib::platform::SystemError;
 
 namespace {
 
-constexpr char16_t kTop[] = u"\\Settings";
+constexpr std::uint32_t kReadAndWrite = kKeyRead | tsLib::platform::kKeyWrite;
 constexpr std::size_t kMaximumKeyName = 255;
 constexpr std::size_t kMaximumKeyPath = 4096;
 
@@ -37,22 +38,42 @@ bool IsKeyPath(std::u16string_view key) noexcept {
 
 }  // namespace
 
-VaneResult CSettingsStore::OpenForEnumeration(const char16_t* key, tsLib::ISettingsEnumeration** enumeration) noexcept {
-    if (enumeration == nullptr) {
+template <class Interface, class Make>
+VaneResult CSettingsStore::Open(const char16_t* key, bool mayBeTop, Mode mode, Interface** opened,
+                                Make&& make) noexcept {
+    if (opened == nullptr) {
         return VaneResult::InvalidArgument;
     }
-    *enumeration = nullptr;
-    if (key == nullptr || (*key != u'\0' && !IsKeyPath(key))) {
+    *opened = nullptr;
+    if (key == nullptr || !(IsKeyPath(key) || (mayBeTop && *key == u'\0'))) {
         return VaneResult::InvalidArgument;
     }
     return tsLib::AtVaneBoundary([&] {
-        OwnedRegistryKey found(seam_.registry);
-        const VaneResult result = Open(key, Mode::Read, found);
-        if (Succeeded(result)) {
-            *enumeration =
-                tsLib::MakeCounted<CSettingsEnumeration>(seam_.count, std::move(found), seam_.enumeration, tracer_);
+        std::u16string path;
+        if (!FindTop(path)) {
+            return tsLib::kSettingsUnavailable;
         }
-        return result;
+        if (*key != u'\0') {
+            path.append(u"\\").append(key);
+        }
+        OwnedRegistryKey found(platform_.registry);
+        const std::uint32_t view = settings_.RegistryViewFlag();
+        const SystemError error =
+            mode == Mode::Write
+                ? platform_.registry.CreateKey(RegistryRoot::LocalMachine, path, kReadAndWrite | view, found.Receive())
+                : platform_.registry.OpenKey(RegistryRoot::LocalMachine, path, kKeyRead | view, found.Receive());
+        if (Failed(error)) {
+            tracer_.Verbose(TraceEvent::SettingsKeyNotOpened, error, path);
+            return SettingsResult(error);
+        }
+        *opened = make(std::move(found));
+        return VaneResult::Success;
+    });
+}
+
+VaneResult CSettingsStore::OpenForEnumeration(const char16_t* key, tsLib::ISettingsEnumeration** enumeration) noexcept {
+    return Open(key, true, Mode::Read, enumeration, [this](OwnedRegistryKey found) {
+        return tsLib::MakeCounted<CSettingsEnumeration>(count_, std::move(found), platform_.registry, tracer_);
     });
 }
 
@@ -65,21 +86,9 @@ VaneResult CSettingsStore::OpenForWriting(const char16_t* key, tsLib::ISettingsK
 }
 
 VaneResult CSettingsStore::OpenKey(const char16_t* key, Mode mode, tsLib::ISettingsKey** opened) noexcept {
-    if (opened == nullptr) {
-        return VaneResult::InvalidArgument;
-    }
-    *opened = nullptr;
-    if (key == nullptr || !IsKeyPath(key)) {
-        return VaneResult::InvalidArgument;
-    }
-    return tsLib::AtVaneBoundary([&] {
-        OwnedRegistryKey found(seam_.registry);
-        const VaneResult result = Open(key, mode, found);
-        if (Succeeded(result)) {
-            *opened = tsLib::MakeCounted<CSettingsKey>(seam_.count, std::move(found), mode == Mode::Write,
-                                                       seam_.registry, tracer_);
-        }
-        return result;
+    return Open(key, false, mode, opened, [this, mode](OwnedRegistryKey found) {
+        return tsLib::MakeCounted<CSettingsKey>(count_, std::move(found), mode == Mode::Write, platform_.registry,
+                                                tracer_);
     });
 }
 
@@ -90,17 +99,14 @@ VaneResult CSettingsStore::DeleteKey(const char16_t* key) noexcept {
     }
     return tsLib::AtVaneBoundary([&] {
         std::u16string top;
-        if (!seam_.settings.Root(top)) {
-            tracer_.Warning(TraceEvent::SettingsInstallationUnknown);
+        if (!FindTop(top)) {
             return tsLib::kSettingsUnavailable;
         }
-        top += kTop;
-        OwnedRegistryKey parent(seam_.registry);
-        const std::uint32_t access =
-            tsLib::platform::kKeyRead | tsLib::platform::kKeyWrite | seam_.settings.RegistryViewFlag();
-        SystemError error = seam_.registry.OpenKey(RegistryRoot::LocalMachine, top, access, parent.Receive());
+        OwnedRegistryKey parent(platform_.registry);
+        SystemError error = platform_.registry.OpenKey(RegistryRoot::LocalMachine, top,
+                                                       kReadAndWrite | settings_.RegistryViewFlag(), parent.Receive());
         if (Succeeded(error)) {
-            error = seam_.removal.DeleteSubkeyTree(parent.Get(), key);
+            error = platform_.registry.DeleteSubkeyTree(parent.Get(), key);
         }
         if (Failed(error)) {
             tracer_.Warning(TraceEvent::SettingsKeyNotDeleted, error, std::u16string_view(key));
@@ -109,27 +115,13 @@ VaneResult CSettingsStore::DeleteKey(const char16_t* key) noexcept {
     });
 }
 
-VaneResult CSettingsStore::Open(std::u16string_view key, Mode mode, OwnedRegistryKey& opened) {
-    std::u16string path;
-    if (!seam_.settings.Root(path)) {
+bool CSettingsStore::FindTop(std::u16string& path) {
+    if (!settings_.Root(path)) {
         tracer_.Warning(TraceEvent::SettingsInstallationUnknown);
-        return tsLib::kSettingsUnavailable;
+        return false;
     }
-    path += kTop;
-    if (!key.empty()) {
-        path.append(u"\\").append(key);
-    }
-    const std::uint32_t view = seam_.settings.RegistryViewFlag();
-    const SystemError error =
-        mode == Mode::Write
-            ? seam_.registry.CreateKey(RegistryRoot::LocalMachine, path,
-                                       tsLib::platform::kKeyRead | tsLib::platform::kKeyWrite | view, opened.Receive())
-            : seam_.registry.OpenKey(RegistryRoot::LocalMachine, path, tsLib::platform::kKeyRead | view,
-                                     opened.Receive());
-    if (Failed(error)) {
-        tracer_.Verbose(TraceEvent::SettingsKeyNotOpened, error, path);
-    }
-    return SettingsResult(error);
+    path += u"\\Settings";
+    return true;
 }
 
 }  // namespace HVR

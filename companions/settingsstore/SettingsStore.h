@@ -6,29 +6,19 @@
 #include "tslib/ComponentModule.h"
 #include "tslib/ISettingsStore.h"
 #include "tslib/IVaneBaseImpl.h"
-#include "tslib/LibrarySettings.h"
+#include "tslib/Isolation.h"
 #include "tslib/Tracer.h"
+#include "tslib/platform/Platform.h"
 #include "tslib/platform/Registry.h"
-#include "tslib/platform/RegistryEnumeration.h"
-#include "tslib/platform/RegistryRemoval.h"
 
 namespace HVR {
-
-// What a store reaches; the three registry interfaces are of one registry. Everything must outlive the store and the
-// objects that it opens, which are counted in `count` like the store itself.
-struct SettingsStoreSeam {
-    tsLib::platform::Registry& registry;
-    tsLib::platform::RegistryEnumeration& enumeration;
-    tsLib::platform::RegistryRemoval& removal;
-    tsLib::platform::TraceOutput& trace;
-    tsLib::LibrarySettings& settings;
-    tsLib::ModuleObjectCount& count;
-};
 
 class CSettingsStore
     : public tsLib::IVaneBaseImpl<tsLib::CVaneThreadSafeRefCount, tsLib::ISettingsStore, tsLib::kISettingsStoreId> {
 public:
-    explicit CSettingsStore(const SettingsStoreSeam& seam) noexcept : seam_(seam), tracer_(seam.trace) {}
+    CSettingsStore(const tsLib::platform::Platform& platform, tsLib::Isolation& settings,
+                   tsLib::ModuleObjectCount& count) noexcept
+        : platform_(platform), settings_(settings), count_(count), tracer_(platform.trace) {}
 
     tsLib::VaneResult OpenForEnumeration(const char16_t* key,
                                          tsLib::ISettingsEnumeration** enumeration) noexcept override;
@@ -39,10 +29,15 @@ public:
 private:
     enum class Mode : std::uint8_t { Read, Write };
 
-    tsLib::VaneResult Open(std::u16string_view key, Mode mode, tsLib::platform::OwnedRegistryKey& opened);
+    // The key of the whole store; false when the installation is not known.
+    bool FindTop(std::u16string& path);
+    template <class Interface, class Make>
+    tsLib::VaneResult Open(const char16_t* key, bool mayBeTop, Mode mode, Interface** opened, Make&& make) noexcept;
     tsLib::VaneResult OpenKey(const char16_t* key, Mode mode, tsLib::ISettingsKey** opened) noexcept;
 
-    SettingsStoreSeam seam_;
+    const tsLib::platform::Platform& platform_;
+    tsLib::Isolation& settings_;
+    tsLib::ModuleObjectCount& count_;
     tsLib::Tracer tracer_;
 };
 

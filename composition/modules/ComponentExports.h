@@ -7,15 +7,16 @@
 #include <memory>
 
 #include "tslib/ComponentModule.h"
-#include "tslib/VaneBoundary.h"
+#include "tslib/VaneResult.h"
 
 namespace HVR {
 
-// Made by the first use and not by the module's start-up code: that runs under the loader lock, where nothing may be
-// loaded, waited for or asked of another module. `State` has a member `module`, a tsLib::ComponentModule; making one
-// must do nothing that cannot be done twice, since two threads may both make one and keep the first.
+// What a module's objects share, made by the first use and not by the module's start-up code: that runs under the
+// loader lock, where nothing may be loaded, waited for or asked of another module. `State` has a member `module`, a
+// tsLib::ComponentModule; making one must do nothing that cannot be done twice, since two threads may both make one and
+// keep the first.
 template <class State>
-class ModuleState {
+class OnFirstUse {
 public:
     // Throws what State's constructor throws; a later call tries again.
     [[nodiscard]] State& Get() {
@@ -43,20 +44,20 @@ void GiveMemoryBack(void (*freeState)() noexcept, const void* processEnds) noexc
 }  // namespace HVR
 
 // Defines the module's entry points over a State, once in a module.
-#define HALVORA_COMPONENT_MODULE(State)                                                                       \
-    namespace {                                                                                               \
-    constinit HVR::ModuleState<State> moduleState;                                                            \
-    }                                                                                                         \
-    BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID processEnds) {                                        \
-        if (reason == DLL_PROCESS_DETACH) {                                                                   \
-            HVR::GiveMemoryBack([]() noexcept { moduleState.Free(); }, processEnds);                          \
-        }                                                                                                     \
-        return TRUE;                                                                                          \
-    }                                                                                                         \
-    extern "C" tsLib::VaneResult GetFactory(const tsLib::ObjectId& objectId, tsLib::IFactory** factory) {     \
-        return tsLib::AtVaneBoundary([&] { return moduleState.Get().module.GetFactory(objectId, factory); }); \
-    }                                                                                                         \
-    extern "C" std::uint32_t GetObjectCount() {                                                               \
-        State* const state = moduleState.IfMade();                                                            \
-        return state != nullptr ? state->module.GetObjectCount() : 0;                                         \
+#define HALVORA_COMPONENT_MODULE(State)                                                                     \
+    namespace {                                                                                             \
+    constinit HVR::OnFirstUse<State> component;                                                             \
+    }                                                                                                       \
+    BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID processEnds) {                                      \
+        if (reason == DLL_PROCESS_DETACH) {                                                                 \
+            HVR::GiveMemoryBack([]() noexcept { component.Free(); }, processEnds);                          \
+        }                                                                                                   \
+        return TRUE;                                                                                        \
+    }                                                                                                       \
+    extern "C" tsLib::VaneResult GetFactory(const tsLib::ObjectId& objectId, tsLib::IFactory** factory) {   \
+        return tsLib::AtVaneBoundary([&] { return component.Get().module.GetFactory(objectId, factory); }); \
+    }                                                                                                       \
+    extern "C" std::uint32_t GetObjectCount() {                                                             \
+        State* const state = component.IfMade();                                                            \
+        return state != nullptr ? state->module.GetObjectCount() : 0;                                       \
     }

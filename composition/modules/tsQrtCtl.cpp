@@ -1,13 +1,13 @@
 // tsQrtCtl.dll: the real-time protection control.
 #include "companions/protection/ProtectionControl.h"
+#include "companions/protection/Win32ProtectionCounter_win32.h"
 #include "composition/modules/ComponentExports.h"
-#include "tslib/platform/win32/Win32ProtectionCounter.h"
 #include "tslib/platform/win32/Win32TraceOutput.h"
 
 namespace {
 
 struct ProtectionModule {
-    tsLib::platform::win32::Win32ProtectionCounter counter;
+    HVR::Win32ProtectionCounter counter;
     tsLib::platform::win32::Win32TraceOutput trace;
     tsLib::ComponentModule module{{{tsLib::OBJID_QrtControl, [this](tsLib::ModuleObjectCount& count) {
                                         return tsLib::MakeCounted<HVR::CProtectionControl>(count, counter, trace);

@@ -2,28 +2,17 @@
 #include "companions/settingsstore/SettingsStore.h"
 #include "composition/modules/ComponentExports.h"
 #include "tslib/Isolation.h"
-#include "tslib/platform/win32/Win32Files.h"
-#include "tslib/platform/win32/Win32Modules.h"
-#include "tslib/platform/win32/Win32PathForms.h"
-#include "tslib/platform/win32/Win32Registry.h"
-#include "tslib/platform/win32/Win32TextRules.h"
-#include "tslib/platform/win32/Win32TraceOutput.h"
+#include "tslib/platform/win32/Win32Platform.h"
 
 namespace {
 
 struct SettingsModule {
-    tsLib::platform::win32::Win32Registry registry;
-    tsLib::platform::win32::Win32Files files;
-    tsLib::platform::win32::Win32PathForms pathForms;
-    tsLib::platform::win32::Win32Modules modules;
-    tsLib::platform::win32::Win32TextRules textRules;
-    tsLib::platform::win32::Win32TraceOutput trace;
-    tsLib::Isolation isolation{{modules, pathForms, files, registry, textRules, trace}};
-    tsLib::ComponentModule module{
-        {{tsLib::kSettingsStoreObjectId, [this](tsLib::ModuleObjectCount& count) {
-              return tsLib::MakeCounted<HVR::CSettingsStore>(
-                  count, HVR::SettingsStoreSeam{registry, registry, registry, trace, isolation, count});
-          }}}};
+    tsLib::platform::win32::Win32Platform platform;
+    tsLib::Isolation isolation{platform};
+    tsLib::ComponentModule module{{{tsLib::kSettingsStoreObjectId, [this](tsLib::ModuleObjectCount& count) {
+                                        return tsLib::MakeCounted<HVR::CSettingsStore>(count, platform, isolation,
+                                                                                       count);
+                                    }}}};
 };
 
 }  // namespace

@@ -1,17 +1,17 @@
 // tsVrTrst.dll: the trust verifier as a component.
-#include "composition/TrustRuntime.h"
 #include "composition/modules/ComponentExports.h"
 #include "tslib/Isolation.h"
-#include "tslib/verifytrust/VerifierComponent.h"
+#include "tslib/platform/win32/Win32Platform.h"
+#include "tslib/verifytrust/tsVerifyTrustStatic.h"
 
 namespace {
 
 struct VerifierModule {
-    HVR::Win32Platform platform;
-    tsLib::Isolation isolation{
-        {platform.modules, platform.pathForms, platform.files, platform.registry, platform.textRules, platform.trace}};
-    HVR::TrustRuntime trust{platform, isolation};
-    tsLib::ComponentModule module{{tsLib::VerifierComponent(trust.services, trust.state)}};
+    tsLib::platform::win32::Win32Platform platform;
+    tsLib::Isolation isolation{platform};
+    tsLib::NullHashProviders hashProviders;
+    tsLib::TrustContext trust{platform, &isolation, hashProviders};
+    tsLib::ComponentModule module{{tsLib::VerifierComponent(trust)}};
 };
 
 }  // namespace

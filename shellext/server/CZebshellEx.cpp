@@ -1,24 +1,28 @@
 #include "shellext/server/CZebshellEx.h"
 
-#include <shellapi.h>
 #include <wrl/client.h>
 
 #include "shellext/server/ComResult.h"
 #include "shellext/server/IPageProvider.h"
 #include "shellext/server/ServerIds.h"
-#include "shellext/server/ShellAdapters.h"
+#include "shellext/server/Win32Shell.h"
 #include "tslib/Tracer.h"
+#include "tslib/platform/win32/Win32DropList.h"
+#include "tslib/platform/win32/Win32TextOutput.h"
 
 namespace HVR {
 
 using tsLib::HResult;
 
-CZebshellEx::CZebshellEx(const Services& services, IUnknown* outer) noexcept
-    : resources_(services.resources), command_(services.menu), outer_(outer), services_(services) {
-    services_.module.Lock();
+CZebshellEx::CZebshellEx(const HandlerContext& context, IUnknown* outer) noexcept
+    : resources_(context.resources),
+      command_(context.platform, context.instance, context.shell),
+      outer_(outer),
+      context_(context) {
+    context_.module.Lock();
 }
 
-HRESULT CZebshellEx::Create(const Services& services, IUnknown* outer, REFIID interfaceId, void** object) {
+HRESULT CZebshellEx::Create(const HandlerContext& context, IUnknown* outer, REFIID interfaceId, void** object) {
     if (object == nullptr) {
         return E_POINTER;
     }
@@ -26,7 +30,7 @@ HRESULT CZebshellEx::Create(const Services& services, IUnknown* outer, REFIID in
     if (outer != nullptr && !IsEqualIID(interfaceId, IID_IUnknown)) {
         return CLASS_E_NOAGGREGATION;
     }
-    auto* created = new CZebshellEx(services, outer);
+    auto* created = new CZebshellEx(context, outer);
     // The reference keeps the object while it is asked, and takes it away when the interface is not there.
     created->inner_.AddRef();
     const HRESULT result = created->inner_.QueryInterface(interfaceId, object);
@@ -72,7 +76,7 @@ ULONG CZebshellEx::Inner::Release() noexcept {
     if (count == 0) {
         // A reference taken and given back by what the destructor calls must not destroy a second time.
         object_.references_ = 1;
-        ModuleLock& module = object_.services_.module;
+        ModuleLock& module = object_.context_.module;
         delete &object_;
         module.Unlock();
     }
@@ -88,23 +92,20 @@ ULONG CZebshellEx::AddRef() noexcept { return outer_ != nullptr ? outer_->AddRef
 ULONG CZebshellEx::Release() noexcept { return outer_ != nullptr ? outer_->Release() : inner_.Release(); }
 
 HRESULT CZebshellEx::Initialize(PCIDLIST_ABSOLUTE, IDataObject* dataObject, HKEY) noexcept {
-    return EntryPoint(HResult::Fail, [&] {
-        if (dataObject == nullptr) {
-            return command_.Initialize(nullptr);
-        }
-        DataObjectSelection selection(*dataObject);
-        return command_.Initialize(&selection);
-    });
+    return EntryPoint(HResult::Fail, [&] { return command_.Initialize(FromSelection(dataObject)); });
 }
 
 HRESULT CZebshellEx::Scan() noexcept {
-    return EntryPoint(HResult::Unexpected, [&] { return services_.scanner.Scan(command_.HeldDropList()); });
+    return EntryPoint(HResult::Unexpected, [&] {
+        tsLib::platform::win32::Win32DropList list(ToDropList(command_.HeldDropList()));
+        tsLib::platform::win32::Win32TextOutput output;
+        return context_.scan.Scan(list, output);
+    });
 }
 
 HRESULT CZebshellEx::QueryContextMenu(HMENU menu, UINT position, UINT firstId, UINT, UINT flags) noexcept {
     return EntryPoint(HResult::Fail, [&] {
-        Win32Menu builder(menu);
-        const std::uint32_t used = command_.AddItem(builder, position, firstId, flags);
+        const std::uint32_t used = command_.AddItem(FromMenu(menu), position, firstId, flags);
         return FromCom(MAKE_HRESULT(SEVERITY_SUCCESS, FACILITY_NULL, used & 0xFFFF));
     });
 }
@@ -121,17 +122,10 @@ HRESULT CZebshellEx::InvokeCommand(CMINVOKECOMMANDINFO* information) noexcept {
         request.wideVerb =
             reinterpret_cast<std::uintptr_t>(reinterpret_cast<const CMINVOKECOMMANDINFOEX*>(information)->lpVerbW);
     }
-    class Operation final : public ScanOperation {
-    public:
-        explicit Operation(CZebshellEx& object) noexcept : object_(object) {}
-        HResult Scan() override { return FromCom(object_.Scan()); }
-
-    private:
-        CZebshellEx& object_;
-    };
     return EntryPoint(HResult::Fail, [&] {
-        Operation operation(*this);
-        return command_.Invoke(request, operation);
+        bool scans = false;
+        const HResult result = command_.Invoke(request, scans);
+        return scans ? FromCom(Scan()) : result;
     });
 }
 
@@ -153,7 +147,7 @@ HRESULT CZebshellEx::AddPages(LPFNADDPROPSHEETPAGE addPage, LPARAM parameter) no
             CoCreateInstance(kPageProviderClassId, nullptr, CLSCTX_INPROC_SERVER, kPageProviderInterfaceId,
                              reinterpret_cast<void**>(provider.GetAddressOf()));
         if (FAILED(result) || !provider) {
-            services_.menu.tracer.Warning(tsLib::TraceEvent::PageProviderUnavailable, FromCom(result));
+            tsLib::Tracer(context_.platform.trace).Warning(tsLib::TraceEvent::PageProviderUnavailable, FromCom(result));
             return HResult::Ok;
         }
         HPROPSHEETPAGE page = nullptr;

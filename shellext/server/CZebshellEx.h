@@ -6,19 +6,21 @@
 #include <shlobj.h>
 
 #include "resources/RefCountedResourceLoader.h"
+#include "resources/ResourceInstance.h"
 #include "shellext/MenuCommand.h"
 #include "shellext/ModuleLock.h"
+#include "shellext/ScanRequest.h"
 
 namespace HVR {
 
-// Runs the scan of a selection.
-class SelectionScanner {
-public:
-    // The list may be null, and stays the caller's.
-    virtual tsLib::HResult Scan(DropHandle dropList) = 0;
-
-protected:
-    ~SelectionScanner() = default;
+// What all handler objects of a process share. It and what it refers to outlive them all.
+struct HandlerContext {
+    const tsLib::platform::Platform& platform;
+    const ResourceInstance& instance;
+    CRefCountedResourceLoader& resources;
+    ShellSurface& shell;
+    ScanRequest& scan;
+    ModuleLock& module;
 };
 
 // A reference on the shared resource loader.
@@ -41,17 +43,9 @@ private:
 // in the table of the primary interface, so it is declared before everything that overrides the other interfaces.
 class CZebshellEx final : public IShellExtInit, public IContextMenu, public IShellPropSheetExt {
 public:
-    // They outlive every object.
-    struct Services {
-        MenuCommand::Services menu;
-        CRefCountedResourceLoader& resources;
-        SelectionScanner& scanner;
-        ModuleLock& module;
-    };
-
     // The asked interface of a new object, aggregated when `outer` is set: then only IUnknown may be asked for, or the
     // answer is CLASS_E_NOAGGREGATION. `object` is null on failure. Throws std::bad_alloc only.
-    static HRESULT Create(const Services& services, IUnknown* outer, REFIID interfaceId, void** object);
+    static HRESULT Create(const HandlerContext& context, IUnknown* outer, REFIID interfaceId, void** object);
 
     CZebshellEx(const CZebshellEx&) = delete;
     CZebshellEx& operator=(const CZebshellEx&) = delete;
@@ -90,7 +84,7 @@ private:
         CZebshellEx& object_;
     };
 
-    CZebshellEx(const Services& services, IUnknown* outer) noexcept;
+    CZebshellEx(const HandlerContext& context, IUnknown* outer) noexcept;
     ~CZebshellEx() = default;
 
     [[nodiscard]] IUnknown* Identity() noexcept;
@@ -100,7 +94,7 @@ private:
     MenuCommand command_;
     IUnknown* outer_;  // not counted, as an inner object must not; null when stand-alone
     Inner inner_{*this};
-    const Services& services_;
+    const HandlerContext& context_;
 };
 
 }  // namespace HVR

@@ -5,7 +5,7 @@
 
 #include <utility>
 
-#include "shellext/Boundary.h"
+#include "tslib/platform/Boundary.h"
 #include "tslib/platform/HResult.h"
 
 namespace HVR {
@@ -13,10 +13,11 @@ namespace HVR {
 [[nodiscard]] constexpr HRESULT ToCom(tsLib::HResult result) noexcept { return static_cast<HRESULT>(result); }
 [[nodiscard]] constexpr tsLib::HResult FromCom(HRESULT result) noexcept { return static_cast<tsLib::HResult>(result); }
 
-// The body of every COM operation and export: see AtBoundary.
+// The body of every COM operation and export lets no exception out: OutOfMemory for std::bad_alloc, `otherwise` for
+// everything else.
 template <class Body>
 HRESULT EntryPoint(tsLib::HResult otherwise, Body&& body) noexcept {
-    return ToCom(AtBoundary(otherwise, std::forward<Body>(body)));
+    return ToCom(tsLib::AtBoundary(tsLib::HResult::OutOfMemory, otherwise, std::forward<Body>(body)));
 }
 
 }  // namespace HVR

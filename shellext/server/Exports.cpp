@@ -6,8 +6,8 @@
 #include "shellext/server/CZebshellEx.h"
 #include "shellext/server/ClassFactory.h"
 #include "shellext/server/ComResult.h"
-#include "shellext/server/ModuleState.h"
 #include "shellext/server/ServerIds.h"
+#include "shellext/server/ServerModule.h"
 #include "shellext/server/ServerRuntime.h"
 
 namespace {

@@ -23,7 +23,7 @@ HResult Registration::ModulePath(std::u16string& path) {
     SystemError error = SystemError::InsufficientBuffer;
     for (std::size_t capacity = 512; error == SystemError::InsufficientBuffer && capacity <= kLongestPath;
          capacity *= 4) {
-        error = modules_.FileName(modules_.Own(), capacity, path);
+        error = platform_.modules.FileName(platform_.modules.Own(), capacity, path);
     }
     return FromSystemError(error);
 }
@@ -53,7 +53,7 @@ HResult Registration::RunScript(WORD id, bool remove) {
         tracer_.Error(TraceEvent::ScriptMalformed, problem.line, static_cast<std::uint32_t>(problem.fault));
         return HResult::Fail;
     }
-    RegistryScriptRunner runner(registry_, tree_, tracer_);
+    RegistryScriptRunner runner(platform_.registry, platform_.trace);
     return FromSystemError(remove ? runner.Remove(*script) : runner.Register(*script));
 }
 

@@ -3,12 +3,9 @@
 
 #include <windows.h>
 
-#include "shellext/RegistryScript.h"
 #include "tslib/Tracer.h"
 #include "tslib/platform/HResult.h"
-#include "tslib/platform/Modules.h"
-#include "tslib/platform/Registry.h"
-#include "tslib/platform/RegistryTree.h"
+#include "tslib/platform/Platform.h"
 
 namespace HVR {
 
@@ -16,9 +13,8 @@ namespace HVR {
 // again completes one that failed.
 class Registration {
 public:
-    Registration(HMODULE resources, tsLib::platform::Modules& modules, tsLib::platform::Registry& registry,
-                 tsLib::platform::RegistryTree& tree, tsLib::Tracer tracer) noexcept
-        : resources_(resources), modules_(modules), registry_(registry), tree_(tree), tracer_(tracer) {}
+    Registration(const tsLib::platform::Platform& platform, HMODULE resources) noexcept
+        : platform_(platform), resources_(resources), tracer_(platform.trace) {}
 
     // Runs script `id`, in which %MODULE% is the full path of this code's module. Fail for a script that is missing or
     // malformed, else the registry's error.
@@ -30,10 +26,8 @@ private:
     tsLib::HResult ModulePath(std::u16string& path);
     [[nodiscard]] bool ScriptText(WORD id, std::u16string& text);
 
+    const tsLib::platform::Platform& platform_;
     HMODULE resources_;
-    tsLib::platform::Modules& modules_;
-    tsLib::platform::Registry& registry_;
-    tsLib::platform::RegistryTree& tree_;
     tsLib::Tracer tracer_;
 };
 

@@ -2,10 +2,8 @@
 
 #include <utility>
 
-#include "shellext/server/ModuleState.h"
 #include "shellext/server/ServerIds.h"
-#include "tslib/platform/win32/Win32DropList.h"
-#include "tslib/platform/win32/Win32TextOutput.h"
+#include "shellext/server/ServerModule.h"
 
 namespace HVR {
 
@@ -54,25 +52,12 @@ bool ServerRuntime::LetGo() noexcept {
 
 ServerRuntime::ServerRuntime()
     : instance_(product_.Platform().modules.Own()),
-      loader_(product_.Platform().modules.Own(), u"ZebShellRes.dll",
-              {product_.Platform().registry, product_.Platform().modules, fileSearch_, resourceModules_, locales_,
-               messageTexts_, codePage_, windowStation_, messageBoxes_, debugOutput_, product_.Platform().trace,
-               product_.TrustVerifiers(), product_.Components()}),
-      sharedLoader_(&loader_, kReportFailure, instance_, product_.Platform().tracer),
-      strings_(instance_, resourceModules_, codePage_),
-      registration_(ModuleInstance(), product_.Platform().modules, product_.Platform().registry, registryTree_,
-                    product_.Platform().tracer),
-      handler_{
-          {strings_, characters_, product_.Platform().registry, apartment_, messageBoxes_, product_.Platform().tracer},
-          sharedLoader_,
-          scanner_,
-          serverLock} {}
-
-HResult ServerRuntime::Scanner::Scan(DropHandle dropList) {
-    tsLib::platform::win32::Win32DropList list(reinterpret_cast<HDROP__*>(static_cast<std::uintptr_t>(dropList)));
-    tsLib::platform::win32::Win32TextOutput output;
-    return product_.Scan(list, output, product_.Platform().processStarter);
-}
+      loader_(product_.Platform(), instance_.Get(), u"ZebShellRes.dll", product_.TrustVerifiers(),
+              product_.Components()),
+      sharedLoader_(&loader_, kReportFailure, instance_, product_.Platform().trace),
+      scan_(product_.Platform(), product_.PathExpansion(), product_.TrustVerifiers()),
+      registration_(product_.Platform(), ModuleInstance()),
+      handler_{product_.Platform(), instance_, sharedLoader_, shell_, scan_, serverLock} {}
 
 HResult ServerRuntime::Register() {
     const ResourceReference reference(sharedLoader_);

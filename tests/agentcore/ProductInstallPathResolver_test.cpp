@@ -3,166 +3,140 @@
 #include <gtest/gtest.h>
 
 #include "AgentCore/DriverTable.h"
-#include "tests/fakes/FailingNew.h"
-#include "tests/fakes/FakeComponentMemory.h"
 #include "tests/tslib/PathWorld.h"
 #include "tslib/VaneRef.h"
+#include "tslib/platform/Digits.h"
 
 namespace tests {
 namespace {
 
-using namespace HVR;
-using namespace tsLib;
-using platform::SystemError;
-using platform::TraceLevel;
+using tsLib::HResult;
 
 struct ResolverWorld : PathWorld {
     ResolverWorld() {
-        for (const std::u16string_view token :
+        for (const auto* token :
              {u"installdir", u"hvrlogdir", u"hvrconfigdir", u"hvrstatedir", u"hvrresdlldir", u"basedir",
               u"hvrdriverdir", u"hvrfeaturestatedir", u"appdata", u"vaneplatformengine"}) {
-            PutToken(std::u16string(token), u"D:\\" + std::u16string(token));
+            PutToken(token, u"D:\\" + std::u16string(token));
         }
     }
-    // The path, or "failed" when there is none; a result of the two calls that differs is "different".
-    std::u16string Path(std::uint32_t kind, const std::u16string& wide) {
-        const std::string narrow(wide.begin(), wide.end());  // Latin-1, as the fake converts it
-        char16_t* path = kSentinel;
-        last = resolver->GetPath(kind, wide.c_str(), &path, 0);
-        char16_t* other = kSentinel;
-        const HResult otherResult = resolver->GetPath(kind, narrow.c_str(), &other, 0xFFFFFFFF);
-        const std::u16string result = Take(path);
-        return otherResult == last && Take(other) == result ? result : u"different";
-    }
-    std::u16string Take(char16_t* path) {
-        if (path == kSentinel) {
-            return u"untouched";
+    // The path of a call, or its result: "0x80070057".
+    template <class Unit>
+    std::u16string Ask(std::uint32_t kind, const Unit* file, std::uint32_t flags = 0) {
+        char16_t untouched = u'?';
+        char16_t* path = &untouched;
+        const HResult result = resolver->GetPath(kind, file, &path, flags);
+        EXPECT_EQ(path == &untouched, Failed(result));
+        std::u16string text = u"0x";
+        if (Failed(result)) {
+            tsLib::AppendHex<8>(text, Number(result));
+        } else {
+            text = path;
+            system.Free(path);
         }
-        const std::u16string text = path;
-        memory.Free(path);
         return text;
     }
+    // What both variants give; the fake's narrow texts are Latin-1.
+    std::u16string Path(std::uint32_t kind, const std::u16string& wide) {
+        const std::string narrow(wide.begin(), wide.end());
+        const std::u16string path = Ask(kind, wide.c_str());
+        return Ask(kind, narrow.c_str(), 0xFFFFFFFF) == path ? path : u"different";
+    }
 
-    static inline char16_t sentinel = u'\0';
-    static inline char16_t* const kSentinel = &sentinel;
-    FakeComponentMemory memory;
-    HResult last = HResult::Ok;
-    VaneRef<IProductInstallPathResolver> resolver{
-        new CProductInstallPathResolver(expansion, {knownFolders, textRules, memory, trace})};
+    tsLib::VaneRef<HVR::IProductInstallPathResolver> resolver{new HVR::CProductInstallPathResolver(*this, expansion)};
 };
 
-TEST(ProductInstallPathResolver, EachKind) {
-    const std::pair<std::uint32_t, std::u16string> rows[] = {
-        {0, u"D:\\installdir\\"},          {1, u"D:\\hvrlogdir\\"},        {2, u"D:\\hvrconfigdir\\"},
-        {3, u"D:\\hvrstatedir\\"},         {4, u"D:\\hvrresdlldir\\"},     {5, u"D:\\basedir\\"},
-        {6, u"D:\\hvrdriverdir\\"},        {7, u"D:\\installdir\\Help\\"}, {8, u"D:\\hvrfeaturestatedir\\"},
-        {9, u"D:\\basedir\\Temp\\"},       {10, u"D:\\basedir\\"},         {11, u"D:\\appdata\\"},
-        {12, u"D:\\vaneplatformengine\\"},
-    };
+TEST(ProductInstallPathResolver, EachKind_WithAndWithoutAFile) {
+    const std::u16string folders[] = {u"installdir",         u"hvrlogdir",     u"hvrconfigdir", u"hvrstatedir",
+                                      u"hvrresdlldir",       u"basedir",       u"hvrdriverdir", u"installdir\\Help",
+                                      u"hvrfeaturestatedir", u"basedir\\Temp", u"basedir",      u"appdata",
+                                      u"vaneplatformengine"};
     ResolverWorld world;
-    for (const auto& [kind, folder] : rows) {
+    for (std::uint32_t kind = 0; kind < std::size(folders); ++kind) {
+        const std::u16string folder = u"D:\\" + folders[kind] + u"\\";
         EXPECT_EQ(world.Path(kind, u""), folder) << kind;
         EXPECT_EQ(world.Path(kind, u"a\u00E9.chm"), folder + u"a\u00E9.chm") << kind;
-        EXPECT_EQ(world.last, HResult::Ok);
+        EXPECT_EQ(world.Ask<char16_t>(kind, nullptr), folder);
+        EXPECT_EQ(world.Ask<char>(kind, nullptr), folder);
     }
-    char16_t* path = nullptr;
-    EXPECT_EQ(world.resolver->GetPath(7, static_cast<const char16_t*>(nullptr), &path, 0), HResult::Ok);
-    EXPECT_EQ(world.Take(path), u"D:\\installdir\\Help\\");
-    EXPECT_EQ(world.resolver->GetPath(7, static_cast<const char*>(nullptr), &path, 0), HResult::Ok);
-    EXPECT_EQ(world.Take(path), u"D:\\installdir\\Help\\");
-    EXPECT_EQ(world.memory.OpenHandles() + world.memory.Misuses(), 0u);
 }
 
-TEST(ProductInstallPathResolver, FolderEndsInOneBackslash) {
+TEST(ProductInstallPathResolver, OneBackslashBehindEveryFolder) {
     ResolverWorld world;
-    for (const auto& [folder, path] : {std::pair<std::u16string, std::u16string>{u"C:\\P", u"C:\\P\\f"},
-                                       {u"C:\\P\\", u"C:\\P\\f"},
-                                       {u"C:\\P\\\\\\", u"C:\\P\\f"},
-                                       {u"\\", u"\\f"},
-                                       {u"\\\\", u"\\f"}}) {
+    for (const auto* folder : {u"C:\\P", u"C:\\P\\", u"C:\\P\\\\\\"}) {
         world.PutToken(u"installdir", folder);
-        EXPECT_EQ(world.Path(0, u"f"), path);
+        world.PutToken(u"basedir", folder);
+        EXPECT_EQ(world.Path(0, u"f"), u"C:\\P\\f");
+        EXPECT_EQ(world.Path(7, u"a.chm"), u"C:\\P\\Help\\a.chm");
+        EXPECT_EQ(world.Path(9, u""), u"C:\\P\\Temp\\");
     }
+    world.PutToken(u"installdir", u"\\\\");
+    EXPECT_EQ(world.Path(0, u"f"), u"\\f");
+    world.system.windows = u"C:\\";
+    EXPECT_EQ(world.Path(6, u"HvrBoot.sys"), u"C:\\system32\\drivers\\HvrBoot.sys");
 }
 
 TEST(ProductInstallPathResolver, Drivers_LieWhereTheTableSays) {
     ResolverWorld world;
-    std::size_t own = 0;
-    for (const DriverLocation& driver : kDriverTable) {
-        const std::u16string name(driver.fileName);
-        const bool system = driver.location == u"Default";
-        own += system ? 0 : 1;
-        EXPECT_EQ(world.Path(6, name), (system ? u"C:\\windows\\system32\\drivers\\" : u"D:\\hvrdriverdir\\") + name);
-        EXPECT_EQ(world.Path(7, name), u"D:\\installdir\\Help\\" + name);
+    for (const auto* name : {u"HvrBoot.sys", u"HvrFsFlt.sys", u"HvrNetFl.sys", u"HvrProc.sys", u"HvrReg.sys",
+                             u"hVRbOOT.SYS", u"HvrBoot.sy", u"HvrScan.sys"}) {
+        const bool own = std::u16string_view(name) == u"HvrBoot.sy" || std::u16string_view(name) == u"HvrScan.sys";
+        EXPECT_EQ(world.Path(6, name),
+                  (own ? u"D:\\hvrdriverdir\\" : u"C:\\windows\\system32\\drivers\\") + std::u16string(name));
     }
-    EXPECT_EQ(kDriverTable.size(), 6u);
-    EXPECT_GT(own, 0u);
-    EXPECT_EQ(world.Path(6, u"hVRbOOT.SYS"), u"C:\\windows\\system32\\drivers\\hVRbOOT.SYS");
-    EXPECT_EQ(world.Path(6, u"HvrBoot.sy"), u"D:\\hvrdriverdir\\HvrBoot.sy");
+    EXPECT_EQ(world.Path(7, u"HvrBoot.sys"), u"D:\\installdir\\Help\\HvrBoot.sys");
+    EXPECT_EQ(HVR::kDriverTable.size(), 6U);
     // The system's folder needs no token.
-    world.files.Remove(PathWorld::kIni);
-    world.registry.RemoveKey(PathWorld::kMachine, PathWorld::kMap, platform::kKeyView32);
+    world.registry.RemoveKey(PathWorld::kMachine, PathWorld::kMap, kKeyView32);
     EXPECT_EQ(world.Path(6, u"HvrBoot.sys"), u"C:\\windows\\system32\\drivers\\HvrBoot.sys");
 }
 
 TEST(ProductInstallPathResolver, Failures_LeaveThePlaceUntouched) {
     ResolverWorld world;
-    for (const std::uint32_t kind : {13u, 0x80000000u, 0xFFFFFFFFu}) {
-        EXPECT_EQ(world.Path(kind, u"f"), u"untouched");
-        EXPECT_EQ(world.last, HResult::InvalidArgument);
+    for (const std::uint32_t kind : {13U, 0x80000000U, 0xFFFFFFFFU}) {
+        EXPECT_EQ(world.Path(kind, u"f"), u"0x80070057");
     }
     EXPECT_EQ(world.resolver->GetPath(0, u"f", nullptr, 0), HResult::InvalidArgument);
     EXPECT_EQ(world.resolver->GetPath(0, "f", nullptr, 0), HResult::InvalidArgument);
-    EXPECT_EQ(world.resolver->GetPath(13, u"f", nullptr, 0), HResult::InvalidArgument);
-
     world.PutToken(u"installdir", u"%UNKNOWN%");
     world.PutToken(u"hvrdriverdir", u"");
-    EXPECT_EQ(world.Path(7, u"f"), u"untouched");
-    EXPECT_EQ(world.last, HResult::PathNotFound);
-    EXPECT_EQ(world.Path(6, u"f"), u"untouched");
-    EXPECT_EQ(world.last, HResult::PathNotFound);
+    EXPECT_EQ(world.Path(7, u"f"), u"0x80030003");
+    EXPECT_EQ(world.Path(6, u"f"), u"0x80030003");
     EXPECT_EQ(world.resolver->GetPath(7, u"f", nullptr, 0), HResult::PathNotFound);  // found out first
-
-    FaultPlan faults;
-    char16_t* path = ResolverWorld::kSentinel;
-    world.knownFolders.faults = world.memory.faults = world.textRules.faults = &faults;
-    faults.FailCall(1, SystemError::AccessDenied);
-    EXPECT_EQ(world.resolver->GetPath(6, u"HvrBoot.sys", &path, 0), HResult::PathNotFound);
-    faults.FailCall(1, SystemError{1113});
-    EXPECT_EQ(Number(world.resolver->GetPath(5, "f", &path, 0)), 0x80070459u);
-    faults.FailCall(2, SystemError::NotEnoughMemory);  // the lower-case mapping comes before
-    EXPECT_EQ(world.resolver->GetPath(5, u"f", &path, 0), HResult::OutOfMemory);
-    EXPECT_EQ(path, ResolverWorld::kSentinel);
-    EXPECT_EQ(world.memory.OpenHandles(), 0u);
+    world.faults.Fail("WindowsFolder", SystemError::AccessDenied);
+    EXPECT_EQ(world.Path(6, u"HvrBoot.sys"), u"0x80030003");
+    world.faults.Fail("Allocate", SystemError::NotEnoughMemory);
+    EXPECT_EQ(world.Path(5, u"f"), u"0x8007000E");
+    world.faults.Fail("FromNarrow", SystemError{1113});
+    EXPECT_EQ(world.Ask(5, "f"), u"0x80070459");
+    Sweep([&](auto& failing, bool memory) {
+        ResolverWorld fresh;
+        fresh.trace.enabled = false;
+        char16_t* path = nullptr;
+        HResult result{};
+        const auto* file = "a long enough file name.txt";
+        const bool struck = failing(fresh.faults, [&] { result = fresh.resolver->GetPath(9, file, &path, 0); });
+        EXPECT_EQ(path == nullptr, Failed(result));
+        EXPECT_TRUE(struck ? !memory || Failed(result) : result == HResult::Ok);
+        fresh.system.Free(path);
+    });
 }
 
-TEST(ProductInstallPathResolver, MemoryRunningOut_IsReported) {
-    bool fired = true;
-    for (std::uint32_t n = 1; fired; ++n) {
-        ResolverWorld world;
-        world.trace.enabled = false;
-        char16_t* path = ResolverWorld::kSentinel;
-        HResult result;
-        {
-            const FailingNew failing(n);
-            result = world.resolver->GetPath(9, "a long enough file name.txt", &path, 0);
-            fired = failing.Fired();
-        }
-        EXPECT_EQ(world.Take(path), fired ? u"untouched" : u"D:\\basedir\\Temp\\a long enough file name.txt") << n;
-        // An expansion says only that it failed.
-        EXPECT_TRUE(result == (fired ? HResult::OutOfMemory : HResult::Ok) ||
-                    (fired && result == HResult::PathNotFound))
-            << n << ' ' << result;
-        EXPECT_EQ(world.memory.OpenHandles() + world.memory.Misuses(), 0u) << n;
-    }
-}
-
-TEST(ProductInstallPathResolver, IsAComponent) {
+// Other modules call through the table: behind IVaneBase's three operations the narrow variant, then the wide one.
+TEST(ProductInstallPathResolver, SlotsOfTheTable) {
     ResolverWorld world;
-    VaneRef<IProductInstallPathResolver> again;
-    EXPECT_EQ(Query(*world.resolver, kIProductInstallPathResolverId, again), VaneResult::Success);
-    EXPECT_EQ(again.Get(), world.resolver.Get());
-    EXPECT_NE(CLSID_ProductInstallPathResolver, kIProductInstallPathResolverId);
+    auto* const resolver = world.resolver.Get();
+    void* const* const table = *reinterpret_cast<void* const* const*>(resolver);
+    const auto call = [&]<class Unit>(std::size_t slot, const Unit* name) {
+        using Operation = HResult (*)(void*, std::uint32_t, const Unit*, char16_t**, std::uint32_t);
+        char16_t* path = nullptr;
+        EXPECT_EQ(reinterpret_cast<Operation>(table[slot])(resolver, 0, name, &path, 0), HResult::Ok);
+        const std::u16string text = path == nullptr ? u"" : path;
+        world.system.Free(path);
+        return text;
+    };
+    EXPECT_EQ(call(3, "abcd"), u"D:\\installdir\\abcd");
+    EXPECT_EQ(call(4, u"abcd"), u"D:\\installdir\\abcd");
 }
 
 }  // namespace

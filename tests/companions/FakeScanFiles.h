@@ -1,156 +1,92 @@
-// A file system in memory for the stand-in scanner.
+// The stand-in scanner's file system, over the fakes' disk.
 #pragma once
 
 #include <algorithm>
-#include <map>
-#include <string>
-#include <vector>
+#include <list>
 
 #include "companions/scanagent/ScanFiles.h"
-#include "tests/fakes/HandleTable.h"
+#include "tests/fakes/FakePlatform.h"
 
 namespace tests {
 
-class FakeScanFiles final : public HVR::ScanFiles, public HVR::ReportFiles, public CanFail {
+inline constexpr std::uint32_t kAttributeLink = 0x400;
+
+class FakeScanFiles final : public HVR::ScanFiles, FakePart {
 public:
-    using SystemError = tsLib::platform::SystemError;
-
-    struct Node {
-        HVR::EntryKind kind = HVR::EntryKind::File;
-        std::string bytes;
-        SystemError opening = SystemError::Success;
-    };
-    // By exact path; folders without a trailing backslash, drive roots with one. Folders are staged like files.
-    std::map<std::u16string, Node> nodes;
-    std::size_t readLimit = SIZE_MAX;  // the most that one Read gives
-    std::size_t peakFolders = 0;
-    std::vector<std::u16string> created;
-
-    void PutFolder(const std::u16string& path) { nodes[path].kind = HVR::EntryKind::Folder; }
-    void PutFile(const std::u16string& path, std::string bytes) { nodes[path].bytes = std::move(bytes); }
-    [[nodiscard]] std::size_t OpenHandles() const { return folders_.Size() + inputs_.Size() + outputs_.Size(); }
-    [[nodiscard]] std::size_t Misuses() const { return folders_.misuses + inputs_.misuses + outputs_.misuses; }
+    explicit FakeScanFiles(FakePlatform& fake) : FakePart(fake), fake_(fake) {}
 
     SystemError Kind(const std::u16string& path, HVR::EntryKind& kind) override {
-        const auto [error, node] = Find(path);
-        if (node != nullptr) {
-            kind = node->kind;
-        }
-        return error;
+        return Call("Kind", path, [&] { kind = KindOf(*fake_.disk.Existing(path)); });
     }
     SystemError OpenFolder(const std::u16string& path, HVR::FolderHandle& folder) override {
-        if (const auto [error, node] = Find(path); Failed(error) || Failed(error_ = node->opening)) {
-            return Failed(error) ? error : error_;
-        }
-        const auto prefix = path.ends_with(u'\\') ? path : path + u'\\';
-        Listing listing;
-        for (auto it = nodes.upper_bound(prefix); it != nodes.end() && it->first.starts_with(prefix); ++it) {
-            if (const auto name = it->first.substr(prefix.size()); name.find(u'\\') == name.npos) {
-                listing.entries.push_back({name, it->second.kind});
+        return Call("OpenFolder", path, [&] {
+            Require(fake_.disk.Existing(path)->IsFolder(), SystemError::PathNotFound);
+            std::list<HVR::FolderEntry> entries;
+            for (const Disk::Entry& child : fake_.disk.Children(path)) {
+                entries.push_back({child.name, KindOf(*child.node)});
             }
-        }
-        folder = folders_.Add(std::move(listing));
-        peakFolders = std::max(peakFolders, folders_.Size());
-        return SystemError::Success;
+            folder = folders_.Add(std::move(entries));
+            peakFolders = std::max(peakFolders, folders_.All().size());
+        });
     }
     SystemError NextEntry(HVR::FolderHandle folder, HVR::FolderEntry& entry) override {
-        if (const auto fault = Fault(); Failed(fault)) {
-            return fault;
-        }
-        auto* const listing = folders_.Find(folder);
-        if (listing == nullptr) {
-            return SystemError::InvalidHandle;
-        }
-        if (listing->next == listing->entries.size()) {
-            return SystemError::NoMoreItems;
-        }
-        entry = listing->entries[listing->next++];
-        return SystemError::Success;
+        return Call("NextEntry", [&] {
+            std::list<HVR::FolderEntry>& left = folders_[folder];
+            Require(!left.empty(), SystemError::NoMoreItems);
+            entry = left.front();
+            left.pop_front();
+        });
     }
     void CloseFolder(HVR::FolderHandle folder) noexcept override { folders_.Remove(folder); }
     SystemError OpenInput(const std::u16string& path, HVR::InputHandle& input) override {
-        if (const auto [error, node] = Find(path); Failed(error) || Failed(error_ = node->opening)) {
-            return Failed(error) ? error : error_;
-        }
-        input = inputs_.Add({path, 0});
-        return SystemError::Success;
+        FileHandle file{};
+        const SystemError error = fake_.files.OpenForReading(path, FileSharing::ReadersAndWriters, file);
+        input = Succeeded(error) ? static_cast<HVR::InputHandle>(file) : input;
+        return error;
     }
     SystemError Read(HVR::InputHandle input, std::span<std::byte> buffer, std::size_t& count) override {
-        if (const auto fault = Fault(); Failed(fault)) {
-            return fault;
-        }
-        auto* const open = inputs_.Find(input);
-        if (open == nullptr) {
-            return SystemError::InvalidHandle;
-        }
-        const auto& bytes = nodes[open->path].bytes;
-        count = std::min({buffer.size(), readLimit, bytes.size() - open->position});
-        std::copy_n(reinterpret_cast<const std::byte*>(bytes.data()) + open->position, count, buffer.begin());
-        open->position += count;
-        return SystemError::Success;
+        return fake_.files.Read(static_cast<FileHandle>(input), buffer, count);
     }
-    void CloseInput(HVR::InputHandle input) noexcept override { inputs_.Remove(input); }
+    void CloseInput(HVR::InputHandle input) noexcept override { fake_.files.Close(static_cast<FileHandle>(input)); }
 
     SystemError Create(const std::u16string& path, HVR::OutputHandle& output) override {
-        if (const auto fault = Fault(); Failed(fault)) {
-            return fault;
-        }
-        created.push_back(path);
-        nodes[path] = {};
-        output = outputs_.Add(path);
-        return SystemError::Success;
+        return Call("Create", path, [&] {
+            const SystemError error = fake_.disk.TryCreate(path);
+            Require(Succeeded(error), error);
+            created.push_back(path);
+            output = outputs_.Add(path);
+        });
     }
     SystemError Write(HVR::OutputHandle output, std::string_view bytes) override {
-        if (const auto fault = Fault(); Failed(fault)) {
-            return fault;
-        }
-        auto* const path = outputs_.Find(output);
-        if (path == nullptr) {
-            return SystemError::InvalidHandle;
-        }
-        nodes[*path].bytes += bytes;
-        return SystemError::Success;
+        return Call("Write", [&] { fake_.disk.Append(outputs_[output], bytes); });
     }
     void CloseOutput(HVR::OutputHandle output) noexcept override { outputs_.Remove(output); }
     SystemError Rename(const std::u16string& from, const std::u16string& to) override {
-        if (const auto [error, node] = Find(from); Failed(error)) {
-            return error;
-        }
-        nodes[to] = std::move(nodes[from]);
-        nodes.erase(from);
-        return SystemError::Success;
+        return Call("Rename", from, [&] {
+            fake_.disk.PutFile(to, fake_.disk.Existing(from)->bytes);
+            fake_.disk.Remove(from);
+        });
     }
     SystemError Remove(const std::u16string& path) override {
-        const auto error = Find(path).first;
-        if (Succeeded(error)) {
-            nodes.erase(path);
-        }
-        return error;
+        return Call("Remove", path, [&] {
+            static_cast<void>(fake_.disk.Existing(path));
+            fake_.disk.Remove(path);
+        });
     }
+
+    std::size_t peakFolders = 0;
+    std::vector<std::u16string> created;
 
 private:
-    struct Listing {
-        std::vector<HVR::FolderEntry> entries;
-        std::size_t next = 0;
-    };
-    struct Open {
-        std::u16string path;
-        std::size_t position;
-    };
-
-    std::pair<SystemError, Node*> Find(const std::u16string& path) {
-        if (const auto fault = Fault(); Failed(fault)) {
-            return {fault, nullptr};
-        }
-        const auto found = nodes.find(path);
-        return found == nodes.end() ? std::pair<SystemError, Node*>{SystemError::FileNotFound, nullptr}
-                                    : std::pair<SystemError, Node*>{SystemError::Success, &found->second};
+    static HVR::EntryKind KindOf(const Node& node) {
+        return (node.attributes & kAttributeLink) != 0 ? HVR::EntryKind::Link
+               : node.IsFolder()                       ? HVR::EntryKind::Folder
+                                                       : HVR::EntryKind::File;
     }
 
-    SystemError error_ = SystemError::Success;
-    HandleTable<HVR::FolderHandle, Listing> folders_;
-    HandleTable<HVR::InputHandle, Open> inputs_;
-    HandleTable<HVR::OutputHandle, std::u16string> outputs_;
+    FakePlatform& fake_;
+    HandleTable<HVR::FolderHandle, std::list<HVR::FolderEntry>> folders_{core_, "folder"};
+    HandleTable<HVR::OutputHandle, std::u16string> outputs_{core_, "report"};
 };
 
 }  // namespace tests

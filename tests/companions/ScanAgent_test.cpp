@@ -5,80 +5,82 @@
 #include <filesystem>
 #include <fstream>
 
-#include "companions/scanagent/CommandLine.h"
 #include "companions/scanagent/ListReader.h"
 #include "companions/scanagent/TestPattern.h"
 #include "tests/companions/FakeScanFiles.h"
-#include "tests/fakes/FailingNew.h"
-#include "tslib/Utf8.h"
+#include "tests/tslib/PathWorld.h"
 
+namespace tests {
 namespace {
 
 using HVR::ScanExit;
-using tests::FakeScanFiles;
-using tsLib::platform::SystemError;
 
 constexpr char16_t kList[] = u"C:\\Temp\\ScanList742";
 constexpr char16_t kReport[] = u"C:\\Temp\\ScanReport-ScanList742.txt";
 
-struct Agent {
-    FakeScanFiles files;
-    std::vector<std::u16string> arguments{u"/UTF8", u"/Async", u"/RightClickScan", kList};
-    std::u16string reportVariable;
-    std::u16string message;
+struct Agent : FakePlatform {
+    Agent() { disk.PutFolder(u"C:\\Temp"); }
+    ~Agent() { EXPECT_EQ(Leftovers(), ""); }
 
     [[nodiscard]] HVR::ScanAgentInput Input() const {
         return {u"agent.exe /x", arguments, reportVariable, u"C:\\Temp\\"};
     }
-    ScanExit Run() { return HVR::RunScanAgent(Input(), files, files, message); }
-    ScanExit RunOn(std::string list) {
-        files.PutFile(kList, std::move(list));
+    ScanExit Run() { return HVR::RunScanAgent(Input(), scanFiles, message); }
+    ScanExit RunOn(std::string_view list) {
+        disk.PutFile(kList, list);
         return Run();
     }
     // The report without its head.
-    [[nodiscard]] std::string Report(const std::u16string& path = kReport) {
+    [[nodiscard]] std::string Report(const std::u16string& path = kReport) const {
         const std::string head = "command\tagent.exe /x\n";
-        const auto text = files.nodes.contains(path) ? files.nodes[path].bytes : "no report";
+        const std::string text = disk.Text(path);
         return text.starts_with(head) ? text.substr(head.size()) : "no head: " + text;
     }
+    FakeScanFiles scanFiles{*this};
+    std::vector<std::u16string> arguments{u"/UTF8", u"/Async", u"/RightClickScan", kList};
+    std::u16string reportVariable;
+    std::string message;
 };
 
-std::string Summary(std::string_view counts) { return "summary\t" + std::string(counts) + "\n"; }
+std::string Summary(const std::string& counts) { return "summary\t" + counts + "\n"; }
 
 TEST(ScanAgent, Arguments_AnyOrderAndCase_OthersAreUsageErrors) {
-    const std::vector<std::pair<std::vector<std::u16string>, bool>> table{
-        {{u"/rightclickSCAN", u"l", u"/utf8"}, true},
-        {{u"/ASYNC", u"/UTF8", u"/RightClickScan", u"l"}, true},
-        {{u"--HELP"}, true},
-        {{}, false},
-        {{u"/UTF8", u"/Async"}, false},
-        {{u"/RightClickScan", u"l"}, false},
-        {{u"/UTF8", u"/RightClickScan"}, false},
-        {{u"/UTF8", u"/RightClickScan", u""}, false},
-        {{u"/RightClickScan", u"/UTF8"}, false},
-        {{u"/UTF8", u"/RightClickScan", u"l", u"/RightClickScan", u"m"}, false},
-        {{u"/UTF8", u"/RightClickScan", u"l", u"/Quick"}, false},
-        {{u"/UTF8", u"/RightClickScan", u"l", u"m"}, false},
-        {{u"/UTF", u"/RightClickScan", u"l"}, false},
+    const std::pair<std::vector<std::u16string>, ScanExit> table[] = {
+        {{u"/rightclickSCAN", kList, u"/utf8"}, ScanExit::Clean},
+        {{u"/ASYNC", u"/UTF8", u"/UTF8", u"/RightClickScan", kList}, ScanExit::Clean},
+        {{}, ScanExit::Usage},
+        {{u"/UTF8", u"/Async"}, ScanExit::Usage},
+        {{u"/RightClickScan", kList}, ScanExit::Usage},
+        {{u"/UTF8", u"/RightClickScan"}, ScanExit::Usage},
+        {{u"/UTF8", u"/RightClickScan", u""}, ScanExit::Usage},
+        {{u"/UTF8", u"/RightClickScan", u"/UTF8"}, ScanExit::Usage},
+        {{u"/UTF8", u"/RightClickScan", kList, u"/RightClickScan", kList}, ScanExit::Usage},
+        {{u"/UTF8", u"/RightClickScan", kList, u"/Quick"}, ScanExit::Usage},
+        {{u"/UTF8", u"/RightClickScan", kList, kList}, ScanExit::Usage},
+        {{u"/UTF", u"/RightClickScan", kList}, ScanExit::Usage},
     };
-    for (std::size_t row = 0; row < table.size(); ++row) {
-        HVR::ScanOptions options;
-        std::u16string problem;
-        EXPECT_EQ(HVR::ParseScanArguments(table[row].first, options, problem), table[row].second) << "row " << row;
-        EXPECT_EQ(problem.empty(), table[row].second) << "row " << row;
-        EXPECT_EQ(options.listFile == u"l", table[row].second && !options.help) << "row " << row;
+    for (const auto& [arguments, exit] : table) {
+        Agent agent;
+        agent.disk.PutFile(kList, "");
+        agent.arguments = arguments;
+        EXPECT_EQ(agent.Run(), exit) << testing::PrintToString(arguments);
+        EXPECT_EQ(agent.message.find("\nusage: ") != std::string::npos, exit == ScanExit::Usage) << agent.message;
+        EXPECT_EQ(agent.disk.Exists(kList), exit == ScanExit::Usage) << "a refused command line changes nothing";
     }
     Agent agent;
-    agent.arguments = {u"/Quick"};
-    EXPECT_EQ(agent.RunOn("x"), ScanExit::Usage);
-    EXPECT_NE(agent.message.find(u"usage"), std::u16string::npos);
-    EXPECT_EQ(agent.files.nodes.size(), 1U) << "a refused command line changes nothing";
+    agent.arguments = {u"--HELP"};
+    EXPECT_EQ(agent.Run(), ScanExit::Clean);
+    EXPECT_TRUE(agent.message.starts_with("usage: "));
+    // A path that no UTF-8 can name reaches the file system as it is.
+    agent.disk.PutFile(u"C:\\Temp\\[\xD800]", "");
+    agent.arguments = {u"/UTF8", u"/RightClickScan", u"C:\\Temp\\[\xD800]"};
+    EXPECT_EQ(agent.Run(), ScanExit::Clean);
 }
 
 TEST(ScanAgent, TestFile_PatternAtTheStartWithWhiteSpaceUpTo128Bytes) {
     const auto pattern = HVR::MakeTestPattern();
     ASSERT_EQ(pattern.size(), 68U);
-    const std::vector<std::pair<std::string, bool>> table{
+    const std::pair<std::string, bool> table[] = {
         {pattern, true},
         {pattern + "\r\n\t \x1A", true},
         {pattern + std::string(60, ' '), true},
@@ -90,11 +92,11 @@ TEST(ScanAgent, TestFile_PatternAtTheStartWithWhiteSpaceUpTo128Bytes) {
         {"", false},
     };
     for (const std::size_t readLimit : {std::size_t{1}, SIZE_MAX}) {
-        for (std::size_t row = 0; row < table.size(); ++row) {
+        for (const auto& [content, isInfected] : table) {
             Agent agent;
-            agent.files.readLimit = readLimit;
-            agent.files.PutFile(u"C:\\f", table[row].first);
-            EXPECT_EQ(agent.RunOn("C:\\f\r\n"), table[row].second ? ScanExit::Infected : ScanExit::Clean) << row;
+            agent.files.maximumRead = readLimit;
+            agent.disk.PutFile(u"C:\\f", content);
+            EXPECT_EQ(agent.RunOn("C:\\f\r\n"), isInfected ? ScanExit::Infected : ScanExit::Clean) << content;
         }
     }
 }
@@ -112,62 +114,53 @@ TEST(ScanAgent, TestPattern_IsNowhereInTheProgramItself) {
 
 TEST(ScanAgent, Walk_FoldersRootsLinksAndUnreadableEntries) {
     Agent agent;
-    auto& files = agent.files;
     const auto pattern = HVR::MakeTestPattern();
-    for (const auto* folder : {u"D:\\", u"D:\\a", u"D:\\a\\empty", u"D:\\a\\日本", u"D:\\locked"}) {
-        files.PutFolder(folder);
+    agent.disk.PutFile(u"D:\\a\\日本\\\U0001F600.com", pattern);
+    agent.disk.PutFolder(u"D:\\a\\empty");
+    agent.disk.PutFile(u"D:\\held.sys", pattern);
+    agent.faults.Fail("OpenForReading", SystemError::SharingViolation, u"D:\\held.sys");
+    agent.disk.PutFile(u"D:\\locked\\hidden.com", pattern);
+    agent.faults.Fail("OpenFolder", SystemError::AccessDenied, u"D:\\locked");
+    agent.disk.PutFile(u"D:\\loop", ToBytes(pattern), kAttributeLink | kAttributeDirectory);
+    agent.disk.PutFile(u"D:\\tab\t.com", pattern);
+    std::u16string deep = u"D:\\z";
+    for (int depth = 1; depth < 300; ++depth) {
+        deep += u"\\d";
     }
-    files.PutFile(u"D:\\a\\日本\\\U0001F600.com", pattern);
-    files.PutFile(u"D:\\a\\clean.txt", "text");
-    files.PutFile(u"D:\\held.sys", pattern);
-    files.nodes[u"D:\\held.sys"].opening = SystemError::SharingViolation;
-    files.nodes[u"D:\\locked"].opening = SystemError::AccessDenied;
-    files.PutFile(u"D:\\locked\\hidden.com", pattern);
-    files.nodes[u"D:\\loop"].kind = HVR::EntryKind::Link;
-    const std::u16string longName(300, u'n');
-    files.PutFile(u"D:\\z" + longName, pattern);
+    agent.disk.PutFile(deep + u"\\last.com", pattern);
 
     EXPECT_EQ(agent.RunOn("D:\\\r\nD:\\missing\r\nD:\\loop\r\n"), ScanExit::Infected);
+    std::string last = "D:\\z";
+    for (int depth = 1; depth < 300; ++depth) {
+        last += "\\d";
+    }
     EXPECT_EQ(agent.Report(),
               "item\tD:\\\n"
               "infected\tD:\\a\\日本\\\xF0\x9F\x98\x80.com\n"
               "unreadable\tD:\\held.sys\t32\n"
               "unreadable\tD:\\locked\t5\n"
               "skipped\tD:\\loop\n"
-              "infected\tD:\\z" +
-                  std::string(300, 'n') +
-                  "\n"
+              "infected\tD:\\tab?.com\n"
+              "infected\t" +
+                  last +
+                  "\\last.com\n"
                   "item\tD:\\missing\nunreadable\tD:\\missing\t2\n"
                   "item\tD:\\loop\nskipped\tD:\\loop\n" +
-                  Summary("items=3\tfolders=4\tfiles=3\tinfected=2\tunreadable=3\tskipped=2"));
-    EXPECT_FALSE(files.nodes.contains(kList));
-    EXPECT_EQ(files.created, std::vector<std::u16string>{std::u16string(kReport) + u".part"});
-    EXPECT_EQ(files.OpenHandles() + files.Misuses(), 0U);
-}
-
-TEST(ScanAgent, Walk_ADeepTree_ToItsEndWithOneFolderOpenALevel) {
-    Agent agent;
-    std::u16string path = u"C:\\d";
-    for (int depth = 0; depth < 300; ++depth) {
-        agent.files.PutFolder(path);
-        path += u"\\d";
-    }
-    EXPECT_EQ(agent.RunOn("C:\\d"), ScanExit::Clean);
-    EXPECT_EQ(agent.Report(),
-              "item\tC:\\d\n" + Summary("items=1\tfolders=300\tfiles=0\tinfected=0\tunreadable=0\tskipped=0"));
-    EXPECT_EQ(agent.files.peakFolders, 300U);
+                  Summary("items=3\tfolders=304\tfiles=3\tinfected=3\tunreadable=3\tskipped=2"));
+    EXPECT_FALSE(agent.disk.Exists(kList));
+    EXPECT_EQ(agent.scanFiles.created, std::vector<std::u16string>{std::u16string(kReport) + u".part"});
 }
 
 TEST(ScanAgent, List_LineEndsInvalidTextAndTooLongLines) {
     const std::string fits(HVR::ListReader::kMaximumLineBytes, 'x');
-    const std::string list = "one\r\n\r\ntwo\nb\xFF\xC0\t\r\n" + fits + "\r\n" + fits + "yy\r\nlast\r\n\xED\xA0\x80";
     for (const std::size_t readLimit : {std::size_t{7}, std::size_t{65536}}) {
-        FakeScanFiles files;
-        files.readLimit = readLimit;
-        files.PutFile(kList, list);
-        HVR::ListReader reader(files);
+        Agent agent;
+        agent.files.maximumRead = readLimit;
+        agent.disk.PutFile(kList,
+                           "one\r\n\r\ntwo\nb\xFF\xC0\t\r\n" + fits + "\r\n" + fits + "yy\r\nlast\r\n\xED\xA0\x80");
+        HVR::ListReader reader(agent.scanFiles);
         ASSERT_EQ(reader.Open(kList), SystemError::Success);
-        const std::vector<std::pair<SystemError, std::u16string>> expected{
+        const std::pair<SystemError, std::u16string> expected[] = {
             {SystemError::Success, u"one"},
             {SystemError::Success, u"two"},
             {HVR::ListReader::kInvalidText, u"b\uFFFD\uFFFD\t"},
@@ -184,7 +177,7 @@ TEST(ScanAgent, List_LineEndsInvalidTextAndTooLongLines) {
         }
     }
     Agent agent;
-    agent.files.PutFile(u"C:\\ok", "");
+    agent.disk.PutFile(u"C:\\ok", "");
     EXPECT_EQ(agent.RunOn("b\xFF\t\r\nC:\\ok"), ScanExit::Errors);
     EXPECT_EQ(agent.Report(), "item\tb\xEF\xBF\xBD?\nunreadable\tb\xEF\xBF\xBD?\t1113\nitem\tC:\\ok\n" +
                                   Summary("items=2\tfolders=0\tfiles=1\tinfected=0\tunreadable=1\tskipped=0"));
@@ -193,62 +186,44 @@ TEST(ScanAgent, List_LineEndsInvalidTextAndTooLongLines) {
 TEST(ScanAgent, Report_VariableNamesIt_MissingListIsReported) {
     Agent agent;
     agent.reportVariable = u"E:\\out.txt";
+    agent.disk.PutFolder(u"E:\\");
     EXPECT_EQ(agent.Run(), ScanExit::Errors);
     EXPECT_EQ(agent.Report(u"E:\\out.txt"),
               "unreadable\tC:\\Temp\\ScanList742\t2\n" +
                   Summary("items=0\tfolders=0\tfiles=0\tinfected=0\tunreadable=1\tskipped=0"));
-    EXPECT_EQ(agent.files.nodes.size(), 1U);
 }
 
-TEST(ScanAgent, List_OfAHundredThousandLinesIsWhole) {
+TEST(ScanAgent, List_OfManyLinesIsWhole) {
     Agent agent;
     std::string list;
-    for (int i = 0; i < 100'000; ++i) {
+    for (int i = 0; i < 10'000; ++i) {
         list += "C:\\f" + std::to_string(i) + "\r\n";
     }
-    agent.files.PutFile(u"C:\\f99999", HVR::MakeTestPattern());
+    agent.disk.PutFile(u"C:\\f9999", HVR::MakeTestPattern());
     EXPECT_EQ(agent.RunOn(list), ScanExit::Infected);
     EXPECT_TRUE(
-        agent.Report().ends_with("item\tC:\\f99999\ninfected\tC:\\f99999\n" +
-                                 Summary("items=100000\tfolders=0\tfiles=1\tinfected=1\tunreadable=99999\tskipped=0")));
+        agent.Report().ends_with("item\tC:\\f9999\ninfected\tC:\\f9999\n" +
+                                 Summary("items=10000\tfolders=0\tfiles=1\tinfected=1\tunreadable=9999\tskipped=0")));
 }
 
-TEST(ScanAgent, EveryFailingCall_LeavesNothingOpenAndNeverSaysClean) {
-    const auto stage = [](Agent& agent) {
-        agent.files.PutFolder(u"C:\\d");
-        agent.files.PutFile(u"C:\\d\\f", "x");
-        agent.files.PutFile(kList, "C:\\d\r\n");
-    };
-    std::uint32_t n = 1;
-    for (bool fired = true; fired; ++n) {
-        Agent agent;
-        stage(agent);
-        tests::FaultPlan plan;
-        plan.FailCall(n, SystemError::AccessDenied);
-        agent.files.faults = &plan;
-        const auto exit = agent.Run();
-        fired = plan.Fired();
-        EXPECT_EQ(exit, fired ? ScanExit::Errors : ScanExit::Clean) << "call " << n;
-        EXPECT_EQ(agent.files.OpenHandles() + agent.files.Misuses(), 0U) << "call " << n;
-        EXPECT_FALSE(agent.files.nodes.contains(std::u16string(kReport) + u".part")) << "call " << n;
-        EXPECT_EQ(agent.message.empty(), agent.files.nodes.contains(kReport)) << "call " << n;
-    }
-    EXPECT_GT(n, 12U);
-    n = 1;
-    for (bool fired = true; fired; ++n) {
-        Agent agent;
-        stage(agent);
-        auto exit = ScanExit::Clean;
-        {
+TEST(ScanAgent, EveryFailure_LeavesNothingOpenAndNeverSaysClean) {
+    Sweep(
+        [](auto&& failing, bool memory) {
+            Agent agent;
+            agent.disk.PutFile(u"C:\\d\\f", "x");
+            agent.disk.PutFile(kList, "C:\\d\r\n");
+            auto exit = ScanExit::Clean;
             const auto input = agent.Input();
-            const tests::FailingNew memory(n);
-            exit = HVR::RunScanAgent(input, agent.files, agent.files, agent.message);
-            fired = memory.Fired();
-        }
-        EXPECT_EQ(exit, fired ? ScanExit::Errors : ScanExit::Clean) << "allocation " << n;
-        EXPECT_EQ(agent.files.OpenHandles() + agent.files.Misuses(), 0U) << "allocation " << n;
-    }
-    EXPECT_GT(n, 12U);
+            const bool struck =
+                failing(agent.faults, [&] { exit = HVR::RunScanAgent(input, agent.scanFiles, agent.message); });
+            EXPECT_EQ(exit, struck ? ScanExit::Errors : ScanExit::Clean);
+            if (!memory) {
+                EXPECT_FALSE(agent.disk.Exists(std::u16string(kReport) + u".part"));
+                EXPECT_EQ(agent.message.empty(), agent.disk.Exists(kReport));
+            }
+        },
+        SystemError::AccessDenied);
 }
 
 }  // namespace
+}  // namespace tests

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/fakes/FailingNew.h"
+#include "companions/settingsstore/SettingsKey.h"
 #include "tests/tslib/PathWorld.h"
 #include "tslib/VaneRef.h"
 
@@ -10,27 +10,22 @@ namespace tests {
 namespace {
 
 using namespace tsLib;
-using namespace tsLib::platform;
 
 const std::u16string kTop = PathWorld::kHive + u"\\" + PathWorld::kSilo + u"\\Settings";
 
+std::u16string Long(std::size_t length) { return std::u16string(length, u'n'); }
+
 class SettingsStoreTest : public testing::Test {
 protected:
-    ~SettingsStoreTest() override {
-        EXPECT_EQ(count_.Get(), 1u);  // the store
-        EXPECT_EQ(world_.registry.OpenHandles(), 0u);
-        EXPECT_EQ(world_.registry.Misuses(), 0u);
-    }
-    VaneRef<ISettingsKey> Writable(const char16_t* key) {
+    ~SettingsStoreTest() override { EXPECT_EQ(count_.Get(), 1U); }  // the store
+    VaneRef<ISettingsKey> Writable(const std::u16string& key) {
         VaneRef<ISettingsKey> opened;
-        EXPECT_EQ(store_->OpenForWriting(key, opened.Receive()), VaneResult::Success);
+        EXPECT_EQ(store_->OpenForWriting(key.c_str(), opened.Receive()), VaneResult::Success);
         return opened;
     }
     PathWorld world_;
     ModuleObjectCount count_;
-    VaneRef<ISettingsStore> store_{MakeCounted<HVR::CSettingsStore>(
-        count_, HVR::SettingsStoreSeam{world_.registry, world_.registry, world_.registry, world_.trace,
-                                       world_.isolation, count_})};
+    VaneRef<ISettingsStore> store_{MakeCounted<HVR::CSettingsStore>(count_, world_, world_.isolation, count_)};
 };
 
 TEST_F(SettingsStoreTest, WrittenValues_AreReadBackFromTheInstallationsRoot) {
@@ -40,19 +35,19 @@ TEST_F(SettingsStoreTest, WrittenValues_AreReadBackFromTheInstallationsRoot) {
     EXPECT_EQ(key->WriteText(nullptr, u""), VaneResult::Success);
     const auto* stored = world_.registry.Find(PathWorld::kMachine, kTop + u"\\product\\sub", u"name", kKeyView32);
     ASSERT_NE(stored, nullptr);
-    EXPECT_EQ(stored->data, TextValue(u"G\u00FCte \xD800").data);
+    EXPECT_EQ(stored->data, StoredText(u"G\u00FCte \xD800").data);
 
     VaneRef<ISettingsKey> reading;
     ASSERT_EQ(store_->OpenForReading(u"product\\SUB", reading.Receive()), VaneResult::Success);
-    EXPECT_EQ(count_.Get(), 3u);
+    EXPECT_EQ(count_.Get(), 3U);
     char16_t text[8] = u"xxxxxxx";
     std::uint32_t length = 9;
     std::uint32_t number = 0;
     EXPECT_EQ(reading->ReadText(u"NAME", text, 8, &length), VaneResult::Success);
     EXPECT_EQ(std::u16string(text), u"G\u00FCte \xD800");
-    EXPECT_EQ(length, 6u);
+    EXPECT_EQ(length, 6U);
     EXPECT_EQ(reading->ReadText(u"", text, 1, &length), VaneResult::Success);
-    EXPECT_EQ(length, 0u);
+    EXPECT_EQ(length, 0U);
     EXPECT_EQ(reading->ReadNumber(u"Number", &number), VaneResult::Success);
     EXPECT_EQ(number, 0xFFFFFFFF);
     EXPECT_EQ(reading->ReadNumber(u"Name", &number), kSettingOtherType);
@@ -63,69 +58,65 @@ TEST_F(SettingsStoreTest, WrittenValues_AreReadBackFromTheInstallationsRoot) {
     EXPECT_EQ(reading->DeleteValue(u"Name"), kSettingDenied);
     EXPECT_EQ(key->DeleteValue(u"Name"), VaneResult::Success);
     EXPECT_EQ(key->DeleteValue(u"Name"), kSettingMissing);
-    EXPECT_EQ(reading->ReadText(u"Name", text, 8, nullptr), kSettingMissing);
 }
 
-TEST_F(SettingsStoreTest, TextThatDoesNotFit_IsCutAndItsLengthTold) {
+TEST_F(SettingsStoreTest, Texts_AreCutToTheirPlace_AndLimited) {
     const auto key = Writable(u"K");
     EXPECT_EQ(key->WriteText(u"T", u"12345"), VaneResult::Success);
-    struct Row {
+    const struct {
         std::uint32_t capacity;
         VaneResult result;
         std::u16string text;
-    };
-    const Row rows[] = {{6, VaneResult::Success, u"12345"},
-                        {5, kSettingTooLong, u"1234"},
-                        {1, kSettingTooLong, u""},
-                        {0, kSettingTooLong, u"untouched"}};
-    for (const Row& row : rows) {
+    } table[] = {{6, VaneResult::Success, u"12345"},
+                 {5, kSettingTooLong, u"1234"},
+                 {1, kSettingTooLong, u""},
+                 {0, kSettingTooLong, u"untouched"}};
+    for (const auto& row : table) {
         char16_t text[16] = u"untouched";
         std::uint32_t length = 0;
         EXPECT_EQ(key->ReadText(u"T", text, row.capacity, &length), row.result);
         EXPECT_EQ(std::u16string(text), row.text);
-        EXPECT_EQ(length, 5u);
+        EXPECT_EQ(length, 5U);
     }
     EXPECT_EQ(key->ReadText(u"T", nullptr, 0, nullptr), kSettingTooLong);
     EXPECT_EQ(key->ReadText(u"T", nullptr, 1, nullptr), VaneResult::InvalidArgument);
-    EXPECT_EQ(key->WriteText(u"T", std::u16string(32768, u'x').c_str()), kSettingTooLong);
-    EXPECT_EQ(key->WriteText(u"T", std::u16string(32767, u'x').c_str()), VaneResult::Success);
-    std::u16string text(32768, u'\0');
-    EXPECT_EQ(key->ReadText(u"T", text.data(), 32768, nullptr), VaneResult::Success);
-    EXPECT_EQ(key->WriteText(std::u16string(16384, u'n').c_str(), u"x"), VaneResult::InvalidArgument);
-    EXPECT_EQ(key->WriteText(u"T", nullptr), VaneResult::InvalidArgument);
     EXPECT_EQ(key->ReadNumber(u"T", nullptr), VaneResult::InvalidArgument);
+    EXPECT_EQ(key->WriteText(u"T", nullptr), VaneResult::InvalidArgument);
+    EXPECT_EQ(key->WriteText(u"T", Long(32768).c_str()), kSettingTooLong);
+    EXPECT_EQ(key->WriteText(u"T", Long(32767).c_str()), VaneResult::Success);
+    EXPECT_EQ(key->WriteNumber(Long(16384).c_str(), 1), VaneResult::InvalidArgument);
+    EXPECT_EQ(key->WriteNumber(Long(16383).c_str(), 1), VaneResult::Success);
 }
 
 TEST_F(SettingsStoreTest, Enumeration_NamesSubkeysAsWritten) {
-    static_cast<void>(Writable(u"A\\Beta"));
-    static_cast<void>(Writable(u"A\\alpha\\deeper"));
+    Writable(u"A\\Beta");
+    Writable(u"A\\alpha\\deeper");
+    Writable(u"A\\" + Long(255));
     VaneRef<ISettingsEnumeration> list;
-    ASSERT_EQ(store_->OpenForEnumeration(u"", list.Receive()), VaneResult::Success);
     std::uint32_t count = 0;
+    ASSERT_EQ(store_->OpenForEnumeration(u"", list.Receive()), VaneResult::Success);
     EXPECT_EQ(list->SubkeyCount(&count), VaneResult::Success);
-    EXPECT_EQ(count, 1u);
+    EXPECT_EQ(count, 1U);
     ASSERT_EQ(store_->OpenForEnumeration(u"a", list.Receive()), VaneResult::Success);
     EXPECT_EQ(list->SubkeyCount(&count), VaneResult::Success);
-    EXPECT_EQ(count, 2u);
+    EXPECT_EQ(count, 3U);
     char16_t name[6] = u"";
     std::uint32_t length = 0;
     EXPECT_EQ(list->SubkeyName(0, name, 6, &length), VaneResult::Success);
     EXPECT_EQ(std::u16string(name), u"alpha");
     EXPECT_EQ(list->SubkeyName(1, name, 4, &length), kSettingTooLong);
     EXPECT_EQ(std::u16string(name), u"Bet");
-    EXPECT_EQ(length, 4u);
-    EXPECT_EQ(list->SubkeyName(2, name, 6, &length), kSettingMissing);
+    EXPECT_EQ(length, 4U);
+    EXPECT_EQ(list->SubkeyName(2, nullptr, 0, &length), kSettingTooLong);
+    EXPECT_EQ(length, 255U);
+    EXPECT_EQ(list->SubkeyName(3, name, 6, &length), kSettingMissing);
     EXPECT_EQ(list->SubkeyName(0, nullptr, 6, &length), VaneResult::InvalidArgument);
     EXPECT_EQ(list->SubkeyCount(nullptr), VaneResult::InvalidArgument);
 }
 
 TEST_F(SettingsStoreTest, DeleteKey_TakesTheTreeAndNothingElse) {
-    static_cast<void>(Writable(u"A\\B\\C"));
-    static_cast<void>(Writable(u"A\\BB"));
-    for (const char16_t* key : {u"", u"\\", u"A\\", u"\\A", u"A\\\\B"}) {
-        EXPECT_EQ(store_->DeleteKey(key), VaneResult::InvalidArgument);
-    }
-    EXPECT_EQ(store_->DeleteKey(nullptr), VaneResult::InvalidArgument);
+    Writable(u"A\\B\\C");
+    Writable(u"A\\BB");
     EXPECT_EQ(store_->DeleteKey(u"a\\b"), VaneResult::Success);
     EXPECT_EQ(store_->DeleteKey(u"a\\b"), kSettingMissing);
     VaneRef<ISettingsKey> key;
@@ -133,46 +124,66 @@ TEST_F(SettingsStoreTest, DeleteKey_TakesTheTreeAndNothingElse) {
     EXPECT_EQ(store_->OpenForReading(u"A\\BB", key.Receive()), VaneResult::Success);
 }
 
-TEST_F(SettingsStoreTest, KeysThatCannotBeOpened_SayWhy) {
+TEST_F(SettingsStoreTest, KeyNames_HaveOneForm) {
     VaneRef<ISettingsKey> key;
-    const std::u16string fits = std::u16string(255, u'n') + u"\\" + std::u16string(255, u'n');
-    EXPECT_EQ(store_->OpenForReading(fits.c_str(), key.Receive()), kSettingMissing);
-    for (const std::u16string& name : {std::u16string(256, u'n'), u"a\\" + std::u16string(256, u'n'), std::u16string(),
-                                       std::u16string(u"a\\\\b"), std::u16string(u"\\a"), std::u16string(u"a\\")}) {
+    std::u16string longest = Long(255);
+    while (longest.size() < 4095) {
+        longest += u"\\" + Long(255);
+    }
+    ASSERT_EQ(longest.size(), 4095U);
+    longest.replace(0, 1, u"n\\");
+    EXPECT_EQ(store_->OpenForReading(longest.c_str(), key.Receive()), kSettingMissing);
+    for (const std::u16string& name :
+         {longest + u"n", Long(256), u"a\\" + Long(256), Long(256) + u"\\a", std::u16string(), std::u16string(u"\\"),
+          std::u16string(u"a\\\\b"), std::u16string(u"\\a"), std::u16string(u"a\\")}) {
         EXPECT_EQ(store_->OpenForReading(name.c_str(), key.Receive()), VaneResult::InvalidArgument);
         EXPECT_EQ(store_->OpenForWriting(name.c_str(), key.Receive()), VaneResult::InvalidArgument);
+        EXPECT_EQ(store_->DeleteKey(name.c_str()), VaneResult::InvalidArgument);
     }
+    VaneRef<ISettingsEnumeration> list;
+    EXPECT_EQ(store_->OpenForEnumeration(u"\\", list.Receive()), VaneResult::InvalidArgument);
+    EXPECT_EQ(store_->OpenForEnumeration(nullptr, list.Receive()), VaneResult::InvalidArgument);
+    EXPECT_EQ(store_->OpenForEnumeration(u"a", nullptr), VaneResult::InvalidArgument);
     EXPECT_EQ(store_->OpenForReading(nullptr, key.Receive()), VaneResult::InvalidArgument);
     EXPECT_EQ(store_->OpenForReading(u"a", nullptr), VaneResult::InvalidArgument);
-    EXPECT_EQ(store_->OpenForEnumeration(u"a", nullptr), VaneResult::InvalidArgument);
+    EXPECT_EQ(store_->DeleteKey(nullptr), VaneResult::InvalidArgument);
+}
+
+TEST_F(SettingsStoreTest, Failures_HaveResultsOfTheirOwn) {
+    const std::pair<std::uint32_t, VaneResult> table[] = {{0, VaneResult::Success},
+                                                          {2, kSettingMissing},
+                                                          {3, kSettingMissing},
+                                                          {5, kSettingDenied},
+                                                          {8, VaneResult::OutOfMemory},
+                                                          {13, kSettingOtherType},
+                                                          {31, VaneResult::InternalFailure},
+                                                          {234, kSettingTooLong},
+                                                          {259, kSettingMissing},
+                                                          {1630, kSettingOtherType}};
+    for (const auto& [error, result] : table) {
+        EXPECT_EQ(HVR::SettingsResult(SystemError{error}), result) << error;
+    }
     world_.registry.FailOpening(PathWorld::kMachine, kTop + u"\\closed", SystemError::AccessDenied, kKeyView32);
+    VaneRef<ISettingsKey> key;
     EXPECT_EQ(store_->OpenForWriting(u"closed", key.Receive()), kSettingDenied);
-    EXPECT_EQ(store_->OpenForReading(u"closed", key.Receive()), kSettingDenied);
     EXPECT_FALSE(key);
 
     PathWorld lost;
-    lost.files.Remove(PathWorld::kIni);
-    const VaneRef<ISettingsStore> store(MakeCounted<HVR::CSettingsStore>(
-        count_,
-        HVR::SettingsStoreSeam{lost.registry, lost.registry, lost.registry, lost.trace, lost.isolation, count_}));
+    lost.disk.Remove(PathWorld::kIni);
+    const VaneRef<ISettingsStore> store(MakeCounted<HVR::CSettingsStore>(count_, lost, lost.isolation, count_));
     EXPECT_EQ(store->OpenForWriting(u"a", key.Receive()), kSettingsUnavailable);
     EXPECT_EQ(store->DeleteKey(u"a"), kSettingsUnavailable);
 }
 
-TEST_F(SettingsStoreTest, FaultAndMemorySweeps_LeakNothing) {
-    static_cast<void>(Writable(u"A\\B")->WriteText(u"T", u"text"));
-    world_.ShareFaults();
+TEST_F(SettingsStoreTest, EveryFailure_LeaksNothing) {
+    EXPECT_EQ(Writable(u"A\\B")->WriteText(u"T", u"text"), VaneResult::Success);
     const auto use = [&] {
         VaneRef<ISettingsEnumeration> list;
         VaneRef<ISettingsKey> key;
         char16_t text[16];
         std::uint32_t count = 0;
         VaneResult result = store_->OpenForEnumeration(u"A", list.Receive());
-        const auto then = [&](auto&& step) {
-            if (Succeeded(result)) {
-                result = step();
-            }
-        };
+        const auto then = [&](auto&& step) { result = Succeeded(result) ? step() : result; };
         then([&] { return list->SubkeyCount(&count); });
         then([&] { return list->SubkeyName(0, text, 16, nullptr); });
         then([&] { return store_->OpenForWriting(u"A\\B", key.Receive()); });
@@ -182,26 +193,14 @@ TEST_F(SettingsStoreTest, FaultAndMemorySweeps_LeakNothing) {
         then([&] { return store_->DeleteKey(u"A\\C"); });
         return result;
     };
-    for (const bool memory : {false, true}) {
-        bool fired = true;
-        for (std::uint32_t n = 1; fired; ++n) {
-            VaneResult result = VaneResult::Success;
-            if (memory) {
-                const FailingNew failing(n);
-                result = use();
-                fired = failing.Fired();
-            } else {
-                world_.faults.FailCall(n, SystemError::AccessDenied);
-                result = use();
-                fired = world_.faults.Fired();
-                world_.faults.Disarm();
-            }
-            EXPECT_EQ(result, !fired ? VaneResult::Success : memory ? VaneResult::OutOfMemory : kSettingDenied) << n;
-            EXPECT_EQ(count_.Get(), 1u) << n;
-            EXPECT_EQ(world_.registry.OpenHandles(), 0u) << n;
-            ASSERT_LT(n, 500u);
-        }
-    }
+    const auto round = [&](auto&& failing, bool memory) {
+        VaneResult result = VaneResult::Success;
+        const bool struck = failing(world_.faults, [&] { result = use(); });
+        EXPECT_EQ(result, !struck ? VaneResult::Success : memory ? VaneResult::OutOfMemory : kSettingDenied);
+        EXPECT_EQ(count_.Get(), 1U);
+        EXPECT_EQ(world_.OpenHandles(), 0U);
+    };
+    Sweep(round, SystemError::AccessDenied);
 }
 
 }  // namespace

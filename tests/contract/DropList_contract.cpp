@@ -3,8 +3,6 @@
 namespace tests {
 namespace {
 
-using namespace tsLib::platform;
-
 class DropListContract : public ContractTest {
 protected:
     static std::vector<std::u16string> ReadAll(DropList& list) {

@@ -1,27 +1,37 @@
+#include <algorithm>
+
 #include "tests/contract/ContractPlatform.h"
 
 namespace tests {
 namespace {
 
-using namespace tsLib::platform;
-
-constexpr std::uint32_t kFolder = 0x10;
-
 class FilesContract : public ContractTest {
 protected:
+    OwnedFile Open(const std::u16string& name, FileSharing sharing = FileSharing::Readers,
+                   SystemError expected = SystemError::Success) {
+        OwnedFile file(files);
+        EXPECT_EQ(files.OpenForReading(name, sharing, file.Receive()), expected);
+        return file;
+    }
     std::string ReadAll(const OwnedFile& file, std::size_t step) {
         std::string text;
         std::vector<std::byte> buffer(step);
         std::size_t count = 1;
         while (count != 0) {
-            EXPECT_EQ(seam.files.Read(file.Get(), buffer, count), SystemError::Success);
+            EXPECT_EQ(files.Read(file.Get(), buffer, count), SystemError::Success);
             text.append(reinterpret_cast<const char*>(buffer.data()), count);
         }
         return text;
     }
+    std::uint32_t Attributes(const std::u16string& name) {
+        std::uint32_t attributes = 0;
+        EXPECT_EQ(files.Attributes(name, attributes), SystemError::Success) << testing::PrintToString(name);
+        return attributes;
+    }
 
-    const std::u16string folder = contract.ScratchFolder();
+    Files& files = platform.files;
     const std::u16string path = folder + u"file.txt";
+    FoundEntry entry{7, u"before"};
 };
 
 TEST_F(FilesContract, WhatIsMissing_SaysWhatIsMissing_AndTouchesNothing) {
@@ -42,13 +52,12 @@ TEST_F(FilesContract, WhatIsMissing_SaysWhatIsMissing_AndTouchesNothing) {
         std::uint32_t attributes = 0x5A5A;
         FileHandle file{0x5A5A};
         // Some file systems take a name of any length, and then it is just not there.
-        const bool tooLong = row.path.size() > 300;
-        const auto expect = [&](SystemError error) {
-            EXPECT_TRUE(error == row.error || (tooLong && error == SystemError::FileNotFound))
+        const bool isTooLong = row.path.size() > 300;
+        for (const SystemError error :
+             {files.Attributes(row.path, attributes), files.OpenForReading(row.path, FileSharing::Readers, file)}) {
+            EXPECT_TRUE(error == row.error || (isTooLong && error == SystemError::FileNotFound))
                 << error << " for " << testing::PrintToString(row.path);
-        };
-        expect(seam.files.Attributes(row.path, attributes));
-        expect(seam.files.OpenForReading(row.path, file));
+        }
         EXPECT_EQ(attributes, 0x5A5AU);
         EXPECT_EQ(file, FileHandle{0x5A5A});
     }
@@ -57,87 +66,92 @@ TEST_F(FilesContract, WhatIsMissing_SaysWhatIsMissing_AndTouchesNothing) {
 TEST_F(FilesContract, Attributes_TellFoldersFromFiles) {
     contract.PutFile(path, "x");
     contract.MakeFolder(folder + u"sub");
-    std::uint32_t attributes = 0;
-    EXPECT_EQ(seam.files.Attributes(path, attributes), SystemError::Success);
-    EXPECT_EQ(attributes & kFolder, 0U);
+    EXPECT_EQ(Attributes(path) & kAttributeDirectory, 0U);
     for (const std::u16string name : {u"sub", u"sub\\", u"SUB"}) {
-        attributes = 0;
-        EXPECT_EQ(seam.files.Attributes(folder + name, attributes), SystemError::Success);
-        EXPECT_EQ(attributes & kFolder, kFolder);
+        EXPECT_EQ(Attributes(folder + name) & kAttributeDirectory, kAttributeDirectory);
     }
-    FileHandle file{};
-    EXPECT_EQ(seam.files.OpenForReading(folder + u"sub", file), SystemError::AccessDenied);
+    Open(folder + u"sub", FileSharing::Readers, SystemError::AccessDenied);
 }
 
 TEST_F(FilesContract, Reading_GivesAllBytes_InAnySteps) {
-    const std::string bytes("one\r\n\0\x1A\xFFtwo", 11);
-    contract.PutFile(path, bytes);
-    for (const std::size_t step : {1U, 4U, 11U, 4096U}) {
-        OwnedFile file(seam.files);
-        ASSERT_EQ(seam.files.OpenForReading(path, file.Receive()), SystemError::Success);
-        std::uint64_t size = 0;
-        EXPECT_EQ(seam.files.Size(file.Get(), size), SystemError::Success);
-        EXPECT_EQ(size, bytes.size());
-        EXPECT_EQ(ReadAll(file, step), bytes) << step;
+    for (const std::string& bytes : {std::string("one\r\n\0\x1A\xFFtwo", 11), std::string()}) {
+        contract.PutFile(path, bytes);
+        for (const std::size_t step : {1U, 4U, 11U, 4096U}) {
+            const OwnedFile file = Open(path);
+            std::uint64_t size = 9;
+            EXPECT_EQ(files.Size(file.Get(), size), SystemError::Success);
+            EXPECT_EQ(size, bytes.size());
+            EXPECT_EQ(ReadAll(file, step), bytes) << step;
+        }
     }
-}
-
-TEST_F(FilesContract, EmptyFile_EndsAtOnce) {
-    contract.PutFile(path, "");
-    OwnedFile file(seam.files);
-    ASSERT_EQ(seam.files.OpenForReading(path, file.Receive()), SystemError::Success);
-    std::uint64_t size = 9;
-    EXPECT_EQ(seam.files.Size(file.Get(), size), SystemError::Success);
-    EXPECT_EQ(size, 0U);
-    EXPECT_EQ(ReadAll(file, 16), "");
 }
 
 TEST_F(FilesContract, Names_AreUnicode_OfAnyLength_InAnyLetterCase) {
-    std::u16string deep = folder;
-    for (int i = 0; i < 6; ++i) {
-        deep += std::u16string(50, u'd') + u"\\";
-        contract.MakeFolder(deep);
+    const std::u16string deep = MakeDeepFolder();
+    contract.PutFile(folder + u"Gr\u00FC\u00DFe \u4F60\u597D \U0001F600.txt", "found");
+    contract.PutFile(deep + u"File.txt", "found");
+    for (const std::u16string& name : {folder + u"GR\u00FC\u00DFe \u4F60\u597D \U0001F600.txt", deep + u"file.TXT"}) {
+        EXPECT_EQ(ReadAll(Open(name), 16), "found");
+        Attributes(name);
     }
-    const std::u16string names[] = {folder + u"Gr\u00FC\u00DFe \u4F60\u597D \U0001F600.txt", deep + u"file.txt"};
-    for (const std::u16string& name : names) {
-        contract.PutFile(name, "found");
-        OwnedFile file(seam.files);
-        ASSERT_EQ(seam.files.OpenForReading(name, file.Receive()), SystemError::Success);
-        EXPECT_EQ(ReadAll(file, 16), "found");
-        std::uint32_t attributes = 0;
-        EXPECT_EQ(seam.files.Attributes(name, attributes), SystemError::Success);
-    }
-    contract.PutFile(path, "x");
-    std::uint32_t attributes = 0;
-    EXPECT_EQ(seam.files.Attributes(folder + u"FILE.TXT", attributes), SystemError::Success);
-    EXPECT_EQ(seam.files.Attributes(deep + u"FILE.txt", attributes), SystemError::Success);
+    OwnedSearch search(files);
+    EXPECT_EQ(files.FindFirst(deep + u"fILE.txt", search.Receive(), entry), SystemError::Success);
+    EXPECT_EQ(entry.name, u"File.txt");
 }
 
-TEST_F(FilesContract, AnOpenFile_CannotBeChanged_ButReadByOthers) {
+// Whoever writes here shares everything.
+TEST_F(FilesContract, Sharing_DecidesWhoElseMayHaveTheFile) {
     contract.PutFile(path, "kept");
-    {
-        OwnedFile file(seam.files);
-        ASSERT_EQ(seam.files.OpenForReading(path, file.Receive()), SystemError::Success);
-        EXPECT_EQ(contract.TryOpenForWriting(path), SystemError::SharingViolation);
-        EXPECT_EQ(contract.TryRemove(path), SystemError::SharingViolation);
-        EXPECT_TRUE(Failed(contract.TryReplace(path)));
-        OwnedFile second(seam.files);
-        EXPECT_EQ(seam.files.OpenForReading(path, second.Receive()), SystemError::Success);
-        EXPECT_EQ(ReadAll(file, 16), "kept");
+    for (const FileSharing sharing : {FileSharing::Readers, FileSharing::ReadersAndWriters}) {
+        const bool alone = sharing == FileSharing::Readers;
+        const SystemError whenAlone = alone ? SystemError::SharingViolation : SystemError::Success;
+        {
+            const OwnedFile file = Open(path, sharing);
+            EXPECT_EQ(contract.TryWrite(path), whenAlone);
+            EXPECT_EQ(contract.TryRemove(path), SystemError::SharingViolation);
+            EXPECT_TRUE(Failed(contract.TryReplace(path)));
+            Open(path, sharing);
+            EXPECT_EQ(ReadAll(file, 16), "kept");
+        }
+        EXPECT_EQ(contract.TryWrite(path), SystemError::Success);
+        const auto writer = contract.HoldForWriting(path);
+        Open(path, sharing, whenAlone);
     }
-    EXPECT_EQ(contract.TryOpenForWriting(path), SystemError::Success);
+    EXPECT_EQ(contract.TryRemove(path), SystemError::Success);
 }
 
-TEST_F(FilesContract, AFileOpenForWriting_IsASharingViolation) {
-    contract.PutFile(path, "x");
-    FileHandle file{};
-    {
-        const auto writer = contract.HoldForWriting(path);
-        EXPECT_EQ(seam.files.OpenForReading(path, file), SystemError::SharingViolation);
-        EXPECT_EQ(file, FileHandle{});
+TEST_F(FilesContract, ASearch_FindsEverythingInAFolder_OnceEach) {
+    contract.PutFile(folder + u"File.txt", "x");
+    contract.PutFile(folder + u"no extension \u00E9\u4E2D", "x");
+    contract.MakeFolder(folder + u"1033");
+    OwnedSearch search(files);
+    std::vector<std::u16string> names;
+    std::vector<std::u16string> folders;
+    SystemError error = files.FindFirst(folder + u"*.*", search.Receive(), entry);
+    for (; Succeeded(error); error = files.FindNext(search.Get(), entry)) {
+        names.push_back(entry.name);
+        if ((entry.attributes & kAttributeDirectory) != 0) {
+            folders.push_back(entry.name);
+        }
     }
-    ASSERT_EQ(seam.files.OpenForReading(path, file), SystemError::Success);
-    seam.files.Close(file);
+    EXPECT_EQ(error, SystemError::NoMoreFiles);
+    std::ranges::sort(names);
+    std::ranges::sort(folders);
+    EXPECT_EQ(names, (std::vector<std::u16string>{u".", u"..", u"1033", u"File.txt", u"no extension \u00E9\u4E2D"}));
+    EXPECT_EQ(folders, (std::vector<std::u16string>{u".", u"..", u"1033"}));
+
+    ASSERT_EQ(files.FindFirst(folder + u"fILE.TXT", search.Receive(), entry), SystemError::Success);
+    EXPECT_EQ(files.FindNext(search.Get(), entry), SystemError::NoMoreFiles);
+    EXPECT_EQ(entry.name, u"File.txt");
+}
+
+TEST_F(FilesContract, ASearchForWhatIsMissing_SaysWhatIsMissing_AndTouchesNothing) {
+    SearchHandle search{};
+    EXPECT_EQ(files.FindFirst(folder + u"none", search, entry), SystemError::FileNotFound);
+    EXPECT_EQ(files.FindFirst(folder + u"none\\*.*", search, entry), SystemError::PathNotFound);
+    EXPECT_EQ(search, SearchHandle{});
+    EXPECT_EQ(entry.attributes, 7U);
+    EXPECT_EQ(entry.name, u"before");
 }
 
 }  // namespace

@@ -3,9 +3,10 @@
 namespace tests {
 namespace {
 
-using namespace tsLib::platform;
-
-class PathFormsContract : public ContractTest {};
+class PathFormsContract : public ContractTest {
+protected:
+    PathForms& forms = platform.pathForms;
+};
 
 TEST_F(PathFormsContract, ExpandEnvironment_ReplacesKnownNamesOnly) {
     contract.SetEnvironment(u"HVR_ONE", u"1st");
@@ -30,44 +31,43 @@ TEST_F(PathFormsContract, ExpandEnvironment_ReplacesKnownNamesOnly) {
     };
     for (const auto& row : rows) {
         std::u16string expanded = u"before";
-        EXPECT_EQ(seam.paths.ExpandEnvironment(row.text, expanded), SystemError::Success);
+        EXPECT_EQ(forms.ExpandEnvironment(row.text, expanded), SystemError::Success);
         EXPECT_EQ(expanded, row.expanded) << testing::PrintToString(row.text);
     }
     std::u16string expanded = u"before";
-    EXPECT_EQ(seam.paths.ExpandEnvironment(std::u16string(u"a\0b", 3), expanded), SystemError::InvalidParameter);
+    EXPECT_EQ(forms.ExpandEnvironment(std::u16string(u"a\0b", 3), expanded), SystemError::InvalidParameter);
     EXPECT_EQ(expanded, u"before");
 }
 
 TEST_F(PathFormsContract, LongPath_OfWhatExists_HasItsLongNames) {
-    const std::u16string folder = contract.ScratchFolder();
     contract.PutFile(folder + u"A name that is long.text", "x");
     std::u16string path;
-    ASSERT_EQ(seam.paths.LongPath(folder + u"A name that is long.text", path), SystemError::Success);
+    ASSERT_EQ(forms.LongPath(folder + u"A name that is long.text", path), SystemError::Success);
     EXPECT_EQ(path.substr(path.rfind(u'\\')), u"\\A name that is long.text");
     for (const std::u16string& other : {contract.ShortForm(path), path}) {
         std::u16string longPath;
-        EXPECT_EQ(seam.paths.LongPath(other, longPath), SystemError::Success);
+        EXPECT_EQ(forms.LongPath(other, longPath), SystemError::Success);
         EXPECT_EQ(longPath, path);
     }
     std::u16string longPath = path;
     for (const std::u16string name : {u"none", u"none\\none"}) {
-        EXPECT_TRUE(Failed(seam.paths.LongPath(contract.ScratchFolder() + name, longPath)));
+        EXPECT_TRUE(Failed(forms.LongPath(folder + name, longPath)));
     }
-    EXPECT_TRUE(Failed(seam.paths.LongPath(u"", longPath)));
+    EXPECT_TRUE(Failed(forms.LongPath(u"", longPath)));
     EXPECT_EQ(longPath, path);
 }
 
 TEST_F(PathFormsContract, DosDeviceTarget_OfDrives) {
     std::u16string capital;
-    ASSERT_EQ(seam.paths.DosDeviceTarget(u'C', capital), SystemError::Success);
+    ASSERT_EQ(forms.DosDeviceTarget(u'C', capital), SystemError::Success);
     EXPECT_TRUE(capital.starts_with(u"\\Device\\"));
     std::u16string small;
-    EXPECT_EQ(seam.paths.DosDeviceTarget(u'c', small), SystemError::Success);
+    EXPECT_EQ(forms.DosDeviceTarget(u'c', small), SystemError::Success);
     EXPECT_EQ(small, capital);
     std::u16string target = u"before";
-    EXPECT_EQ(seam.paths.DosDeviceTarget(u'Q', target), SystemError::FileNotFound);
+    EXPECT_EQ(forms.DosDeviceTarget(u'Q', target), SystemError::FileNotFound);
     for (const char16_t letter : {u'1', u'\0', u'\\', u'[', u'\u00C4'}) {
-        EXPECT_EQ(seam.paths.DosDeviceTarget(letter, target), SystemError::InvalidParameter);
+        EXPECT_EQ(forms.DosDeviceTarget(letter, target), SystemError::InvalidParameter);
     }
     EXPECT_EQ(target, u"before");
 }
@@ -101,7 +101,7 @@ TEST_F(PathFormsContract, Append_PutsOneBackslashBetween) {
     };
     for (const auto& row : rows) {
         std::u16string path = row.path;
-        EXPECT_TRUE(seam.paths.Append(path, row.element));
+        EXPECT_TRUE(forms.Append(path, row.element));
         EXPECT_EQ(path, row.result) << testing::PrintToString(row.path) << " and "
                                     << testing::PrintToString(row.element);
     }
@@ -110,7 +110,7 @@ TEST_F(PathFormsContract, Append_PutsOneBackslashBetween) {
 TEST_F(PathFormsContract, Append_ThatDoesNotFit_IsRefused_AndTouchesNothing) {
     const std::u16string root = u"C:\\";
     std::u16string fits = root + std::u16string(254, u'a');
-    EXPECT_TRUE(seam.paths.Append(fits, u"b"));
+    EXPECT_TRUE(forms.Append(fits, u"b"));
     EXPECT_EQ(fits.size(), 259U);
     const std::u16string nul(u"b\0c", 3);
     const struct {
@@ -125,7 +125,7 @@ TEST_F(PathFormsContract, Append_ThatDoesNotFit_IsRefused_AndTouchesNothing) {
     };
     for (const auto& row : rows) {
         std::u16string path = row.path;
-        EXPECT_FALSE(seam.paths.Append(path, row.element));
+        EXPECT_FALSE(forms.Append(path, row.element));
         EXPECT_EQ(path, row.path);
     }
 }
@@ -154,21 +154,21 @@ TEST_F(PathFormsContract, RemoveFileSpec_CutsTheLastElement_AndKeepsTheRoot) {
     };
     for (const auto& row : rows) {
         std::u16string path = row.path;
-        EXPECT_EQ(seam.paths.RemoveFileSpec(path), row.path != row.result) << testing::PrintToString(row.path);
+        EXPECT_EQ(forms.RemoveFileSpec(path), row.path != row.result) << testing::PrintToString(row.path);
         EXPECT_EQ(path, row.result);
     }
     const std::u16string longer = std::u16string(u"C:\\").append(300, u'a');
     std::u16string path = longer;
     path += u"\\b";
-    EXPECT_TRUE(seam.paths.RemoveFileSpec(path));
+    EXPECT_TRUE(forms.RemoveFileSpec(path));
     EXPECT_EQ(path, longer);
 }
 
 TEST_F(PathFormsContract, IsUncServer_WantsAServerAlone) {
-    EXPECT_TRUE(seam.paths.IsUncServer(u"\\\\server"));
+    EXPECT_TRUE(forms.IsUncServer(u"\\\\server"));
     for (const std::u16string path : {u"\\\\server\\", u"\\\\server\\share", u"\\server", u"server", u"\\", u"",
                                       u"C:\\", u"//server", u"\\\\?\\C:\\x"}) {
-        EXPECT_FALSE(seam.paths.IsUncServer(path)) << testing::PrintToString(path);
+        EXPECT_FALSE(forms.IsUncServer(path)) << testing::PrintToString(path);
     }
 }
 
@@ -181,7 +181,7 @@ TEST_F(PathFormsContract, RemovingAgainAndAgain_Ends) {
     for (const auto& row : rows) {
         std::u16string path = row.path;
         int steps = 0;
-        while (!seam.paths.IsUncServer(path) && seam.paths.RemoveFileSpec(path) && steps < 10) {
+        while (!forms.IsUncServer(path) && forms.RemoveFileSpec(path) && steps < 10) {
             ++steps;
         }
         EXPECT_EQ(steps, row.steps) << testing::PrintToString(row.path);

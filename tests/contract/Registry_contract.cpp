@@ -1,182 +1,236 @@
+#include <algorithm>
+
 #include "tests/contract/ContractPlatform.h"
 #include "tests/fakes/FakeRegistry.h"
 
 namespace tests {
 namespace {
 
-using namespace tsLib::platform;
-
 constexpr std::uint32_t kReadWrite = kKeyRead | kKeyWrite;
-constexpr RegistryKey kUntouched{0x5A5A};
+constexpr auto kMachine = RegistryRoot::LocalMachine;
 
 class RegistryContract : public ContractTest {
 protected:
-    // Makes the key below the scratch key.
+    // Makes the key below the scratch key, with a value "v".
     OwnedRegistryKey Make(const std::u16string& below = u"", std::uint32_t access = kReadWrite | kKeyView64) {
-        OwnedRegistryKey key(seam.registry);
-        EXPECT_EQ(seam.registry.CreateKey(RegistryRoot::LocalMachine, scratch + below, access, key.Receive()),
-                  SystemError::Success);
+        OwnedRegistryKey key(registry);
+        EXPECT_EQ(registry.CreateKey(kMachine, scratch + below, access, key.Receive()), SystemError::Success);
+        EXPECT_EQ(registry.WriteValue(key.Get(), u"v", tsLib::DwordValue(1)), SystemError::Success);
         return key;
     }
-    SystemError Open(const std::u16string& path, std::uint32_t access, OwnedRegistryKey& key) {
-        return seam.registry.OpenKey(RegistryRoot::LocalMachine, path, access, key.Receive());
+    OwnedRegistryKey Open(const std::u16string& below, std::uint32_t access = kKeyRead | kKeyView64,
+                          SystemError expected = SystemError::Success) {
+        OwnedRegistryKey key(registry);
+        EXPECT_EQ(registry.OpenKey(kMachine, scratch + below, access, key.Receive()), expected);
+        return key;
     }
+    bool Exists(const std::u16string& below, std::uint32_t view = kKeyView64) {
+        OwnedRegistryKey key(registry);
+        return Succeeded(registry.OpenKey(kMachine, scratch + below, kKeyRead | view, key.Receive()));
+    }
+    SystemError Read(const OwnedRegistryKey& key, const std::u16string& name) {
+        return registry.ReadValue(key.Get(), name, value);
+    }
+    SystemError DeleteKey(const std::u16string& below) { return registry.DeleteKey(kMachine, scratch + below); }
+    SystemError DeleteTree(const std::u16string& below) { return registry.DeleteTree(kMachine, scratch + below); }
 
+    Registry& registry = platform.registry;
     const std::u16string scratch = contract.ScratchKey();
+    RegistryValue value = tsLib::DwordValue(7);
 };
 
-TEST_F(RegistryContract, MissingKeys_AreFileNotFound_AndTouchNothing) {
-    const OwnedRegistryKey parent = Make();
-    RegistryKey key = kUntouched;
-    EXPECT_EQ(seam.registry.OpenKey(RegistryRoot::LocalMachine, scratch + u"\\no\\such", kKeyRead, key),
+TEST_F(RegistryContract, WhatIsMissing_IsFileNotFound_AndTouchesNothing) {
+    const OwnedRegistryKey made = Make();
+    RegistryKey key{0x5A5A};
+    EXPECT_EQ(registry.OpenKey(kMachine, scratch + u"\\no\\such", kKeyRead, key), SystemError::FileNotFound);
+    EXPECT_EQ(registry.OpenKey(RegistryRoot::ClassesRoot, u"CLSID\\{no such class}\\InprocServer32", kKeyRead, key),
               SystemError::FileNotFound);
-    EXPECT_EQ(
-        seam.registry.OpenKey(RegistryRoot::ClassesRoot, u"CLSID\\{no such class}\\InprocServer32", kKeyRead, key),
-        SystemError::FileNotFound);
-    EXPECT_EQ(seam.registry.OpenSubkey(parent.Get(), u"none", kKeyRead, key), SystemError::FileNotFound);
-    EXPECT_EQ(key, kUntouched);
-}
-
-TEST_F(RegistryContract, MissingValues_AreFileNotFound_AndTouchNothing) {
-    const OwnedRegistryKey key = Make();
-    RegistryValue value = DwordValue(7);
+    EXPECT_EQ(registry.OpenSubkey(made.Get(), u"none", kKeyRead, key), SystemError::FileNotFound);
+    EXPECT_EQ(key, RegistryKey{0x5A5A});
     for (const std::u16string name : {u"none", u""}) {
-        EXPECT_EQ(seam.registry.ReadValue(key.Get(), name, value), SystemError::FileNotFound);
+        EXPECT_EQ(Read(made, name), SystemError::FileNotFound);
     }
-    EXPECT_EQ(seam.registry.DeleteValue(key.Get(), u"none"), SystemError::FileNotFound);
-    EXPECT_EQ(value.data, DwordValue(7).data);
+    EXPECT_EQ(registry.DeleteValue(made.Get(), u"none"), SystemError::FileNotFound);
+    EXPECT_EQ(value.data, tsLib::DwordValue(7).data);
+    EXPECT_EQ(DeleteKey(u"\\none"), SystemError::FileNotFound);
+    EXPECT_EQ(DeleteTree(u"\\none\\deeper"), SystemError::FileNotFound);
 }
 
-TEST_F(RegistryContract, Values_ComeBackAsStored_WhateverTheirType) {
+TEST_F(RegistryContract, Values_ComeBackAsStored_WhateverTheirType_UntilDeleted) {
     const OwnedRegistryKey key = Make();
-    std::vector<RegistryValue> values{
-        TextValue(u"text"),
-        TextValue(u"%TEMP%\\x", kValueExpandText),
-        TextValue(std::u16string(u"a\0\0b", 4)),
-        TextValue({}, kValueText, false),
-        DwordValue(0xFFFFFFFF),
+    // The platform looks behind a text and takes a terminator that it finds there, so none may be there by chance.
+    RegistryValue unterminated = tsLib::TextValue(u"no end, no end");
+    unterminated.data.resize(6 * sizeof(char16_t));
+    const RegistryValue values[] = {
+        tsLib::TextValue(u"text"),
+        StoredText(u"%TEMP%\\x", kValueExpandText),
+        tsLib::TextValue(std::u16string(u"a\0\0b", 4)),
+        StoredText({}, kValueText, false),
+        unterminated,
+        tsLib::DwordValue(0xFFFFFFFF),
         {kValueText, std::vector<std::byte>(5, std::byte{0x41})},  // half a character at the end
         {kValueDword, std::vector<std::byte>(3, std::byte{1})},
         {kValueBinary, std::vector<std::byte>(kMaximumRegistryValueBytes, std::byte{2})},
         {0x7777, std::vector<std::byte>(300, std::byte{3})},
     };
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        const std::u16string name = i == 0 ? u"" : u"value" + std::u16string(i, u'x');
-        ASSERT_EQ(seam.registry.WriteValue(key.Get(), name, values[i]), SystemError::Success) << i;
-        RegistryValue read;
-        ASSERT_EQ(seam.registry.ReadValue(key.Get(), name, read), SystemError::Success) << i;
-        EXPECT_EQ(read.type, values[i].type) << i;
-        EXPECT_EQ(read.data, values[i].data) << i;
+    for (std::size_t i = 0; i < std::size(values); ++i) {
+        const std::u16string name = i == 0 ? u"" : u"Value" + std::u16string(i, u'x');
+        ASSERT_EQ(registry.WriteValue(key.Get(), name, values[i]), SystemError::Success) << i;
+        ASSERT_EQ(Read(key, name), SystemError::Success) << i;
+        EXPECT_EQ(value.type, values[i].type) << i;
+        EXPECT_EQ(value.data, values[i].data) << i;
     }
-}
-
-TEST_F(RegistryContract, UnterminatedText_StaysUnterminated) {
-    const OwnedRegistryKey key = Make();
-    // The platform looks behind the text and takes a terminator that it finds there, so none may be there by chance.
-    RegistryValue unterminated = TextValue(u"no end, no end");
-    unterminated.data.resize(6 * sizeof(char16_t));
-    ASSERT_EQ(seam.registry.WriteValue(key.Get(), u"v", unterminated), SystemError::Success);
-    RegistryValue read;
-    ASSERT_EQ(seam.registry.ReadValue(key.Get(), u"v", read), SystemError::Success);
-    EXPECT_EQ(read.data, TextValue(u"no end", kValueText, false).data);
+    EXPECT_EQ(registry.DeleteValue(key.Get(), u"vALUEx"), SystemError::Success);
+    EXPECT_EQ(Read(key, u"Valuex"), SystemError::FileNotFound);
 }
 
 TEST_F(RegistryContract, LargerValues_AreMoreData_AndCannotBeWritten) {
     const OwnedRegistryKey key = Make();
     const RegistryValue large{kValueBinary, std::vector<std::byte>(kMaximumRegistryValueBytes + 1)};
-    EXPECT_EQ(seam.registry.WriteValue(key.Get(), u"large", large), SystemError::InvalidParameter);
+    EXPECT_EQ(registry.WriteValue(key.Get(), u"large", large), SystemError::InvalidParameter);
     contract.PutBinaryValue(scratch, u"large", large.data.size());
-    RegistryValue value = DwordValue(7);
-    EXPECT_EQ(seam.registry.ReadValue(key.Get(), u"large", value), SystemError::MoreData);
-    EXPECT_EQ(value.data, DwordValue(7).data);
+    EXPECT_EQ(Read(key, u"large"), SystemError::MoreData);
+    EXPECT_EQ(value.data, tsLib::DwordValue(7).data);
 }
 
 TEST_F(RegistryContract, Names_IgnoreLetterCase_AndATrailingBackslash) {
-    const OwnedRegistryKey made = Make(u"\\Some Key");
-    ASSERT_EQ(seam.registry.WriteValue(made.Get(), u"Some Value", DwordValue(1)), SystemError::Success);
-    const OwnedRegistryKey scratchKey = Make();
-    OwnedRegistryKey key(seam.registry);
-    RegistryValue value;
-    for (const std::u16string name : {u"SOME KEY", u"some key", u"Some Key\\"}) {
-        ASSERT_EQ(Open(scratch + u"\\" + name, kKeyRead | kKeyView64, key), SystemError::Success);
-        EXPECT_EQ(seam.registry.ReadValue(key.Get(), u"sOME vALUE", value), SystemError::Success);
-        ASSERT_EQ(seam.registry.OpenSubkey(scratchKey.Get(), name, kKeyRead, key.Receive()), SystemError::Success);
-        EXPECT_EQ(seam.registry.ReadValue(key.Get(), u"some value", value), SystemError::Success);
+    Make(u"\\Some Key\\Deeper");
+    Make(u"\\Some Key");  // opens what exists
+    const OwnedRegistryKey top = Make();
+    for (const std::u16string name : {u"SOME KEY", u"some key\\deeper", u"Some Key\\"}) {
+        EXPECT_EQ(Read(Open(u"\\" + name), u"V"), SystemError::Success);
+        OwnedRegistryKey key(registry);
+        ASSERT_EQ(registry.OpenSubkey(top.Get(), name, kKeyRead, key.Receive()), SystemError::Success);
+        EXPECT_EQ(Read(key, u"V"), SystemError::Success);
     }
 }
 
-TEST_F(RegistryContract, CreateKey_MakesTheWay_AndOpensWhatExists) {
-    {
-        const OwnedRegistryKey deep = Make(u"\\a\\b\\c");
-        ASSERT_EQ(seam.registry.WriteValue(deep.Get(), u"v", DwordValue(1)), SystemError::Success);
-    }
-    OwnedRegistryKey key(seam.registry);
-    EXPECT_EQ(Open(scratch + u"\\a\\b", kKeyRead | kKeyView64, key), SystemError::Success);
-    const OwnedRegistryKey again = Make(u"\\a\\b\\c");
-    RegistryValue value;
-    EXPECT_EQ(seam.registry.ReadValue(again.Get(), u"v", value), SystemError::Success);
+TEST_F(RegistryContract, Views_OfSoftware_AreSeparate_AndNoFlagIsThe64BitView) {
+    Make();
+    Open(u"", kKeyRead);
+    Open(u"", kKeyRead | kKeyView32, SystemError::FileNotFound);
+    const OwnedRegistryKey narrow = Make(u"", kReadWrite | kKeyView32);
+    ASSERT_EQ(registry.WriteValue(narrow.Get(), u"32", tsLib::DwordValue(32)), SystemError::Success);
+    EXPECT_EQ(Read(Open(u""), u"32"), SystemError::FileNotFound);
+    EXPECT_EQ(Read(Open(u"", kKeyRead | kKeyView32), u"32"), SystemError::Success);
 }
 
-TEST_F(RegistryContract, Views_OfSoftware_AreSeparate) {
-    const OwnedRegistryKey wide = Make();
-    OwnedRegistryKey narrow(seam.registry);
-    EXPECT_EQ(Open(scratch, kKeyRead | kKeyView32, narrow), SystemError::FileNotFound);
-    const OwnedRegistryKey made = Make(u"", kReadWrite | kKeyView32);
-    ASSERT_EQ(seam.registry.WriteValue(made.Get(), u"v", DwordValue(32)), SystemError::Success);
-    RegistryValue value;
-    EXPECT_EQ(seam.registry.ReadValue(wide.Get(), u"v", value), SystemError::FileNotFound);
-    ASSERT_EQ(Open(scratch, kKeyRead | kKeyView32, narrow), SystemError::Success);
-    EXPECT_EQ(seam.registry.ReadValue(narrow.Get(), u"v", value), SystemError::Success);
-}
-
-TEST_F(RegistryContract, NoFlag_IsThe64BitView) {
-    const OwnedRegistryKey wide = Make(u"\\only64");
-    OwnedRegistryKey key(seam.registry);
-    EXPECT_EQ(Open(scratch + u"\\only64", kKeyRead, key), SystemError::Success);
-}
-
-TEST_F(RegistryContract, ClassesRoot_ShowsTheMachinesClasses) {
+TEST_F(RegistryContract, ClassesRoot_ShowsTheMachinesClasses_AndCurrentUserIsAHiveOfItsOwn) {
     const std::u16string name = u".halvora-contract";
-    OwnedRegistryKey key(seam.registry);
-    ASSERT_EQ(
-        seam.registry.CreateKey(RegistryRoot::LocalMachine, u"Software\\Classes\\" + name, kReadWrite, key.Receive()),
-        SystemError::Success);
-    ASSERT_EQ(seam.registry.WriteValue(key.Get(), u"", TextValue(u"type")), SystemError::Success);
-    ASSERT_EQ(seam.registry.OpenKey(RegistryRoot::ClassesRoot, name, kKeyRead, key.Receive()), SystemError::Success);
-    RegistryValue value;
-    EXPECT_EQ(seam.registry.ReadValue(key.Get(), u"", value), SystemError::Success);
-    EXPECT_EQ(value.data, TextValue(u"type").data);
+    OwnedRegistryKey key(registry);
+    ASSERT_EQ(registry.CreateKey(kMachine, u"Software\\Classes\\" + name, kReadWrite, key.Receive()),
+              SystemError::Success);
+    EXPECT_EQ(registry.OpenKey(RegistryRoot::ClassesRoot, name, kKeyRead, key.Receive()), SystemError::Success);
+    EXPECT_EQ(registry.DeleteTree(RegistryRoot::ClassesRoot, name), SystemError::Success);
+
+    ASSERT_EQ(registry.CreateKey(RegistryRoot::CurrentUser, scratch + u"\\user", kKeyWrite, key.Receive()),
+              SystemError::Success);
+    EXPECT_FALSE(Exists(u"\\user"));
+    EXPECT_EQ(registry.DeleteTree(RegistryRoot::CurrentUser, scratch), SystemError::Success);
+    EXPECT_EQ(registry.OpenKey(RegistryRoot::CurrentUser, scratch, kKeyRead, key.Receive()), SystemError::FileNotFound);
 }
 
 TEST_F(RegistryContract, KeysOpenedWithoutTheAccess_AreAccessDenied) {
-    const OwnedRegistryKey made = Make();
-    OwnedRegistryKey readOnly(seam.registry);
-    ASSERT_EQ(Open(scratch, kKeyRead | kKeyView64, readOnly), SystemError::Success);
-    EXPECT_EQ(seam.registry.WriteValue(readOnly.Get(), u"v", DwordValue(1)), SystemError::AccessDenied);
-    OwnedRegistryKey writeOnly(seam.registry);
-    ASSERT_EQ(Open(scratch, kKeyWrite | kKeyView64, writeOnly), SystemError::Success);
-    RegistryValue value;
-    EXPECT_EQ(seam.registry.ReadValue(writeOnly.Get(), u"v", value), SystemError::AccessDenied);
-}
-
-TEST_F(RegistryContract, DeletedValues_AreGone) {
-    const OwnedRegistryKey key = Make();
-    ASSERT_EQ(seam.registry.WriteValue(key.Get(), u"v", DwordValue(1)), SystemError::Success);
-    EXPECT_EQ(seam.registry.DeleteValue(key.Get(), u"V"), SystemError::Success);
-    RegistryValue value;
-    EXPECT_EQ(seam.registry.ReadValue(key.Get(), u"v", value), SystemError::FileNotFound);
+    Make();
+    const OwnedRegistryKey readOnly = Open(u"");
+    EXPECT_EQ(registry.WriteValue(readOnly.Get(), u"v", tsLib::DwordValue(1)), SystemError::AccessDenied);
+    EXPECT_EQ(Read(Open(u"", kKeyWrite | kKeyView64), u"v"), SystemError::AccessDenied);
 }
 
 TEST_F(RegistryContract, NamesThatHoldANul_AreRefused) {
     const OwnedRegistryKey made = Make();
     const std::u16string name(u"v\0x", 3);
-    ASSERT_EQ(seam.registry.WriteValue(made.Get(), u"v", DwordValue(1)), SystemError::Success);
-    RegistryValue value;
-    EXPECT_EQ(seam.registry.ReadValue(made.Get(), name, value), SystemError::InvalidParameter);
-    EXPECT_EQ(seam.registry.WriteValue(made.Get(), name, DwordValue(1)), SystemError::InvalidParameter);
-    EXPECT_EQ(seam.registry.DeleteValue(made.Get(), name), SystemError::InvalidParameter);
-    OwnedRegistryKey key(seam.registry);
-    EXPECT_EQ(Open(scratch + std::u16string(u"\0x", 2), kKeyRead, key), SystemError::InvalidParameter);
+    EXPECT_EQ(Read(made, name), SystemError::InvalidParameter);
+    EXPECT_EQ(registry.WriteValue(made.Get(), name, tsLib::DwordValue(1)), SystemError::InvalidParameter);
+    EXPECT_EQ(registry.DeleteValue(made.Get(), name), SystemError::InvalidParameter);
+    Open(std::u16string(u"\0x", 2), kKeyRead, SystemError::InvalidParameter);
+}
+
+TEST_F(RegistryContract, Subkeys_AreCountedAndNamedAsWritten) {
+    const std::u16string longest(255, u'n');
+    std::vector<std::u16string> written{u"Mixed Case", u"b", longest, u"\u00C4\u65E5"};
+    for (const std::u16string& name : written) {
+        Make(u"\\list\\" + name);
+    }
+    Make(u"\\list\\b\\below");
+    const OwnedRegistryKey list = Make(u"\\list");
+    std::uint32_t count = 0;
+    std::uint32_t length = 0;
+    ASSERT_EQ(registry.SubkeyInfo(list.Get(), count, length), SystemError::Success);
+    EXPECT_EQ(length, 255U);
+    std::vector<std::u16string> names(count);
+    for (std::uint32_t i = 0; i < count; ++i) {
+        EXPECT_EQ(registry.SubkeyName(list.Get(), i, length + 1, names[i]), SystemError::Success);
+    }
+    std::ranges::sort(names);
+    EXPECT_EQ(names, written);
+    ASSERT_EQ(registry.SubkeyInfo(Make(u"\\empty").Get(), count, length), SystemError::Success);
+    EXPECT_EQ(count, 0U);
+}
+
+TEST_F(RegistryContract, SubkeysThatDoNotFit_AndIndexesTooHigh_TouchNothing) {
+    Make(u"\\list\\four");
+    const OwnedRegistryKey list = Make(u"\\list");
+    std::u16string name = u"before";
+    EXPECT_EQ(registry.SubkeyName(list.Get(), 0, 4, name), SystemError::MoreData);
+    EXPECT_EQ(registry.SubkeyName(list.Get(), 1, 40, name), SystemError::NoMoreItems);
+    EXPECT_EQ(name, u"before");
+    EXPECT_EQ(registry.SubkeyName(list.Get(), 0, 5, name), SystemError::Success);
+    EXPECT_EQ(name, u"four");
+}
+
+TEST_F(RegistryContract, AKeyWithSubkeys_IsDeletedOnlyAsATree) {
+    Make(u"\\a\\b\\c");
+    Make(u"\\ab");
+    EXPECT_EQ(DeleteKey(u"\\a"), SystemError::KeyHasChildren);
+    EXPECT_TRUE(Exists(u"\\a\\b\\c"));
+    EXPECT_EQ(DeleteKey(u"\\A\\B\\c"), SystemError::Success) << "its values go with it";
+    EXPECT_FALSE(Exists(u"\\a\\b\\c"));
+    EXPECT_EQ(DeleteTree(u"\\a"), SystemError::Success);
+    EXPECT_FALSE(Exists(u"\\a"));
+    EXPECT_TRUE(Exists(u"\\ab"));
+}
+
+TEST_F(RegistryContract, DeletingByAPathWithEmptyElementsOrNuls_IsRefused) {
+    Make();
+    for (const std::u16string& below :
+         {std::u16string(u"\\"), std::u16string(u"\\\\a"), std::u16string(u"\\a\\"), std::u16string(u"\\a\0b", 4)}) {
+        EXPECT_EQ(DeleteKey(below), SystemError::InvalidParameter) << testing::PrintToString(below);
+        EXPECT_EQ(DeleteTree(below), SystemError::InvalidParameter) << testing::PrintToString(below);
+    }
+    for (const char16_t* path : {u"", u"\\", u"\\x"}) {
+        EXPECT_EQ(registry.DeleteTree(RegistryRoot::CurrentUser, path), SystemError::InvalidParameter);
+    }
+    EXPECT_TRUE(Exists(u""));
+}
+
+TEST_F(RegistryContract, DeletingASubkeyTree_TakesAllBelowInItsView_AndNothingBeside) {
+    for (const std::uint32_t view : {kKeyView64, kKeyView32}) {
+        for (const std::u16string below : {u"\\top\\tree\\a\\b", u"\\top\\tree2", u"\\top\\deep\\x\\y"}) {
+            Make(below, kReadWrite | kKeyView64);
+            Make(below, kReadWrite | kKeyView32);
+        }
+        const OwnedRegistryKey top = Make(u"\\top", kReadWrite | view);
+        EXPECT_EQ(registry.DeleteSubkeyTree(top.Get(), u"TREE"), SystemError::Success);
+        EXPECT_FALSE(Exists(u"\\top\\tree", view));
+        EXPECT_TRUE(Exists(u"\\top\\tree\\a\\b", view == kKeyView64 ? kKeyView32 : kKeyView64));
+        EXPECT_EQ(registry.DeleteSubkeyTree(top.Get(), u"deep\\x"), SystemError::Success);
+        EXPECT_TRUE(Exists(u"\\top\\deep", view));
+        EXPECT_FALSE(Exists(u"\\top\\deep\\x", view));
+        EXPECT_EQ(registry.DeleteSubkeyTree(top.Get(), u"none"), SystemError::FileNotFound);
+        EXPECT_EQ(registry.DeleteSubkeyTree(top.Get(), u""), SystemError::InvalidParameter);
+        EXPECT_TRUE(Exists(u"\\top\\tree2", view));
+    }
+}
+
+TEST_F(RegistryContract, AnOpenKeyThatIsDeleted_IsDead_AlsoWhenItIsMadeAgain) {
+    constexpr SystemError kKeyDeleted{1018};
+    const OwnedRegistryKey key = Make(u"\\gone");
+    ASSERT_EQ(DeleteKey(u"\\gone"), SystemError::Success);
+    EXPECT_EQ(Read(key, u"v"), kKeyDeleted);
+    Make(u"\\gone");
+    EXPECT_EQ(Read(key, u"v"), kKeyDeleted);
+    EXPECT_EQ(registry.WriteValue(key.Get(), u"v", tsLib::DwordValue(2)), kKeyDeleted);
 }
 
 }  // namespace

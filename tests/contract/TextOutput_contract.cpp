@@ -3,17 +3,15 @@
 namespace tests {
 namespace {
 
-using namespace tsLib::platform;
-
 class TextOutputContract : public ContractTest {
 protected:
     void TearDown() override {
-        seam.text.Close();
+        text.Close();
         ContractTest::TearDown();
     }
 
-    TextOutput& text = seam.text;
-    const std::u16string path = contract.ScratchFolder() + u"list";
+    TextOutput& text = contract.Text();
+    const std::u16string path = folder + u"list";
 };
 
 TEST_F(TextOutputContract, Lines_AreTheirBytes_ThenCrLf) {
@@ -37,7 +35,7 @@ TEST_F(TextOutputContract, EachLine_IsThereForOthers_BeforeTheClose) {
     EXPECT_EQ(contract.FileText(path), "one\r\ntwo\r\n");
     // One who does not want to share with a writer is refused.
     FileHandle file{};
-    EXPECT_EQ(seam.files.OpenForReading(path, file), SystemError::SharingViolation);
+    EXPECT_EQ(platform.files.OpenForReading(path, FileSharing::Readers, file), SystemError::SharingViolation);
 }
 
 TEST_F(TextOutputContract, AnOlderFile_IsTruncated) {
@@ -50,7 +48,6 @@ TEST_F(TextOutputContract, AnOlderFile_IsTruncated) {
 }
 
 TEST_F(TextOutputContract, WhatCannotBeOpened_IsFailed_AndSwallowsLines) {
-    const std::u16string folder = contract.ScratchFolder();
     contract.MakeFolder(folder + u"sub");
     for (const std::u16string& name : {folder + u"none\\list", folder + u"sub", path + std::u16string(u"\0x", 2)}) {
         EXPECT_EQ(text.Open(name), StreamState::Failed) << testing::PrintToString(name);
@@ -65,8 +62,8 @@ TEST_F(TextOutputContract, WhatCannotBeOpened_IsFailed_AndSwallowsLines) {
 
 TEST_F(TextOutputContract, AFileThatAReaderKeepsFromWriters_IsFailed) {
     contract.PutFile(path, "kept");
-    OwnedFile reader(seam.files);
-    ASSERT_EQ(seam.files.OpenForReading(path, reader.Receive()), SystemError::Success);
+    OwnedFile reader(platform.files);
+    ASSERT_EQ(platform.files.OpenForReading(path, FileSharing::Readers, reader.Receive()), SystemError::Success);
     EXPECT_EQ(text.Open(path), StreamState::Failed);
     EXPECT_EQ(contract.FileText(path), "kept");
 }
@@ -77,7 +74,7 @@ TEST_F(TextOutputContract, ADevice_IsBad) {
 }
 
 TEST_F(TextOutputContract, OpeningAgain_StartsAnew) {
-    EXPECT_EQ(text.Open(contract.ScratchFolder() + u"none\\list"), StreamState::Failed);
+    EXPECT_EQ(text.Open(folder + u"none\\list"), StreamState::Failed);
     ASSERT_EQ(text.Open(path), StreamState::Good);
     text.WriteLine("first");
     ASSERT_EQ(text.Open(path + u"2"), StreamState::Good);

@@ -3,9 +3,10 @@
 namespace tests {
 namespace {
 
-using namespace tsLib::platform;
-
-class TextRulesContract : public ContractTest {};
+class TextRulesContract : public ContractTest {
+protected:
+    TextRules& rules = platform.textRules;
+};
 
 TEST_F(TextRulesContract, LowerByLocale_KnowsMoreThanAscii_AndKeepsTheLength) {
     const struct {
@@ -23,7 +24,7 @@ TEST_F(TextRulesContract, LowerByLocale_KnowsMoreThanAscii_AndKeepsTheLength) {
     };
     for (const auto& row : rows) {
         std::u16string lower = u"before";
-        EXPECT_EQ(seam.rules.LowerByLocale(row.text, lower), SystemError::Success);
+        EXPECT_EQ(rules.LowerByLocale(row.text, lower), SystemError::Success);
         EXPECT_EQ(lower, row.lower);
     }
 }
@@ -31,30 +32,47 @@ TEST_F(TextRulesContract, LowerByLocale_KnowsMoreThanAscii_AndKeepsTheLength) {
 TEST_F(TextRulesContract, LowerByRuntime_KnowsTheLettersAToZOnly) {
     for (char16_t unit = 0; unit < 0x500; ++unit) {
         const bool capital = unit >= u'A' && unit <= u'Z';
-        ASSERT_EQ(seam.rules.LowerByRuntime(unit), capital ? static_cast<char16_t>(unit + 32) : unit)
+        ASSERT_EQ(rules.LowerByRuntime(unit), capital ? static_cast<char16_t>(unit + 32) : unit)
             << static_cast<unsigned>(unit);
     }
-    EXPECT_EQ(seam.rules.LowerByRuntime(0xD800), char16_t{0xD800});
-    EXPECT_EQ(seam.rules.LowerByRuntime(0xFF21), char16_t{0xFF21});
+    EXPECT_EQ(rules.LowerByRuntime(0xD800), char16_t{0xD800});
+    EXPECT_EQ(rules.LowerByRuntime(0xFF21), char16_t{0xFF21});
 }
 
 TEST_F(TextRulesContract, CompareWords_TellsLetterCaseApart) {
-    EXPECT_EQ(seam.rules.CompareWords(u"Some Signer", u"Some Signer"), 0);
-    EXPECT_EQ(seam.rules.CompareWords(u"", u""), 0);
-    EXPECT_NE(seam.rules.CompareWords(u"Some Signer", u"some signer"), 0);
-    EXPECT_NE(seam.rules.CompareWords(u"Some Signer", u"Some Signer "), 0);
-    EXPECT_NE(seam.rules.CompareWords(u"Some Signer", u"Some Signe"), 0);
-    EXPECT_NE(seam.rules.CompareWords(u"M\u00FCller", u"Muller"), 0);
-    EXPECT_LT(seam.rules.CompareWords(u"a", u"b"), 0);
-    EXPECT_GT(seam.rules.CompareWords(u"b", u"a"), 0);
+    EXPECT_EQ(rules.CompareWords(u"Some Signer", u"Some Signer"), 0);
+    EXPECT_EQ(rules.CompareWords(u"", u""), 0);
+    EXPECT_NE(rules.CompareWords(u"M\u00FCller", u"Muller"), 0);
+    for (const std::u16string other : {u"some signer", u"Some Signer ", u"Some Signe"}) {
+        EXPECT_NE(rules.CompareWords(u"Some Signer", other), 0);
+    }
+    EXPECT_LT(rules.CompareWords(u"a", u"b"), 0);
+    EXPECT_GT(rules.CompareWords(u"b", u"a"), 0);
 }
 
-TEST_F(TextRulesContract, FromNarrow_KeepsAscii) {
-    std::u16string wide = u"before";
-    EXPECT_EQ(seam.rules.FromNarrow("C:\\Program Files\\x.dll", wide), SystemError::Success);
-    EXPECT_EQ(wide, u"C:\\Program Files\\x.dll");
-    EXPECT_EQ(seam.rules.FromNarrow("", wide), SystemError::Success);
-    EXPECT_EQ(wide, u"");
+TEST_F(TextRulesContract, NarrowTexts_KeepAscii) {
+    for (const std::string& text : {std::string("C:\\Program Files\\x.dll"), std::string(), std::string("a\0b", 3)}) {
+        std::u16string wide = u"before";
+        std::string narrow = "before";
+        EXPECT_EQ(rules.FromNarrow(text, wide), SystemError::Success);
+        EXPECT_EQ(wide, std::u16string(text.begin(), text.end()));
+        EXPECT_EQ(rules.ToNarrow(wide, narrow), SystemError::Success);
+        EXPECT_EQ(narrow, text);
+    }
+    std::string narrow;
+    EXPECT_EQ(rules.ToNarrow(u"Halvora \u4E2D", narrow), SystemError::Success);
+    EXPECT_EQ(narrow, "Halvora ?");
+}
+
+TEST_F(TextRulesContract, LeadBytes_TakeTheNextByteWhateverItIs) {
+    const struct {
+        std::string_view text;
+        std::size_t length;
+    } rows[] = {{"A", 1},        {"AB", 1},   {"\x83\x58", 2}, {"\x83\x58Z", 2}, {"\x9F\x40", 2}, {"\xE0\x5C", 2},
+                {"\xFC\x4B", 2}, {"\xB1", 1}, {"\xDF\x58", 1}, {"\x80", 1},      {"\xA0", 1},     {"\x83", 0}};
+    for (const auto& row : rows) {
+        EXPECT_EQ(contract.Japanese().FirstCharacterLength(row.text), row.length) << testing::PrintToString(row.text);
+    }
 }
 
 }  // namespace

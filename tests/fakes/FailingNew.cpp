@@ -7,29 +7,31 @@ namespace {
 
 thread_local std::uint32_t remaining = 0;
 thread_local bool fired = false;
+thread_local const std::function<void()>* instead = nullptr;
 
-bool MustFail() noexcept {
+void* AllocateOrNull(std::size_t bytes) noexcept {
     if (remaining != 0 && --remaining == 0) {
         fired = true;
-        return true;
+        if (instead == nullptr) {
+            return nullptr;
+        }
+        (*instead)();
     }
-    return false;
+    return std::malloc(bytes == 0 ? 1 : bytes);
 }
 
 void* AllocateOrThrow(std::size_t bytes) {
-    void* block = MustFail() ? nullptr : std::malloc(bytes == 0 ? 1 : bytes);
-    if (block == nullptr) {
-        throw std::bad_alloc();
-    }
-    return block;
+    void* const block = AllocateOrNull(bytes);
+    return block != nullptr ? block : throw std::bad_alloc();
 }
 
 }  // namespace
 
 namespace tests {
 
-FailingNew::FailingNew(std::uint32_t n) noexcept {
+FailingNew::FailingNew(std::uint32_t n, const std::function<void()>* meanwhile) noexcept {
     fired = false;
+    instead = meanwhile;
     remaining = n;
 }
 FailingNew::~FailingNew() { remaining = 0; }
@@ -39,12 +41,8 @@ bool FailingNew::Fired() const noexcept { return fired; }
 
 void* operator new(std::size_t bytes) { return AllocateOrThrow(bytes); }
 void* operator new[](std::size_t bytes) { return AllocateOrThrow(bytes); }
-void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept {
-    return MustFail() ? nullptr : std::malloc(bytes == 0 ? 1 : bytes);
-}
-void* operator new[](std::size_t bytes, const std::nothrow_t&) noexcept {
-    return MustFail() ? nullptr : std::malloc(bytes == 0 ? 1 : bytes);
-}
+void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept { return AllocateOrNull(bytes); }
+void* operator new[](std::size_t bytes, const std::nothrow_t&) noexcept { return AllocateOrNull(bytes); }
 void operator delete(void* block) noexcept { std::free(block); }
 void operator delete[](void* block) noexcept { std::free(block); }
 void operator delete(void* block, std::size_t) noexcept { std::free(block); }

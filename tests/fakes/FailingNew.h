@@ -3,13 +3,15 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 
 namespace tests {
 
 class FailingNew {
 public:
-    // Arms on construction, n counting from 1; disarms on destruction.
-    explicit FailingNew(std::uint32_t n) noexcept;
+    // Arms on construction, n counting from 1; disarms on destruction. With `meanwhile` the allocation does not fail:
+    // the function runs first, as another thread might just then.
+    explicit FailingNew(std::uint32_t n, const std::function<void()>* meanwhile = nullptr) noexcept;
     ~FailingNew();
     FailingNew(const FailingNew&) = delete;
     FailingNew& operator=(const FailingNew&) = delete;

@@ -1,112 +1,137 @@
-// What the user and a debugger would see, and the languages of both.
+// What the user and a debugger would see; the system; traces.
 #pragma once
 
-#include <cstdint>
 #include <functional>
-#include <mutex>
-#include <new>
 #include <optional>
 #include <set>
-#include <string>
-#include <string_view>
-#include <vector>
 
-#include "tests/fakes/HandleTable.h"
-#include "tslib/platform/CodePage.h"
-#include "tslib/platform/DebugOutput.h"
-#include "tslib/platform/Locales.h"
-#include "tslib/platform/MessageBoxes.h"
-#include "tslib/platform/WindowStation.h"
+#include "tests/fakes/FakeCore.h"
+#include "tslib/TraceEvents.h"
+#include "tslib/platform/Desktop.h"
+#include "tslib/platform/System.h"
+#include "tslib/platform/TraceOutput.h"
 
 namespace tests {
 
-// Keeps every text; texts that memory cannot hold are dropped. Any thread may write; read when no other thread writes.
-class FakeDebugOutput final : public tsLib::platform::DebugOutput {
+// Any thread; read the records when no other thread is in a call. Texts that memory cannot hold are dropped.
+class FakeDesktop final : public Desktop, FakePart {
 public:
-    void Write(const char16_t* text) noexcept override {
-        const std::lock_guard lock(mutex_);
+    explicit FakeDesktop(FakeCore& core) : FakePart(core) {}
+
+    [[nodiscard]] std::uint16_t SystemLanguage() const noexcept override { return systemLanguage; }
+    [[nodiscard]] std::uint16_t UserLanguage() const noexcept override { return userLanguage; }
+    [[nodiscard]] bool IsLocale(std::uint32_t localeId) const noexcept override { return locales.contains(localeId); }
+    SystemError SystemText(std::uint32_t code, std::uint16_t language, std::u16string& text) override {
+        Keep(languagesAsked, language);
+        return Call("SystemText", [&] { text = At(systemTexts, std::pair(code, language), SystemError{317}); });
+    }
+    // An insert that the platform would read from memory it was not given is a misuse.
+    SystemError FillInserts(const std::u16string& format, std::span<const std::u16string> inserts,
+                            std::u16string& text) override;
+    SystemError WindowStationFlags(std::uint32_t& flags) noexcept override {
+        return Call("WindowStationFlags", [&] { flags = windowStation; });
+    }
+    void ShowError(const std::u16string& text, const std::u16string* caption) noexcept override;
+    void WriteDebug(const char16_t* text) noexcept override {
         try {
-            texts.emplace_back(text);
+            Keep(debugTexts, std::u16string(text));
         } catch (const std::bad_alloc&) {
-            ++dropped;
         }
     }
 
-    std::vector<std::u16string> texts;
-    std::size_t dropped = 0;
-
-private:
-    std::mutex mutex_;
-};
-
-class FakeLocales final : public tsLib::platform::Locales {
-public:
-    [[nodiscard]] std::uint16_t SystemLanguage() const noexcept override { return system; }
-    [[nodiscard]] std::uint16_t UserLanguage() const noexcept override { return user; }
-    [[nodiscard]] bool IsLocale(std::uint32_t localeId) const noexcept override { return known.contains(localeId); }
-
-    std::uint16_t system = 1033;
-    std::uint16_t user = 1033;
-    std::set<std::uint32_t> known{1031, 1033, 1036, 1041, 2055, 3079, 4108, 66567};
-};
-
-// The code page is Latin-1.
-class FakeCodePage final : public tsLib::platform::CodePage, public CanFail {
-public:
-    using SystemError = tsLib::platform::SystemError;
-
-    SystemError ToNarrow(std::u16string_view wide, std::string& narrow) override {
-        if (const SystemError fault = Fault(); Failed(fault)) {
-            return fault;
-        }
-        std::string bytes;
-        for (const char16_t unit : wide) {
-            bytes += unit < 0x100 ? static_cast<char>(unit) : '?';
-        }
-        narrow = std::move(bytes);
-        return SystemError::Success;
-    }
-};
-
-class FakeWindowStation final : public tsLib::platform::WindowStation, public CanFail {
-public:
-    using SystemError = tsLib::platform::SystemError;
-
-    SystemError Flags(std::uint32_t& result) noexcept override {
-        if (const SystemError fault = Fault(); Failed(fault)) {
-            return fault;
-        }
-        if (Succeeded(error)) {
-            result = flags;
-        }
-        return error;
-    }
-
-    std::uint32_t flags = tsLib::platform::kWindowStationVisible;
-    SystemError error = SystemError::Success;
-};
-
-class FakeMessageBoxes final : public tsLib::platform::MessageBoxes {
-public:
-    struct Shown {
+    std::uint16_t systemLanguage = 1033;
+    std::uint16_t userLanguage = 1033;
+    std::set<std::uint32_t> locales{1031, 1033, 1036, 1041, 2055, 3079, 4108, 66567};
+    std::map<std::pair<std::uint32_t, std::uint16_t>, std::u16string> systemTexts;  // by code and language
+    std::vector<std::uint16_t> languagesAsked;                                      // of SystemText, in order
+    std::uint32_t windowStation = kWindowStationVisible;
+    struct Box {
         std::u16string text;
         std::optional<std::u16string> caption;
     };
+    std::vector<Box> boxes;
+    std::function<void()> onBox;  // what else the thread does while the box is up
+    std::vector<std::u16string> debugTexts;
 
-    void ShowError(const std::u16string& text, const std::u16string* caption) noexcept override {
-        try {
-            shown.push_back({text, caption == nullptr ? std::nullopt : std::optional(*caption)});
-        } catch (const std::bad_alloc&) {
-            ++dropped;
-        }
-        if (onShow) {
-            onShow();
+private:
+    Tally& tally_ = NewTally("message text");
+};
+
+// The clock stands still until it is told otherwise. Component memory comes from the global allocator, so that a
+// FailingNew makes it run out; every block is tracked. A fault is a general failure where the operation answers no
+// error numbers. Any thread.
+class FakeSystem final : public System, FakePart {
+public:
+    explicit FakeSystem(FakeCore& core) : FakePart(core) {}
+
+    SystemError FileTimeNow(std::uint64_t& now) override {
+        return Call("FileTimeNow", [&] { now = fileTime; });
+    }
+    [[nodiscard]] std::uint32_t TickCount() const noexcept override { return ticks; }
+    [[nodiscard]] bool IsAtLeast(std::uint32_t wantedMajor, std::uint32_t wantedMinor) const noexcept override {
+        return std::pair(major, minor) >= std::pair(wantedMajor, wantedMinor);
+    }
+    tsLib::HResult DefaultShellFolder(std::uint32_t csidl, std::u16string& path) override;
+    [[nodiscard]] bool SpecialFolder(std::uint32_t csidl, std::u16string& path) override {
+        return Succeeded(
+            Call("SpecialFolder", [&] { path = At(specialFolders, csidl, SystemError::InvalidParameter); }));
+    }
+    SystemError TemporaryFolder(std::u16string& path, std::size_t& length) override {
+        return Call("TemporaryFolder", [&] {
+            // A folder that does not fit is answered with the length of the buffer it needs, terminator included.
+            length = temporaryLength.value_or(temporary.size() < 260 ? temporary.size() : temporary.size() + 1);
+            path = length <= 260 ? temporary : path;
+        });
+    }
+    SystemError WindowsFolder(std::u16string& path) override {
+        return Call("WindowsFolder", [&] { path = windows; });
+    }
+    [[nodiscard]] void* Allocate(std::size_t bytes) noexcept override;
+    void Free(void* block) noexcept override {
+        const auto lock = Lock();
+        if (blocks_.erase(block) != 0) {
+            --tally_.open;
+            ::operator delete(block);
+        } else {
+            tally_.misuses += block == nullptr ? 0U : 1U;
         }
     }
 
-    std::vector<Shown> shown;
-    std::size_t dropped = 0;
-    std::function<void()> onShow;  // what else the thread does while the box is up
+    std::atomic<std::uint64_t> fileTime{(7ULL << 32) | 42};
+    std::atomic<std::uint32_t> ticks{1000};
+    std::uint32_t major = 10;
+    std::uint32_t minor = 0;
+    std::map<std::uint32_t, std::u16string> defaultFolders{{0x24, u"C:\\windows"}};  // by CSIDL number
+    std::map<std::uint32_t, std::u16string> specialFolders{{0x24, u"C:\\windows"}};
+    std::u16string windows = u"C:\\windows";
+    std::u16string temporary = u"C:\\Temp\\";
+    std::optional<std::size_t> temporaryLength;  // when set, the platform's answer whatever the text
+
+private:
+    std::set<void*> blocks_;
+    Tally& tally_ = NewTally("memory block");
+};
+
+struct KeptTrace {
+    TraceLevel level;
+    tsLib::TraceEvent event;
+    std::vector<std::uint64_t> numbers;  // the numeric arguments, in order
+    std::vector<std::u16string> texts;   // the text arguments, in order
+};
+
+// Any thread may write; read when no other thread writes. Records that memory cannot hold are dropped.
+class FakeTrace final : public TraceOutput, FakePart {
+public:
+    explicit FakeTrace(FakeCore& core) : FakePart(core) {}
+
+    [[nodiscard]] bool IsEnabled(TraceLevel) const noexcept override { return enabled; }
+    void Write(const TraceRecord& record) noexcept override;
+
+    [[nodiscard]] std::size_t Count(TraceLevel level) const;
+    [[nodiscard]] std::size_t Count(tsLib::TraceEvent event) const;
+
+    bool enabled = true;
+    std::vector<KeptTrace> records;
 };
 
 }  // namespace tests

@@ -1,90 +1,108 @@
-// A file system in memory. Names are compared without regard to letter case; folders are made with the files in them.
+// Reading and searching the disk; writing a text file; a drop list.
 #pragma once
 
-#include <map>
-#include <memory>
-#include <mutex>
-#include <string>
-#include <string_view>
-#include <vector>
+#include <set>
 
-#include "tests/fakes/HandleTable.h"
+#include "tests/fakes/Disk.h"
+#include "tslib/platform/DropList.h"
 #include "tslib/platform/Files.h"
+#include "tslib/platform/TextOutput.h"
 
 namespace tests {
 
-inline constexpr std::uint32_t kAttributeFolder = 0x10;
-inline constexpr std::uint32_t kAttributeArchive = 0x20;
-
-// Any thread. Change the public state only when no other thread is in a call.
-class FakeFiles final : public tsLib::platform::Files, public CanFail {
+// Any thread.
+class FakeFiles final : public Files, FakePart {
 public:
-    using SystemError = tsLib::platform::SystemError;
-    using Handle = tsLib::platform::FileHandle;
-    using Bytes = std::vector<std::byte>;
+    explicit FakeFiles(Disk& disk) : FakePart(disk.Core()), disk_(disk) {}
 
-    SystemError Attributes(const std::u16string& path, std::uint32_t& attributes) override;
-    SystemError OpenForReading(const std::u16string& path, Handle& file) override;
-    SystemError Size(Handle file, std::uint64_t& bytes) override;
-    SystemError Read(Handle file, std::span<std::byte> buffer, std::size_t& count) override;
-    void Close(Handle file) noexcept override;
-
-    // Staging, without regard to what is open. Folders on the way are made.
-    void PutFile(const std::u16string& path, Bytes bytes, std::uint32_t attributes = kAttributeArchive);
-    void PutFile(const std::u16string& path, std::string_view text);
-    void PutFolder(const std::u16string& path);
-    void Remove(const std::u16string& path);
-    // The file's bytes as text; empty when there is no such file.
-    [[nodiscard]] std::string Text(const std::u16string& path) const;
-    // The path with every element as it was spelled first; empty when there is no such file or folder.
-    [[nodiscard]] std::u16string Spelled(const std::u16string& path) const;
-    [[nodiscard]] bool Exists(const std::u16string& path) const;
-    // Opening the file answers `error` from now on; Success takes that back.
-    void FailOpening(const std::u16string& path, SystemError error);
-    // Somebody holds the existing file open for writing, sharing everything, until the result is destroyed.
-    [[nodiscard]] std::shared_ptr<void> HoldForWriting(const std::u16string& path) const;
-
-    // What another program would be answered when it wants to write the file, delete it or rename another over it.
-    [[nodiscard]] SystemError TryChange(const std::u16string& path) const;
-    // Makes or truncates a file for writing, as another program would; the folder must exist.
-    [[nodiscard]] SystemError TryCreate(const std::u16string& path);
-    // Nothing happens when there is no such file.
-    void AppendText(const std::u16string& path, std::string_view text);
+    SystemError Attributes(const std::u16string& path, std::uint32_t& attributes) override {
+        Keep(attributeReads, path);
+        return Call("Attributes", path, [&] { attributes = disk_.Existing(path)->attributes; });
+    }
+    SystemError OpenForReading(const std::u16string& path, FileSharing sharing, FileHandle& file) override;
+    SystemError Size(FileHandle file, std::uint64_t& bytes) override {
+        return Call("Size", [&] { bytes = disk_.open[file].node->bytes.size(); });
+    }
+    SystemError Read(FileHandle file, std::span<std::byte> buffer, std::size_t& count) override;
+    void Close(FileHandle file) noexcept override { disk_.open.Remove(file); }
+    // Wildcards: "*" and "*.*" alone.
+    SystemError FindFirst(const std::u16string& pattern, SearchHandle& search, FoundEntry& entry) override;
+    SystemError FindNext(SearchHandle search, FoundEntry& entry) override {
+        return Call("FindNext", [&] {
+            std::list<FoundEntry>& left = searches_[search];
+            Require(!left.empty(), SystemError::NoMoreFiles);
+            entry = left.front();
+            left.pop_front();
+        });
+    }
+    void CloseSearch(SearchHandle search) noexcept override { searches_.Remove(search); }
 
     // The path that the open handle was opened with; empty for any other handle.
-    [[nodiscard]] std::u16string PathOf(Handle file) const;
-    [[nodiscard]] Bytes BytesOf(Handle file) const;
-    [[nodiscard]] std::size_t OpenHandles() const;
-    // Closes and uses of files that were not open.
-    [[nodiscard]] std::size_t Misuses() const;
+    [[nodiscard]] std::u16string PathOf(FileHandle file) const;
 
     std::vector<std::u16string> opened;          // every path asked of OpenForReading, in order
     std::vector<std::u16string> attributeReads;  // every path asked of Attributes, in order
+    std::vector<std::u16string> searched;        // every pattern asked of FindFirst, in order
     std::size_t maximumRead = SIZE_MAX;          // the most that one Read gives
 
 private:
-    struct Node {
-        std::u16string name;  // the last element as it was spelled first
-        std::uint32_t attributes = kAttributeArchive;
-        Bytes bytes;
-        std::shared_ptr<int> writers = std::make_shared<int>(0);  // one owner more for each one who holds it
-    };
-    struct OpenState {
-        std::u16string path;
-        std::size_t position = 0;
-    };
-
-    [[nodiscard]] const Node* Lookup(const std::u16string& path) const;
-    [[nodiscard]] SystemError WhyMissing(const std::u16string& path) const;
-    void MakeFolders(const std::u16string& path);
-
-    mutable std::mutex mutex_;
-    std::map<std::u16string, Node> nodes_;  // by plain lower-case path
-    std::map<std::u16string, SystemError> openErrors_;
-    HandleTable<Handle, OpenState> handles_;
+    Disk& disk_;
+    HandleTable<SearchHandle, std::list<FoundEntry>> searches_{core_, "search"};  // what is still to be found
 };
 
-// The bytes of a narrow text.
-[[nodiscard]] std::vector<std::byte> ToBytes(std::string_view text);
+// Made for one piece of work. Operations for the fault switch: "OpenText", "WriteLine", "CloseText". A line that fails
+// leaves its beginning behind, as on a full disk.
+class FakeTextOutput final : public TextOutput, FakePart {
+public:
+    explicit FakeTextOutput(Disk& disk) : FakePart(disk.Core()), disk_(disk) {}
+    ~FakeTextOutput() { Close(); }
+
+    StreamState Open(const std::u16string& path) override;
+    void WriteLine(std::string_view utf8) override;
+    [[nodiscard]] StreamState State() const noexcept override { return state_; }
+    [[nodiscard]] bool IsOpen() const noexcept override { return hold_ != nullptr; }
+    void Close() noexcept override {
+        if (IsOpen()) {
+            hold_.reset();
+            --tally_.open;
+            const bool isClosed = Succeeded(Call("CloseText", [] {}));
+            state_ = isClosed || state_ != StreamState::Good ? state_ : StreamState::Failed;
+        }
+    }
+
+    std::set<std::u16string> devices{u"NUL", u"\\\\.\\NUL"};  // names that lead to something other than a file
+    std::vector<std::u16string> opened;                       // every path asked of Open, in order
+    std::size_t lines = 0;                                    // the lines that reached a file
+
+private:
+    Disk& disk_;
+    std::u16string path_;
+    std::shared_ptr<void> hold_;
+    StreamState state_ = StreamState::Good;
+    Tally& tally_ = NewTally("text output");
+};
+
+// Made for one piece of work. A fault empties the answer of Count or Item; to ask an absent list is a misuse.
+class FakeDropList final : public DropList, FakePart {
+public:
+    explicit FakeDropList(FakeCore& core, std::vector<std::u16string> paths = {})
+        : FakePart(core), items(std::move(paths)) {}
+
+    [[nodiscard]] bool IsPresent() const noexcept override { return present && reads < goneAfterReads; }
+    [[nodiscard]] std::uint32_t Count() override;
+    [[nodiscard]] std::u16string Item(std::uint32_t index) override {
+        tally_.misuses += IsPresent() ? 0U : 1U;
+        ++reads;
+        return Failed(Call("Item", [] {})) || index >= items.size() ? std::u16string() : items[index];
+    }
+
+    std::vector<std::u16string> items;
+    bool present = true;
+    std::size_t goneAfterReads = SIZE_MAX;  // the list disappears after so many items were read
+    std::size_t reads = 0;
+
+private:
+    Tally& tally_ = NewTally("drop list");
+};
 
 }  // namespace tests

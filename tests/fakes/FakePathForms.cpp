@@ -1,30 +1,20 @@
 #include "tests/fakes/FakePathForms.h"
 
 #include <algorithm>
-#include <vector>
-
-#include "tests/fakes/SimpleLower.h"
 
 namespace tests {
-
-using namespace tsLib::platform;
 
 namespace {
 
 constexpr std::size_t kBufferLength = 260;
 
-bool HoldsNul(const std::u16string& text) { return text.find(u'\0') != std::u16string::npos; }
-
 // The part that is never cut: a drive with its backslash, or the backslashes that a path begins with.
 std::size_t RootLength(const std::u16string& path) {
-    if (path.starts_with(u"\\\\?\\") && path.size() >= 6 && path[5] == u':') {
-        return path.size() > 6 && path[6] == u'\\' ? 7 : 6;
+    const std::size_t drive = path.starts_with(u"\\\\?\\") && path.substr(5, 1) == u":" ? 4 : 0;
+    if (path.substr(std::min(drive + 1, path.size()), 1) == u":") {
+        return drive + (path.substr(drive + 2, 1) == u"\\" ? 3 : 2);
     }
-    if (path.size() >= 2 && path[1] == u':') {
-        return path.size() > 2 && path[2] == u'\\' ? 3 : 2;
-    }
-    const std::size_t end = path.find_first_not_of(u'\\');
-    return std::min<std::size_t>(end == std::u16string::npos ? path.size() : end, 2);
+    return std::min({path.find_first_not_of(u'\\'), path.size(), std::size_t{2}});
 }
 
 // Resolves the elements "." and "..".
@@ -34,12 +24,10 @@ std::u16string Canonical(const std::u16string& path) {
     for (std::size_t from = root; from <= path.size();) {
         const std::size_t end = std::min(path.find(u'\\', from), path.size());
         const std::u16string element = path.substr(from, end - from);
-        if (element == u"..") {
-            if (!elements.empty()) {
-                elements.pop_back();
-            }
-        } else if (element != u".") {
+        if (element != u"." && element != u"..") {
             elements.push_back(element);
+        } else if (element == u".." && !elements.empty()) {
+            elements.pop_back();
         }
         from = end + 1;
     }
@@ -53,109 +41,81 @@ std::u16string Canonical(const std::u16string& path) {
 }  // namespace
 
 SystemError FakePathForms::ExpandEnvironment(const std::u16string& text, std::u16string& expanded) {
-    const std::lock_guard lock(mutex_);
-    if (const SystemError fault = Fault(); Failed(fault)) {
-        return fault;
-    }
-    if (HoldsNul(text)) {
-        return SystemError::InvalidParameter;
-    }
-    std::u16string result;
-    std::size_t at = 0;
-    while (at < text.size()) {
-        const std::size_t end = text[at] == u'%' ? text.find(u'%', at + 1) : std::u16string::npos;
-        if (end != std::u16string::npos) {
-            const auto variable = environment.find(SimpleLower(text.substr(at + 1, end - at - 1)));
-            if (variable != environment.end()) {
-                result += variable->second;
-                at = end + 1;
-                continue;
-            }
+    return Call("ExpandEnvironment", [&] {
+        RequireNoNul(text);
+        std::u16string result;
+        for (std::size_t at = 0; at < text.size();) {
+            const std::size_t end = text[at] == u'%' ? text.find(u'%', at + 1) : std::u16string::npos;
+            const bool isName = end != std::u16string::npos;
+            const auto variable =
+                isName ? environment.find(SimpleLower(text.substr(at + 1, end - at - 1))) : environment.end();
+            // An unknown name stays with both its marks.
+            const std::size_t next = isName ? end + 1 : std::min(text.find(u'%', at + 1), text.size());
+            result += variable != environment.end() ? variable->second : text.substr(at, next - at);
+            at = next;
         }
-        // An unknown name stays with both its marks.
-        const std::size_t next = end != std::u16string::npos ? end + 1 : std::min(text.find(u'%', at + 1), text.size());
-        result += text.substr(at, next - at);
-        at = next;
-    }
-    expanded = std::move(result);
-    return SystemError::Success;
-}
-
-SystemError FakePathForms::LongPath(const std::u16string& path, std::u16string& longPath) {
-    const std::lock_guard lock(mutex_);
-    if (const SystemError fault = Fault(); Failed(fault)) {
-        return fault;
-    }
-    if (const auto found = longPaths.find(SimpleLower(path)); found != longPaths.end()) {
-        longPath = found->second;
-        return SystemError::Success;
-    }
-    std::u16string spelled = files_ == nullptr ? std::u16string() : files_->Spelled(path);
-    if (spelled.empty()) {
-        return SystemError::FileNotFound;
-    }
-    longPath = std::move(spelled);
-    return SystemError::Success;
+        expanded = std::move(result);
+    });
 }
 
 SystemError FakePathForms::DosDeviceTarget(char16_t driveLetter, std::u16string& target) {
-    const std::lock_guard lock(mutex_);
-    if (const SystemError fault = Fault(); Failed(fault)) {
-        return fault;
-    }
-    const bool small = driveLetter >= u'a' && driveLetter <= u'z';
-    const auto capital = small ? static_cast<char16_t>(driveLetter - 32) : driveLetter;
-    if (capital < u'A' || capital > u'Z') {
-        return SystemError::InvalidParameter;
-    }
-    const auto found = dosDevices.find(capital);
-    if (found == dosDevices.end()) {
-        return SystemError::FileNotFound;
-    }
-    target = found->second;
-    return SystemError::Success;
+    return Call("DosDeviceTarget", [&] {
+        const bool isSmall = driveLetter >= u'a' && driveLetter <= u'z';
+        const auto capital = isSmall ? static_cast<char16_t>(driveLetter - 32) : driveLetter;
+        Require(capital >= u'A' && capital <= u'Z', SystemError::InvalidParameter);
+        target = At(dosDevices, capital, SystemError::FileNotFound);
+    });
 }
 
 bool FakePathForms::Append(std::u16string& path, const std::u16string& element) {
-    const std::lock_guard lock(mutex_);
-    if (Failed(Fault()) || HoldsNul(path) || HoldsNul(element)) {
-        return false;
-    }
-    const bool unc = element.starts_with(u"\\\\");
-    std::u16string rest = unc ? element : element.substr(std::min(element.find_first_not_of(u'\\'), element.size()));
-    // A full path takes the place of the first one.
-    const bool full = unc || (rest.size() >= 2 && rest[1] == u':');
-    if (!full && !path.empty()) {
-        rest = (path.ends_with(u'\\') || rest.empty() ? path : path + u'\\') + rest;
-    }
-    if (rest.size() >= kBufferLength) {
-        return false;
-    }
-    path = Canonical(rest);
-    return true;
+    return Succeeded(Call("Append", [&] {
+        RequireNoNul(path + element);
+        const bool isUnc = element.starts_with(u"\\\\");
+        std::u16string rest = element.substr(isUnc ? 0 : std::min(element.find_first_not_of(u'\\'), element.size()));
+        // A full path takes the place of the first one.
+        if (!isUnc && rest.substr(0, 2).find(u':') != 1 && !path.empty()) {
+            rest = (path.ends_with(u'\\') || rest.empty() ? path : path + u'\\') + rest;
+        }
+        Require(rest.size() < kBufferLength, SystemError::InsufficientBuffer);
+        path = Canonical(rest);
+    }));
 }
 
 bool FakePathForms::RemoveFileSpec(std::u16string& path) {
-    const std::lock_guard lock(mutex_);
-    if (Failed(Fault()) || HoldsNul(path)) {
-        return false;
-    }
-    const std::size_t root = RootLength(path);
-    const std::size_t cut = path.rfind(u'\\');
-    const std::size_t keep = cut == std::u16string::npos || cut < root ? root : cut;
-    if (keep >= path.size()) {
-        return false;
-    }
-    path.resize(keep);
-    return true;
+    return Succeeded(Call("RemoveFileSpec", [&] {
+        RequireNoNul(path);
+        const std::size_t root = RootLength(path);
+        const std::size_t cut = path.rfind(u'\\');
+        const std::size_t keep = cut == std::u16string::npos || cut < root ? root : cut;
+        Require(keep < path.size(), SystemError::NotFound);
+        path.resize(keep);
+    }));
 }
 
-bool FakePathForms::IsUncServer(const std::u16string& path) {
-    const std::lock_guard lock(mutex_);
-    if (Failed(Fault()) || HoldsNul(path)) {
-        return false;
-    }
-    return path.starts_with(u"\\\\") && path.find(u'\\', 2) == std::u16string::npos;
+SystemError FakeTextRules::FromNarrow(std::string_view narrow, std::u16string& wide) {
+    return Call("FromNarrow", [&] {
+        std::u16string text;
+        for (const char byte : narrow) {
+            text += static_cast<char16_t>(static_cast<unsigned char>(byte));
+        }
+        wide = std::move(text);
+    });
+}
+
+SystemError FakeTextRules::ToNarrow(std::u16string_view wide, std::string& narrow) {
+    return Call("ToNarrow", [&] {
+        std::string bytes;
+        for (const char16_t unit : wide) {
+            bytes += unit < 0x100 ? static_cast<char>(unit) : '?';
+        }
+        narrow = std::move(bytes);
+    });
+}
+
+std::size_t FakeTextRules::FirstCharacterLength(std::string_view text) const noexcept {
+    const auto first = static_cast<unsigned char>(text.front());
+    const bool leads = hasLeadBytes && ((first >= 0x81 && first <= 0x9F) || (first >= 0xE0 && first <= 0xFC));
+    return !leads ? 1 : text.size() > 1 ? 2 : 0;
 }
 
 }  // namespace tests

@@ -3,14 +3,14 @@
 
 #include <new>
 
-#include "tslib/IInstanceFactory.h"
+#include "tslib/IComponentSource.h"
 #include "tslib/IProtectionControl.h"
 #include "tslib/IVaneBaseImpl.h"
 
 namespace tests {
 
 // Makes the component; what its objects are asked is kept here. One thread.
-class FakeProtection final : public tsLib::IInstanceFactory {
+class FakeProtection final : public tsLib::IComponentSource {
 public:
     class Control final : public tsLib::IVaneBaseImpl<tsLib::CVaneThreadSafeRefCount, tsLib::IProtectionControl,
                                                       tsLib::kIProtectionControlId> {

@@ -2,53 +2,34 @@
 #pragma once
 
 #include <limits>
-#include <mutex>
 
-#include "tests/fakes/HandleTable.h"
-#include "tslib/platform/ProtectionCounter.h"
+#include "companions/protection/ProtectionCounter.h"
+#include "tests/fakes/FakeCore.h"
 
 namespace tests {
 
-// Any thread.
-class FakeProtectionCounter final : public tsLib::platform::ProtectionCounter, public CanFail {
+// Any thread. Operations for the fault switch: "Add", "Subtract", "ReadCount".
+class FakeProtectionCounter final : public HVR::ProtectionCounter, FakePart {
 public:
-    using SystemError = tsLib::platform::SystemError;
+    explicit FakeProtectionCounter(FakeCore& core) : FakePart(core) {}
 
     SystemError Add(std::uint32_t suspensions) noexcept override {
-        const std::lock_guard lock(mutex_);
-        if (const SystemError fault = Fault(); Failed(fault)) {
-            return fault;
-        }
-        if (suspensions > std::numeric_limits<std::uint32_t>::max() - count) {
-            return SystemError::InvalidData;
-        }
-        count += suspensions;
-        return SystemError::Success;
+        return Call("Add", [&] {
+            Require(suspensions <= std::numeric_limits<std::uint32_t>::max() - count, SystemError::InvalidData);
+            count += suspensions;
+        });
     }
     SystemError Subtract(std::uint32_t suspensions) noexcept override {
-        const std::lock_guard lock(mutex_);
-        if (const SystemError fault = Fault(); Failed(fault)) {
-            return fault;
-        }
-        if (suspensions > count) {
-            return SystemError::InvalidData;
-        }
-        count -= suspensions;
-        return SystemError::Success;
+        return Call("Subtract", [&] {
+            Require(suspensions <= count, SystemError::InvalidData);
+            count -= suspensions;
+        });
     }
     SystemError Read(std::uint32_t& suspensions) noexcept override {
-        const std::lock_guard lock(mutex_);
-        if (const SystemError fault = Fault(); Failed(fault)) {
-            return fault;
-        }
-        suspensions = count;
-        return SystemError::Success;
+        return Call("ReadCount", [&] { suspensions = count; });
     }
 
     std::uint32_t count = 0;
-
-private:
-    std::mutex mutex_;
 };
 
 }  // namespace tests

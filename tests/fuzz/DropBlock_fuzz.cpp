@@ -1,8 +1,8 @@
 // Drop blocks of any content: no item is read from outside, and all that are counted can be had.
 #include <cstdlib>
 
-#include "tslib/DropBlock.h"
 #include "tslib/Utf8.h"
+#include "tslib/platform/DropBlock.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
     const tsLib::DropBlock block(std::as_bytes(std::span(data, size)));

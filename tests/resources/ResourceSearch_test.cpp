@@ -1,332 +1,209 @@
 // Where Initialize looks, in which order, and what it makes of what it finds.
-#include "tests/fakes/FailingNew.h"
 #include "tests/resources/ResourceWorld.h"
+#include "tests/tslib/PathWorld.h"
+#include "tslib/RegistryText.h"
 
+namespace tests {
 namespace {
 
-using namespace tests;
 using tsLib::HResult;
-using tsLib::platform::ModuleHandle;
+using Texts = ResourceWorld::Texts;
 
-class ResourceSearch : public ResourceWorld {
-protected:
-    // The path of the module that a search finds, or the result in brackets.
-    std::u16string Find() {
-        auto loader = Loader();
-        const HResult result = loader.Initialize(false);
-        language = loader.LoadedLanguage();
-        EXPECT_EQ(loader.GetResourceModule() != ModuleHandle{}, Succeeded(result));
-        if (Failed(result)) {
-            return u"none";
-        }
-        std::u16string path;
-        EXPECT_TRUE(loader.LoadString(1, path));
-        EXPECT_EQ(path, loader.ResourceModulePath());
-        return path;
-    }
-    static std::u16string Beside() { return u"C:\\Shell\\ZebShellRes.dll"; }
-
-    std::uint16_t language = 0;
-};
-
-TEST_F(ResourceSearch, ConstructedLoader_HoldsNothing) {
-    auto loader = Loader();
-    EXPECT_EQ(loader.GetResourceModule(), ModuleHandle{});
-    EXPECT_EQ(loader.GetResourceDllName(), kModuleName);
-    EXPECT_EQ(loader.ResourceModulePath(), u"");
-    EXPECT_FALSE(loader.DisplayVisible());
-    EXPECT_EQ(loader.LoadedLanguage(), 0);
-    EXPECT_EQ(loader.Unload(), HResult::Ok);
-}
-
-// Folders stand in the order of the enumeration. "-" before a name: a folder without a module.
-TEST_F(ResourceSearch, LanguageOrder) {
+// Entries of res\ in the order of the enumeration. Before a name: "-" a folder without a module, "f" a file of that
+// name, "d" a folder with a folder named like the module, "!" a module that is refused.
+TEST(ResourceSearch, LanguageOrder) {
     const struct {
         std::uint16_t system;
-        std::vector<std::u16string> folders;
-        std::u16string found;  // folder
+        Texts entries;
+        std::string found;  // the folder; the module beside the library when it is empty
         std::uint16_t language;
-    } rows[] = {
-        {2055, {u"1031", u"2055", u"1033"}, u"2055", 7},
-        {3079, {u"1036", u"1031"}, u"1031", 7},  // another sublanguage goes before another language
-        {3079, {u"2055", u"1031"}, u"2055", 7},  // in enumeration order, not in numeric order
-        {3079, {u"1031", u"2055"}, u"1031", 7},
-        {1031, {u"1036", u"1033"}, u"1033", 9},                 // the default goes before other languages
-        {1031, {u"1041", u"1036"}, u"1041", 17},                // other languages in enumeration order
-        {1031, {u"-1031", u"2055"}, u"2055", 7},                // an exact folder without a module is in no list
-        {1031, {u"-1031", u"66567"}, u"66567", 7},              // the sort order is no part of the language
-        {1031, {u"-1031abc", u"1031"}, u"1031", 7},             // a number with something behind it is that number
-        {1031, {u"1036", u"foo", u"0", u"1039"}, u"1036", 12},  // no number, zero, no locale
-        {1033, {}, u"", 0},
-    };
+    } rows[] = {{2055, {u"1031", u"2055", u"1033"}, "2055", 7},
+                {3079, {u"1036", u"1031"}, "1031", 7},      // another sublanguage goes before another language
+                {3079, {u"2055", u"1031"}, "2055", 7},      // in enumeration order, not in numeric order
+                {1031, {u"1036", u"1033"}, "1033", 9},      // the default goes before other languages
+                {1031, {u"1041", u"1036"}, "1041", 17},     // other languages in enumeration order
+                {1031, {u"-1031", u"2055"}, "2055", 7},     // an exact folder without a module is in no list
+                {1031, {u"-1031", u"66567"}, "66567", 7},   // the sort order is no part of the language
+                {1031, {u"-1031abc", u"1031"}, "1031", 7},  // a number with something behind it is that number
+                {1031, {u"1039", u"foo", u"0", u"1036"}, "1036", 12},  // no locale, no number, zero
+                {1031, {u"f1036", u"1041"}, "1041", 17},               // a file is no folder
+                {1031, {u"d1031", u"-1036"}, "", 0},                   // and a folder no module
+                {1033, {}, "", 0},
+                {1031, {u"1036", u"!1031", u"1041"}, "1036", 12},
+                {1031, {u"!1036", u"!1031", u"1041"}, "", 0},  // an exact match ends the enumeration: 1041 is never met
+                {3079, {u"1036", u"!1031", u"2055", u"1033"}, "2055", 7},
+                {3079, {u"1036", u"!1031", u"!2055", u"1033"}, "1033", 9},
+                {3079, {u"1036", u"!1031", u"!2055", u"!1033"}, "1036", 12}};
     for (const auto& row : rows) {
-        files = {};
-        locales.system = row.system;
-        files.PutFolder(u"C:\\Prog\\res");
-        for (const auto& folder : row.folders) {
-            if (folder.starts_with(u'-')) {
-                files.PutFolder(u"C:\\Prog\\res\\" + folder.substr(1));
+        ResourceWorld world;
+        world.desktop.systemLanguage = row.system;
+        world.disk.PutFolder(u"C:\\Prog\\res");
+        world.PutModule(kBeside);
+        for (const auto& entry : row.entries) {
+            const char16_t kind = entry[0] >= u'0' && entry[0] <= u'9' ? u'\0' : entry[0];
+            const std::u16string name = entry.substr(kind == u'\0' || entry == u"foo" ? 0 : 1);
+            if (kind == u'f' && entry != u"foo") {
+                world.disk.PutFile(u"C:\\Prog\\res\\" + name);
+            } else if (kind == u'-' || kind == u'd') {
+                world.disk.PutFolder(u"C:\\Prog\\res\\" + name + (kind == u'd' ? u"\\ZebShellRes.dll" : u""));
             } else {
-                PutLanguage(folder);
+                world.PutModule(ResourceWorld::LanguagePath(name));
+            }
+            if (kind == u'!') {
+                world.refused.insert(ResourceWorld::LanguagePath(name));
             }
         }
-        PutModule(Beside());  // last of all
-        EXPECT_EQ(Find(), row.found.empty() ? Beside() : LanguagePath(row.found));
-        EXPECT_EQ(language, row.language);
+        auto loader = world.MakeLoader();
+        EXPECT_EQ(world.Find(loader), row.found.empty()
+                                          ? "0x00000000 C:\\Shell\\ZebShellRes.dll"
+                                          : "0x00000000 C:\\Prog\\res\\" + row.found + "\\ZebShellRes.dll");
+        EXPECT_EQ(loader.LoadedLanguage(), row.language);
+        EXPECT_EQ(world.verifiers.asked.size(), world.refused.size() + 1);
     }
 }
 
-TEST_F(ResourceSearch, OnlyFoldersWithModulesThatAreFilesCount) {
-    locales.system = 1031;
-    files.PutFile(u"C:\\Prog\\res\\1036");                     // a file named like a locale
-    files.PutFolder(u"C:\\Prog\\res\\1031\\ZebShellRes.dll");  // a folder named like a module
-    EXPECT_EQ(Find(), u"none");
-    EXPECT_TRUE(resources.mapped.empty());
-    files = {};
-    files.PutFile(u"C:\\Prog\\res\\1041.txt");  // does not put 1041 before 1036
-    PutLanguage(u"1036");
-    PutLanguage(u"1041");
-    EXPECT_EQ(Find(), LanguagePath(u"1036"));
-}
-
-TEST_F(ResourceSearch, ExactMatchEndsTheEnumeration_ListsKeepWhatCameBefore) {
-    locales.system = 1031;
-    for (const auto* folder : {u"1036", u"1031", u"1041"}) {
-        PutLanguage(folder);
+// A refusal counts wherever it is met, whatever a later place fails with.
+TEST(ResourceSearch, RefusalIsRemembered) {
+    for (const Texts& folders : {Texts{u"1031"}, {u"2055", u"3079"}, {u"1033"}, {u"1036", u"1041"}}) {
+        ResourceWorld world;
+        world.desktop.systemLanguage = 1031;
+        world.PutLanguages(folders);
+        world.refused = {ResourceWorld::LanguagePath(folders[0])};
+        world.faults.Fail("MapResources", SystemError{193});
+        auto loader = world.MakeLoader();
+        EXPECT_EQ(world.Find(loader), "0x80090325");
+        EXPECT_EQ(world.Find(loader, true), "0x80004005");
+        // A failed search may be tried again, and starts from the beginning.
+        world.refused.clear();
+        EXPECT_EQ(world.Find(loader), "0x80030002") << "in the last place";
+        world.faults.Fail("MapResources", SystemError::Success);
+        EXPECT_EQ(world.Find(loader, true).substr(0, 11), "0x00000000 ");
+        world.modules.mapped.clear();
+        EXPECT_EQ(loader.Initialize(true), HResult::Ok);
+        EXPECT_TRUE(world.modules.mapped.empty()) << "loaded once";
     }
-    refused = {LanguagePath(u"1031"), LanguagePath(u"1036")};
-    EXPECT_EQ(Find(), u"none");
-    EXPECT_EQ(verifiers.asked.size(), 2U);  // 1041 was never met
-    refused = {LanguagePath(u"1031")};
-    EXPECT_EQ(Find(), LanguagePath(u"1036"));
 }
 
-TEST_F(ResourceSearch, RefusedModulesAreSteppedOver) {
-    locales.system = 3079;
-    for (const auto* folder : {u"1036", u"1031", u"2055", u"1033"}) {
-        PutLanguage(folder);
-    }
-    refused = {LanguagePath(u"1031")};
-    EXPECT_EQ(Find(), LanguagePath(u"2055"));
-    refused.insert(LanguagePath(u"2055"));
-    EXPECT_EQ(Find(), LanguagePath(u"1033"));
-    refused.insert(LanguagePath(u"1033"));
-    EXPECT_EQ(Find(), LanguagePath(u"1036"));
-    EXPECT_EQ(language, 12);
+TEST(ResourceSearch, NothingFound_ThenSomethingUnusable) {
+    ResourceWorld world;
+    auto loader = world.MakeLoader();
+    EXPECT_FALSE(loader.DisplayVisible());
+    EXPECT_EQ(world.Find(loader), "0x80030002");
+    EXPECT_EQ(world.Log(), (Texts{u"LoadResUsingExactLocale - invalid handle.",
+                                  u"Initialize failed to load resources from any search location: ZebShellRes.dll"}));
+    EXPECT_EQ(world.files.searched, (Texts{u"C:\\Prog\\res\\*.*", ResourceWorld::LanguagePath(u"1033"), kBeside}));
+    world.PutLanguages({u"1033"});
+    world.faults.Fail("MapResources", SystemError{0x80030002});
+    EXPECT_EQ(world.Find(loader), "0x80030002");
+    EXPECT_EQ(world.Log().at(1), u"LoadResUsingExactLocale failed to load resource DLL.");
 }
 
-TEST_F(ResourceSearch, RefusalIsRemembered) {
-    PutLanguage(u"1033");
-    refused = {LanguagePath(u"1033")};
-    auto loader = Loader();
-    EXPECT_EQ(loader.Initialize(false), HResult::SignatureRefused);  // though the last place had no file at all
-    EXPECT_EQ(loader.Initialize(true), HResult::Fail);
-    // A failed search may be tried again.
-    refused.clear();
-    EXPECT_EQ(loader.Initialize(true), HResult::Ok);
-    EXPECT_EQ(loader.Initialize(true), HResult::Ok);
-    EXPECT_EQ(resources.mapped.size(), 1U);
-}
-
-TEST_F(ResourceSearch, NothingFound) {
-    files.PutFolder(u"C:\\Prog\\res");
-    auto loader = Loader();
-    EXPECT_EQ(loader.Initialize(false), HResult::FileNotFound);
-    EXPECT_EQ(Logged(u"CResourceLoader::Initialize failed to load resources from any search location: ZebShellRes.dll"),
-              1U);
-    EXPECT_EQ(debug.texts.size(), 1U);
-}
-
-TEST_F(ResourceSearch, NoResFolder_TheDefaultAndTheModuleFolderAreStillTried) {
-    PutModule(Beside());
-    EXPECT_EQ(Find(), Beside());
-    EXPECT_EQ(Logged(u"CResourceLoader::LoadResUsingExactLocale - invalid handle."), 1U);
-    EXPECT_EQ(files.searched, (Texts{u"C:\\Prog\\res\\*.*", LanguagePath(u"1033"), Beside()}));
-}
-
-TEST_F(ResourceSearch, ExactModuleVanishes_IsLogged) {
-    PutLanguage(u"1033");
-    resources.mapError = SystemError{0x80030002};
-    EXPECT_EQ(Find(), u"none");
-    EXPECT_EQ(Logged(u"CResourceLoader::LoadResUsingExactLocale failed to load resource DLL."), 1U);
-}
-
-TEST_F(ResourceSearch, InstallDirectory) {
+TEST(ResourceSearch, InstallDirectory) {
     const std::u16string longest = u"C:\\" + std::u16string(256, u'd');
-    using tsLib::platform::RegistryValue;
-    const std::u16string invalid = u"CResourceLoader::GetInstallDir - failed to read registry: ERROR_INVALID_DATA.";
-    const std::u16string unread = u"CResourceLoader::GetInstallDir - failed to read registry.";
-    const struct {
-        RegistryValue value;
-        std::u16string directory;  // or the sentence, when it holds a blank
-    } rows[] = {
-        {TextValue(u"C:\\Prog\\bin64\\"), u"C:\\Prog"},
-        {TextValue(u"C:\\Prog", tsLib::platform::kValueExpandText), u"C:\\Prog"},
-        {TextValue(u"C:\\Prog", tsLib::platform::kValueText, false), u"C:\\Prog"},
-        {TextValue(longest), longest},
-        {TextValue(longest, tsLib::platform::kValueText, false), longest},
-        {TextValue(longest + u"d"), unread},
-        {TextValue(longest + u"d", tsLib::platform::kValueText, false), unread},
-        {TextValue(std::u16string(5000, u'\\')), invalid},
-        {DwordValue(1), invalid},
-        {TextValue(u"C:\\Prog", tsLib::platform::kValueBinary), invalid},
-        {TextValue(u""), invalid},
-        {TextValue(u"Prog"), invalid},
-        {TextValue(u"%ProgramFiles%\\Halvora", tsLib::platform::kValueExpandText), invalid},
-    };
-    for (const auto& row : rows) {
-        registry.PutValue(FakeRegistry::Root::LocalMachine, kSettings, u"Home Directory", row.value);
-        debug.texts.clear();
-        auto loader = Loader();
+    const std::u16string unread = u"GetInstallDir - failed to read registry.";
+    const std::u16string invalid = u"GetInstallDir - failed to read registry: ERROR_INVALID_DATA.";
+    ResourceWorld world;
+    world.PutModule(kBeside);
+    auto loader = world.MakeLoader();
+    // The directory or, when it holds a blank, what is logged.
+    using Row = std::pair<RegistryValue, std::u16string>;
+    for (const auto& [value, expected] :
+         {Row{StoredText(u"C:\\Prog\\bin64\\"), u"C:\\Prog"},
+          Row{StoredText(longest, kValueExpandText, false), longest}, Row{StoredText(longest + u"d"), unread},
+          Row{StoredText(std::u16string(5000, u'\\')), invalid}, Row{tsLib::DwordValue(1), invalid},
+          Row{StoredText(u"C:\\Prog", kValueBinary), invalid}, Row{StoredText(u""), invalid},
+          Row{StoredText(u"%ProgramFiles%\\Halvora", kValueExpandText), invalid}}) {
+        world.registry.PutValue(RegistryRoot::LocalMachine, HVR::kProductKey, u"Home Directory", value);
         std::u16string directory = u"before";
-        const bool fails = row.directory.find(u' ') != std::u16string::npos;
+        const bool fails = expected.find(u' ') != std::u16string::npos;
         EXPECT_EQ(loader.GetInstallDir(directory), fails ? HResult::Fail : HResult::Ok);
-        EXPECT_EQ(directory, fails ? u"before" : row.directory);
-        EXPECT_EQ(debug.texts, fails ? Texts{row.directory + u"\n"} : Texts{});
+        EXPECT_EQ(directory, fails ? u"before" : expected);
+        EXPECT_EQ(world.Log(), fails ? Texts{expected} : Texts{});
     }
-    EXPECT_EQ(registry.opened.back().access, tsLib::platform::kKeyQueryValue);
+    world.registry.FailOpening(RegistryRoot::LocalMachine, HVR::kProductKey, SystemError::AccessDenied);
+    EXPECT_EQ(world.Find(loader), "0x00000000 C:\\Shell\\ZebShellRes.dll");
+    EXPECT_EQ(world.Log().at(0), u"GetInstallDir - failed to open registry.");
+    EXPECT_EQ(world.files.searched, (Texts{kBeside})) << "nowhere else";
 }
 
-TEST_F(ResourceSearch, NoInstallDirectory_OnlyTheModuleFolderIsSearched) {
-    registry.FailOpening(FakeRegistry::Root::LocalMachine, kSettings, SystemError::AccessDenied);
-    PutModule(Beside());
-    PutLanguage(u"1033");
-    EXPECT_EQ(Find(), Beside());
-    EXPECT_EQ(Logged(u"CResourceLoader::GetInstallDir - failed to open registry."), 1U);
-}
-
-TEST_F(ResourceSearch, RegistryViewsAndPlacesAreOverridable) {
-    class OtherProduct final : public HVR::CResourceLoader {
-    public:
+TEST(ResourceSearch, RegistryViewsAndPlacesAreOverridable) {
+    struct OtherProduct final : HVR::CResourceLoader {
         using CResourceLoader::CResourceLoader;
         std::u16string_view GetRegistryKeyPath() const noexcept override { return u"Software\\Other"; }
-        bool UseRegistry32View() const noexcept override { return true; }
+        bool UseRegistry64View() const noexcept override { return view == kKeyView64; }
+        bool UseRegistry32View() const noexcept override { return view == kKeyView32; }
         std::u16string_view GetRegistryValueName() const noexcept override { return u"Dir"; }
         std::uint16_t GetLanguageId() const noexcept override { return 1036; }
+        std::uint32_t view = 0;
     };
-    registry.PutText(FakeRegistry::Root::LocalMachine, u"Software\\Other", u"Dir", u"C:\\Prog",
-                     tsLib::platform::kKeyView32);
-    PutLanguage(u"1033");
-    PutLanguage(u"1036");
-    OtherProduct loader(FakeModules::kOwn, kModuleName, Seam());
-    EXPECT_EQ(loader.Initialize(false), HResult::Ok);
-    EXPECT_EQ(loader.ResourceModulePath(), LanguagePath(u"1036"));
-    EXPECT_EQ(registry.opened.back().access, tsLib::platform::kKeyQueryValue | tsLib::platform::kKeyView32);
+    ResourceWorld world;
+    auto loader = world.MakeLoader<OtherProduct>();
+    world.PutLanguages({u"1033", u"1036"});
+    for (const std::uint32_t view : {0U, kKeyView64, kKeyView32}) {
+        world.registry.PutText(RegistryRoot::LocalMachine, u"Software\\Other", u"Dir", u"C:\\Prog", view);
+        loader.view = view;
+        EXPECT_EQ(world.Find(loader), "0x00000000 C:\\Prog\\res\\1036\\ZebShellRes.dll");
+        EXPECT_EQ(world.registry.opened.back().access, kKeyQueryValue | view);
+        EXPECT_EQ(loader.Unload(), HResult::Ok);
+    }
 }
 
-TEST_F(ResourceSearch, MissingArguments_NeedAnExplicitPath) {
-    const std::u16string sentence = u"CResourceLoader::Initialize - invalid arguments to ctor.";
-    HVR::CResourceLoader nameless(FakeModules::kOwn, u"", Seam());
-    HVR::CResourceLoader homeless(ModuleHandle{}, kModuleName, Seam());
-    EXPECT_EQ(nameless.Initialize(true), HResult::Fail);
-    EXPECT_EQ(homeless.Initialize(true), HResult::Fail);
-    EXPECT_EQ(Logged(sentence), 2U);
-
-    PutModule(u"D:\\Given.dll");
+TEST(ResourceSearch, MissingArguments_NeedAnExplicitPath) {
+    ResourceWorld world;
+    world.PutModule(u"D:\\Given.dll");
+    world.PutLanguages({u"1033"});
+    auto nameless = world.MakeLoader(FakeModules::kOwn, u"");
+    auto homeless = world.MakeLoader(ModuleHandle{});
+    auto complete = world.MakeLoader();
+    EXPECT_EQ(world.Find(nameless, true), "0x80004005");
+    EXPECT_EQ(world.Find(homeless, true), "0x80004005");
+    EXPECT_EQ(world.Log(), Texts(2, u"Initialize - invalid arguments to ctor."));
     nameless.SetResourceModulePath(u"D:\\Given.dll");
-    EXPECT_EQ(nameless.Initialize(false), HResult::Ok);
-    EXPECT_EQ(nameless.ResourceModulePath(), u"D:\\Given.dll");
+    EXPECT_EQ(world.Find(nameless), "0x00000000 D:\\Given.dll");
     EXPECT_EQ(nameless.LoadedLanguage(), 0);
+    EXPECT_EQ(nameless.Unload(), HResult::Ok);
     homeless.SetResourceModulePath(u"D:\\Absent.dll");
-    EXPECT_EQ(homeless.Initialize(false), tsLib::FromSystemError(SystemError::FileNotFound));
-    EXPECT_TRUE(files.searched.empty());
+    EXPECT_EQ(world.Find(homeless), "0x80070002");
+    EXPECT_TRUE(world.files.searched.empty());
     // With a name and a calling module the search makes up for a given path that leads nowhere.
-    PutLanguage(u"1033");
-    auto loader = Loader();
-    loader.SetResourceModulePath(u"D:\\Absent.dll");
-    EXPECT_EQ(loader.Initialize(false), HResult::Ok);
-    EXPECT_EQ(loader.ResourceModulePath(), LanguagePath(u"1033"));
+    complete.SetResourceModulePath(u"D:\\Absent.dll");
+    EXPECT_EQ(world.Find(complete), "0x00000000 C:\\Prog\\res\\1033\\ZebShellRes.dll");
 }
 
-TEST_F(ResourceSearch, LengthOfTheModulesOwnPath) {
-    PutLanguage(u"1033");
-    const struct {
-        std::size_t length;
-        std::size_t calls;  // 0: fails after all 12 sizes below 8192
-    } rows[] = {{1023, 1}, {1024, 2}, {2047, 2}, {2048, 3}, {7679, 13}, {7680, 0}, {8191, 0}};
-    for (const auto& row : rows) {
-        modules.paths[FakeModules::kOwn] = u"C:\\" + std::u16string(row.length - 3, u'm');
-        modules.calls = 0;
-        auto loader = Loader();
-        EXPECT_EQ(loader.Initialize(true), row.calls == 0 ? HResult::Fail : HResult::Ok) << row.length;
-        EXPECT_EQ(modules.calls, row.calls == 0 ? 13 : row.calls) << row.length;
+TEST(ResourceSearch, LengthOfTheModulesOwnPath) {
+    ResourceWorld world;
+    world.PutLanguages({u"1033"});
+    // How often it is asked; the last one does not fit the size before 8192.
+    using Row = std::pair<std::size_t, std::size_t>;
+    for (const auto& [length, calls] : {Row{1023, 1}, {1024, 2}, {2047, 2}, {2048, 3}, {7679, 13}, {7680, 13}}) {
+        world.modules.paths[FakeModules::kOwn] = u"C:\\" + std::u16string(length - 3, u'm');
+        world.modules.namesAsked = 0;
+        auto loader = world.MakeLoader();
+        EXPECT_EQ(loader.Initialize(true), length == 7680 ? HResult::Fail : HResult::Ok) << length;
+        EXPECT_EQ(world.modules.namesAsked, calls) << length;
     }
-    EXPECT_EQ(Logged(u"CResourceLoader::Initialize - SetBinaryModulePath failed."), 2U);
+    EXPECT_EQ(world.Log().back(), u"Initialize - SetBinaryModulePath failed.");
 }
 
-TEST_F(ResourceSearch, TenThousandFolders) {
-    for (int i = 0; i < 10'000; ++i) {
-        files.PutFolder(u"C:\\Prog\\res\\" + std::u16string(i % 2 == 0 ? u"1036x" : u"x") +
-                        std::u16string(static_cast<std::size_t>(i / 100), u'y') +
-                        std::u16string(static_cast<std::size_t>(i % 100), u'z'));
-    }
-    PutLanguage(u"1033");
-    EXPECT_EQ(Find(), LanguagePath(u"1033"));
-}
-
-TEST_F(ResourceSearch, Unload_ClearsTheModuleWhateverThePlatformSays) {
-    PutLanguage(u"1033");
-    auto loader = Loader();
-    ASSERT_EQ(loader.Initialize(false), HResult::Ok);
-    resources.unmapError = SystemError::InvalidHandle;
-    EXPECT_EQ(loader.Unload(), tsLib::FromSystemError(SystemError::InvalidHandle));
-    EXPECT_EQ(loader.GetResourceModule(), ModuleHandle{});
-    EXPECT_EQ(loader.Unload(), HResult::Ok);
-    ASSERT_EQ(loader.Initialize(false), HResult::Ok);  // the destructor unloads as well
-}
-
-// Every platform call fails in turn; afterwards either a module is loaded or nothing is held, and protection is on.
-TEST_F(ResourceSearch, EveryCallFailing) {
-    FaultPlan faults;
-    for (auto* fake : std::initializer_list<CanFail*>{&registry, &modules, &files, &resources, &messages, &station}) {
-        fake->faults = &faults;
-    }
-    locales.system = 1031;
-    for (const auto* folder : {u"1036", u"1031", u"1033"}) {
-        PutLanguage(folder);
-    }
-    PutModule(Beside());
-    for (std::uint32_t n = 1;; ++n) {
-        faults.FailCall(n, SystemError::AccessDenied);
-        auto loader = Loader();
-        const HResult result = loader.Initialize(true);
-        EXPECT_EQ(loader.GetResourceModule() != ModuleHandle{}, Succeeded(result)) << n;
-        EXPECT_EQ(protection.suspended, 0) << n;
-        EXPECT_EQ(files.OpenHandles() + registry.OpenHandles(), 0U) << n;
-        faults.Disarm();
-        if (!faults.Fired()) {
-            EXPECT_GT(n, 5U);
-            break;
-        }
-    }
-}
-
-TEST_F(ResourceSearch, MemoryRunningOut) {
-    locales.system = 1031;
-    for (const auto* folder : {u"1036", u"1031", u"1033"}) {
-        PutLanguage(folder);
-    }
-    refused = {LanguagePath(u"1031")};
+// Afterwards either a module is loaded or nothing is held.
+TEST(ResourceSearch, EveryFailingCallAndAllocation_EndsCleanly) {
     std::size_t shortages = 0;
-    for (std::uint32_t n = 1;; ++n) {
-        auto loader = Loader();
-        bool fired = false;
+    Sweep([&](auto& failing, bool) {
+        ResourceWorld world;
+        world.desktop.systemLanguage = 1031;
+        world.PutLanguages({u"1036", u"1031", u"1033"});
+        world.refused = {ResourceWorld::LanguagePath(u"1031")};
+        auto loader = world.MakeLoader();
         HResult result{};
-        {
-            const FailingNew failing(n);
-            result = loader.Initialize(true);
-            fired = failing.Fired();
-        }
-        EXPECT_EQ(loader.GetResourceModule() != ModuleHandle{}, Succeeded(result)) << n;
-        EXPECT_EQ(protection.suspended, 0) << n;
-        shortages += result == HResult::OutOfMemory ? 1 : 0;
-        if (!fired) {
-            EXPECT_EQ(result, HResult::Ok);
-            break;
-        }
-    }
+        const bool struck = failing(world.faults, [&] { result = loader.Initialize(true); });
+        EXPECT_TRUE(struck || result == HResult::Ok);
+        EXPECT_EQ(loader.GetResourceModule() != ModuleHandle{}, Succeeded(result));
+        EXPECT_EQ(world.protection.suspended, 0);
+        EXPECT_EQ(world.OpenHandles(), Succeeded(result) ? 1U : 0U);
+        shortages += result == HResult::OutOfMemory ? 1U : 0U;
+    });
     EXPECT_GT(shortages, 5U);
-    EXPECT_GT(Logged(u"CResourceLoader::Initialize failed, std::bad_alloc exception caught."), 0U);
 }
 
 }  // namespace
+}  // namespace tests

@@ -3,97 +3,85 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "resources/ProductKey.h"
 #include "resources/ResourceLoader.h"
-#include "tests/fakes/FakeDesktop.h"
-#include "tests/fakes/FakeFileSearch.h"
-#include "tests/fakes/FakeMessageTexts.h"
-#include "tests/fakes/FakeModules.h"
+#include "tests/fakes/FakePlatform.h"
 #include "tests/fakes/FakeProtection.h"
-#include "tests/fakes/FakeRegistry.h"
-#include "tests/fakes/FakeResourceModules.h"
-#include "tests/fakes/FakeTrace.h"
 #include "tests/fakes/FakeTrustVerifier.h"
 
 namespace tests {
 
 inline constexpr char16_t kModuleName[] = u"ZebShellRes.dll";
-inline constexpr char16_t kSettings[] = u"Software\\Corvane\\Halvora\\AV";
+inline constexpr char16_t kBeside[] = u"C:\\Shell\\ZebShellRes.dll";
 
-class ResourceWorld : public ::testing::Test {
-protected:
-    using HResult = tsLib::HResult;
-    using SystemError = tsLib::platform::SystemError;
+// Its end checks that nothing is left open, alive or suspended.
+struct ResourceWorld : FakePlatform {
     using Texts = std::vector<std::u16string>;
 
     ResourceWorld() {
-        SetInstallDir(u"C:\\Prog");
+        registry.PutText(RegistryRoot::LocalMachine, HVR::kProductKey, u"Home Directory", u"C:\\Prog");
         modules.paths[FakeModules::kOwn] = u"C:\\Shell\\zebshell2.dll";
-        resources.onMap = [this] {
+        modules.onMap = [this] {
             suspendedAtMap.push_back(protection.suspended);
-            EXPECT_EQ(files.OpenHandles(), 0U);  // a search is over before its result is loaded
+            EXPECT_EQ(OpenHandles(), 0U);  // a search is over before its result is loaded
         };
         verifiers.onVerify = [this] {
             verifiers.verdict =
-                refused.contains(verifiers.asked.back().path) ? tsLib::TrustResult::NotTrusted : otherVerdict;
+                refused.contains(verifiers.asked.back().path) ? tsLib::TrustResult::NotTrusted : verdict;
         };
         components.Install(&protection);
     }
-    void TearDown() override {
-        EXPECT_EQ(resources.OpenHandles(), 0U);
-        EXPECT_EQ(files.OpenHandles() + files.Misuses() + resources.Misuses(), 0U);
-        EXPECT_EQ(registry.OpenHandles() + registry.Misuses(), 0U);
+    ~ResourceWorld() {
+        EXPECT_EQ(Leftovers(), "");
         EXPECT_EQ(verifiers.alive + verifiers.unprepared, 0U);
-        EXPECT_EQ(protection.alive, 0);
-        for (const auto& text : debug.texts) {
-            EXPECT_TRUE(text.ends_with(u'\n')) << ::testing::PrintToString(text);
+        EXPECT_EQ(protection.alive + protection.suspended, 0);
+    }
+    template <class Loader = HVR::CResourceLoader>
+    [[nodiscard]] Loader MakeLoader(ModuleHandle caller = FakeModules::kOwn, std::u16string name = kModuleName) {
+        return {*this, caller, std::move(name), verifiers, components};
+    }
+    // The result of a search, and where it found something: "0x00000000 path".
+    std::string Find(HVR::CResourceLoader& loader, bool report = false) {
+        const tsLib::HResult result = loader.Initialize(report);
+        EXPECT_EQ(loader.GetResourceModule() != ModuleHandle{}, Succeeded(result));
+        std::ostringstream found;
+        found << result;
+        if (std::u16string path; Succeeded(result) && loader.LoadString(1, path)) {
+            EXPECT_EQ(path, loader.ResourceModulePath());
+            found << ' ' << std::string(path.begin(), path.end());
         }
-    }
-
-    [[nodiscard]] HVR::CResourceLoader::Seam Seam() {
-        return {registry, modules, files, resources, locales,   messages,  codePage,
-                station,  boxes,   debug, trace,     verifiers, components};
-    }
-    [[nodiscard]] HVR::CResourceLoader Loader() { return {FakeModules::kOwn, kModuleName, Seam()}; }
-
-    void SetInstallDir(std::u16string_view value) {
-        registry.PutText(FakeRegistry::Root::LocalMachine, kSettings, u"Home Directory", value);
+        return found.str();
     }
     // A resource module, with its own path as string 1.
-    void PutModule(const std::u16string& path) {
-        files.PutFile(path);
-        resources.Put(path, {{1, path}});
+    void PutModule(const std::u16string& path) { disk.PutStrings(path, {{1, path}}); }
+    void PutLanguages(const Texts& folders) {
+        for (const auto& folder : folders) {
+            PutModule(LanguagePath(folder));
+        }
     }
-    void PutLanguage(std::u16string_view folder) { PutModule(LanguagePath(folder)); }
-    static std::u16string LanguagePath(std::u16string_view folder) {
-        return u"C:\\Prog\\res\\" + std::u16string(folder) + u"\\ZebShellRes.dll";
+    static std::u16string LanguagePath(const std::u16string& folder) {
+        return u"C:\\Prog\\res\\" + folder + u"\\ZebShellRes.dll";
     }
-    // How often the sentence was logged, whole.
-    [[nodiscard]] std::size_t Logged(const std::u16string& sentence) const {
-        return static_cast<std::size_t>(std::count(debug.texts.begin(), debug.texts.end(), sentence + u'\n'));
+    // The log since the last call, without the class's name.
+    Texts Log() {
+        Texts log;
+        for (const std::u16string& text : std::exchange(desktop.debugTexts, {})) {
+            const std::size_t prefix = text.starts_with(u"CResourceLoader::") ? 17 : 0;
+            EXPECT_TRUE(text.ends_with(u'\n'));
+            log.push_back(text.substr(prefix, text.size() - prefix - 1));
+        }
+        return log;
     }
 
-    FakeRegistry registry;
-    FakeModules modules;
-    FakeFileSearch files;
-    FakeResourceModules resources;
-    FakeLocales locales;
-    FakeMessageTexts messages;
-    FakeCodePage codePage;
-    FakeWindowStation station;
-    FakeMessageBoxes boxes;
-    FakeDebugOutput debug;
-    FakeTrace trace;
-    FakeTrustVerifierFactory verifiers;
+    FakeTrustVerifiers verifiers;
     FakeProtection protection;
-    tsLib::InstanceFactorySlot components;
-
+    tsLib::Components components;
     std::set<std::u16string> refused;  // paths that the verifier refuses
-    tsLib::TrustResult otherVerdict = tsLib::TrustResult::Trusted;
+    tsLib::TrustResult verdict = tsLib::TrustResult::Trusted;
     std::vector<int> suspendedAtMap;  // the suspensions in force at each mapping
 };
 

@@ -1,50 +1,37 @@
-// A process that verifies processes at the product's level; its exit code is the verdict.
-//   verify-self current     itself
-//   verify-self parent      the process that started it
-//   verify-self child       a process of its own, by that process asking about its parent
+// A process that verifies processes at the product's level; its exit code holds the verdicts.
+//   verify-self          itself * 16 + what a process of its own says about its parent
+//   verify-self parent   the process that started it
 #include <windows.h>
-
-#include <string>
 
 #include "composition/ProductRuntime.h"
 #include "tslib/VaneRef.h"
-#include "tslib/platform/win32/WideText.h"
 
 namespace {
 
-constexpr int kFailed = 100;
+constexpr int kFailed = 255;
 
-int ExitCodeOf(const tsLib::platform::StartedProcess& started) {
-    const auto process = reinterpret_cast<HANDLE>(started.process);
+int VerdictOfChild() {
+    const tsLib::platform::Platform& platform = HVR::ProductRuntime::Instance().Platform();
+    std::u16string path;
+    tsLib::platform::StartedProcess started;
     DWORD code = kFailed;
-    if (WaitForSingleObject(process, 60000) == WAIT_OBJECT_0) {
+    if (Succeeded(platform.modules.FileName(tsLib::platform::kMainExecutable, 1024, path)) &&
+        Succeeded(platform.processes.Start(u"\"" + path + u"\" parent", tsLib::platform::kCreateNoWindow, started))) {
+        const auto process = reinterpret_cast<HANDLE>(started.process);
+        WaitForSingleObject(process, 60000);
         GetExitCodeProcess(process, &code);
     }
     return static_cast<int>(code);
 }
 
-int StartOther() {
-    HVR::Win32Platform& platform = HVR::Win32Platform::Instance();
-    std::u16string path;
-    tsLib::platform::StartedProcess started;
-    if (Failed(platform.modules.FileName(tsLib::platform::kMainExecutable, 1024, path)) ||
-        Failed(platform.processStarter.Start(u"\"" + path + u"\" parent", tsLib::platform::kCreateNoWindow, started))) {
-        return kFailed;
-    }
-    return ExitCodeOf(started);
-}
-
 }  // namespace
 
-int main(int count, char** arguments) {
-    const std::string part = count == 2 ? arguments[1] : "";
-    if (part == "child") {
-        return StartOther();
-    }
+int main(int count, char**) {
     const tsLib::VaneRef<tsLib::IVerifyTrust> verifier(tsLib::CreateTrustVerifierStatic());
-    if (!verifier || verifier->Initialize(true) != 1 || (part != "current" && part != "parent")) {
+    if (!verifier || verifier->Initialize(true) != 1) {
         return kFailed;
     }
-    return static_cast<int>(part == "current" ? verifier->VerifyCurrentProcess(tsLib::kProductTrustLevel)
-                                              : verifier->VerifyParentProcess(tsLib::kProductTrustLevel));
+    return count > 1
+               ? static_cast<int>(verifier->VerifyParentProcess(tsLib::kProductTrustLevel))
+               : static_cast<int>(verifier->VerifyCurrentProcess(tsLib::kProductTrustLevel)) * 16 + VerdictOfChild();
 }

@@ -2,379 +2,271 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <optional>
 
-#include "shellext/Boundary.h"
-#include "tests/fakes/FailingNew.h"
-#include "tests/shellext/MenuWorld.h"
+#include "shellext/OrientationSetting.h"
+#include "tests/fakes/FakePlatform.h"
+#include "tslib/RegistryText.h"
+#include "tslib/platform/Digits.h"
 
 namespace tests {
 namespace {
 
+using tsLib::HResult;
 using tsLib::TraceEvent;
-using tsLib::platform::RegistryRoot;
-using tsLib::platform::TraceLevel;
+
+constexpr HVR::MenuHandle kMenu{0x1234};
+constexpr HVR::SelectionHandle kSelection{0x5678};
+constexpr HVR::SelectionHandle kNoSelection{};
+
+// Keeps what was done to it, in order: "--3" for a separator, "+4:100 text" for an item. Allocates nothing.
+struct FakeShell final : HVR::ShellSurface {
+    FakeShell() { items.reserve(500); }
+    SystemError InsertSeparator(HVR::MenuHandle menu, std::uint32_t position) noexcept override {
+        items.append(u"--").append(tsLib::DecimalText(position));
+        return menu != kMenu || failing == 1 ? SystemError::AccessDenied : SystemError::Success;
+    }
+    SystemError InsertItem(HVR::MenuHandle menu, std::uint32_t position, std::uint32_t id,
+                           const std::u16string& text) noexcept override {
+        items.append(u"+").append(tsLib::DecimalText(position)).append(u":").append(tsLib::DecimalText(id));
+        items.append(u" ").append(text);
+        return menu != kMenu || failing == 2 ? SystemError::AccessDenied : SystemError::Success;
+    }
+    void RemoveItem(HVR::MenuHandle, std::uint32_t position) noexcept override {
+        items.append(u" removed ").append(tsLib::DecimalText(position));
+    }
+    HResult TakeDropList(HVR::SelectionHandle selection, HVR::DropHandle& dropList) override {
+        EXPECT_EQ(selection, kSelection);
+        dropList = Succeeded(answer) ? list : dropList;
+        return answer;
+    }
+    void EnterApartment() noexcept override { ++entered; }
+    void LeaveApartment() noexcept override { ++left; }
+
+    int failing = 0;  // the insertion that fails
+    std::u16string items;
+    HVR::DropHandle list{0x4711};
+    HResult answer = HResult::Ok;
+    int entered = 0;
+    int left = 0;
+};
 
 class MenuCommandTest : public ::testing::Test {
 protected:
-    MenuWorld world;
+    MenuCommandTest() {
+        ModuleHandle module{};
+        platform.disk.PutStrings(u"C:\\res.dll", {{1, u"&Scan"}, {101, u"Halvora"}, {102, u"No"}});
+        EXPECT_EQ(platform.modules.MapResources(u"C:\\res.dll", module), SystemError::Success);
+        static_cast<void>(instance.Exchange(module));
+    }
+    ~MenuCommandTest() override { EXPECT_EQ(platform.OpenHandles() + platform.Misuses(), 1U) << platform.Leftovers(); }
+    void SetStrings(Strings strings) { platform.disk.Find(u"C:\\res.dll")->strings = std::move(strings); }
+    void PutOrientation(const RegistryValue& value = tsLib::DwordValue(1)) {
+        platform.registry.PutValue(RegistryRoot::LocalMachine, HVR::kProductKey, HVR::kOrientationValue, value);
+    }
+    // The ids used, and what was done to the menu.
+    std::u16string Build(std::uint32_t flags = 0, std::uint32_t position = 3) {
+        shell.items.clear();
+        const std::uint32_t used = command->AddItem(kMenu, position, 100, flags);
+        return std::u16string(tsLib::DecimalText(used)) + u" " + shell.items;
+    }
+    // "scan", "ok" without a scan, or "fail".
+    std::string Invoke(const HVR::InvokeRequest& request) {
+        bool scans = true;
+        const HResult result = command->Invoke(request, scans);
+        EXPECT_TRUE(result == HResult::Ok || (result == HResult::Fail && !scans));
+        return scans ? "scan" : Succeeded(result) ? "ok" : "fail";
+    }
+    std::string InvokeName(const char* verb) { return Invoke({56, 0, reinterpret_cast<std::uintptr_t>(verb), 0}); }
+    std::string InvokeWide(const char16_t* verb, const char* narrow, std::uint32_t size = 104,
+                           std::uint32_t mask = 0x4000) {
+        return Invoke({size, mask, reinterpret_cast<std::uintptr_t>(narrow), reinterpret_cast<std::uintptr_t>(verb)});
+    }
+    // GetText into a buffer of `capacity` units between guards: the result and the text.
+    template <class Unit>
+    std::pair<HResult, std::basic_string<Unit>> Ask(std::uint32_t type, std::uint32_t capacity) {
+        const std::basic_string<Unit> guard(4, Unit{0x7E});
+        std::basic_string<Unit> buffer(capacity + 8, Unit{0x7E});
+        const HResult result = command->GetText(type, &buffer[4], capacity);
+        EXPECT_TRUE(buffer.starts_with(guard) && buffer.ends_with(guard)) << capacity;
+        const std::size_t end = buffer.find(Unit{0});
+        EXPECT_EQ(end == buffer.npos, capacity == 0);
+        return {result, buffer.substr(4, end == buffer.npos ? 0 : end - 4)};
+    }
+
+    FakePlatform platform;
+    FakeShell shell;
+    HVR::ResourceInstance instance{ModuleHandle{}};
+    std::optional<HVR::MenuCommand> command{std::in_place, platform, instance, shell};
 };
 
-TEST_F(MenuCommandTest, Initialize_KeepsListAndEntersApartmentOnce_LeavesAtTheEnd) {
-    EXPECT_EQ(world.command->PageMode(), 2U);
-    EXPECT_EQ(world.command->Initialize(&world), HResult::Ok);
-    EXPECT_EQ(world.command->HeldDropList(), world.selected);
-    EXPECT_EQ(world.command->PageMode(), 1U);
-    EXPECT_EQ(world.entered, 1);
-    EXPECT_EQ(world.left, 0);
-    world.command.reset();
-    EXPECT_EQ(world.left, 1);
-}
+TEST_F(MenuCommandTest, Initialize_KeepsTheListAndEntersTheApartment_LeavesOnceAtTheEnd) {
+    shell.list = {};
+    EXPECT_EQ(command->Initialize(kSelection), HResult::Ok) << "without a list";
+    EXPECT_EQ(command->PageMode(), 2U);
+    command.emplace(platform, instance, shell);
+    EXPECT_EQ(shell.entered + shell.left, 0);
 
-TEST_F(MenuCommandTest, Initialize_Twice_EntersTwiceAndLeavesOnce) {
-    ASSERT_EQ(world.command->Initialize(&world), HResult::Ok);
-    world.selected = HVR::DropHandle{0x4712};
-    EXPECT_EQ(world.command->Initialize(&world), HResult::Ok);
-    EXPECT_EQ(world.command->HeldDropList(), HVR::DropHandle{0x4712});
-    world.command.reset();
-    EXPECT_EQ(world.entered, 2);
-    EXPECT_EQ(world.left, 1);
-}
-
-TEST_F(MenuCommandTest, Initialize_WithoutListOrObject_SaysWhyAndKeepsWhatWasHeld) {
-    ASSERT_EQ(world.command->Initialize(&world), HResult::Ok);
-    const auto refused = static_cast<HResult>(-2147221404);  // 0x80040064
-    world.selectionAnswer = refused;
-    EXPECT_EQ(world.command->Initialize(&world), refused);
-    EXPECT_EQ(world.command->Initialize(nullptr), HResult::Fail);
-    EXPECT_EQ(world.command->HeldDropList(), world.selected);
-    EXPECT_EQ(world.entered, 1);
-    EXPECT_EQ(world.trace.Count(TraceEvent::MenuNoDropList), 1U);
-    EXPECT_EQ(world.trace.Count(TraceEvent::MenuNoDataObject), 1U);
-}
-
-TEST_F(MenuCommandTest, Initialize_SuccessWithNullList_HoldsNothingAndStaysOut) {
-    world.selected = {};
-    EXPECT_EQ(world.command->Initialize(&world), HResult::Ok);
-    EXPECT_EQ(world.command->PageMode(), 2U);
-    world.command.reset();
-    EXPECT_EQ(world.entered, 0);
-    EXPECT_EQ(world.left, 0);
+    shell.list = HVR::DropHandle{0x4711};
+    EXPECT_EQ(command->Initialize(kSelection), HResult::Ok);
+    EXPECT_EQ(command->HeldDropList(), shell.list);
+    EXPECT_EQ(command->PageMode(), 1U);
+    EXPECT_EQ(shell.entered, 1);
+    // What fails keeps the list that is held.
+    shell.answer = HResult::NoInterface;
+    EXPECT_EQ(command->Initialize(kSelection), shell.answer);
+    EXPECT_EQ(command->Initialize(kNoSelection), HResult::Fail);
+    EXPECT_EQ(command->HeldDropList(), shell.list);
+    EXPECT_EQ(shell.entered, 1);
+    // A second list replaces the first one, and enters once more.
+    shell.answer = HResult::Ok;
+    shell.list = HVR::DropHandle{0x4712};
+    EXPECT_EQ(command->Initialize(kSelection), HResult::Ok);
+    EXPECT_EQ(command->HeldDropList(), shell.list);
+    EXPECT_EQ(shell.left, 0);
+    command.reset();
+    EXPECT_EQ(shell.entered, 2);
+    EXPECT_EQ(shell.left, 1);
 }
 
 // Every way of Initialize forgets the menu: the verb is refused by name afterwards.
 TEST_F(MenuCommandTest, Initialize_ClearsVerbs_WhateverItsResult) {
-    world.PutOrientation(1);
-    for (int round = 0; round < 3; ++round) {
-        ASSERT_EQ(world.Build(), 1U);
-        ASSERT_EQ(world.InvokeName("NimShellScan"), HResult::Ok);
-        world.selectionAnswer = round == 1 ? HResult::Fail : HResult::Ok;
-        static_cast<void>(world.command->Initialize(round == 2 ? nullptr : &world));
-        EXPECT_EQ(world.InvokeName("NimShellScan"), HResult::Fail) << round;
-        EXPECT_EQ(world.InvokeWide(u"NimShellScan"), HResult::Fail) << round;
-        EXPECT_EQ(world.InvokeName(""), HResult::Ok) << round;
+    PutOrientation();
+    for (const auto& [selection, answer] :
+         {std::pair{kSelection, HResult::Ok}, {kSelection, HResult::Fail}, {kNoSelection, HResult::Ok}}) {
+        Build();
+        ASSERT_EQ(InvokeName("NimShellScan"), "scan");
+        shell.answer = answer;
+        static_cast<void>(command->Initialize(selection));
+        EXPECT_EQ(InvokeName("NimShellScan"), "fail");
+        EXPECT_EQ(InvokeWide(u"NimShellScan", nullptr), "fail");
+        EXPECT_EQ(InvokeName(""), "scan");
     }
 }
 
-TEST_F(MenuCommandTest, AddItem_FlagsDecide) {
-    struct Case {
-        std::uint32_t flags;
-        std::uint32_t used;
-    };
+TEST_F(MenuCommandTest, AddItem_FlagsDecide_AllOrNothingIsAdded) {
     // Default only (1), extended verbs (0x100) and the upper half do not count.
-    for (const Case& c : {Case{0, 1},
-                          {1, 1},
-                          {8, 0},
-                          {8 | 16, 0},
-                          {2, 0},
-                          {2 | 16, 1},
-                          {16, 1},
-                          {2 | 8 | 16, 0},
-                          {0x100, 1},
-                          {0x00080000, 1},
-                          {0x00020000, 1},
-                          {0x00100000 | 2, 0}}) {
-        MenuWorld fresh;
-        EXPECT_EQ(fresh.Build(c.flags), c.used) << c.flags;
-        EXPECT_EQ(fresh.items.size(), c.used * 2) << c.flags;
-        EXPECT_EQ(fresh.trace.Count(TraceLevel::Information), 1U) << c.flags;
+    for (const std::uint32_t flags : {0U, 1U, 2U | 16U, 16U, 0x100U, 0x00080000U, 0x00020000U}) {
+        EXPECT_EQ(Build(flags), u"1 --3+4:100 &Scan") << flags;
     }
-}
-
-TEST_F(MenuCommandTest, AddItem_SeparatorThenItemBehindIt) {
-    EXPECT_EQ(world.Build(), 1U);
-    EXPECT_EQ(world.items, (std::vector<KeptItem>{{3, std::nullopt, u""}, {4, 100, u"&Scan"}}));
-    ASSERT_EQ(world.trace.records.size(), 1U);
-    EXPECT_EQ(world.trace.records[0].texts, (std::vector<std::u16string>{u"&Scan", u"NimShellScan"}));
-}
-
-TEST_F(MenuCommandTest, AddItem_AtTheHighestPosition_AppendsBoth) {
-    EXPECT_EQ(world.Build(0, 0xFFFFFFFF), 1U);
-    EXPECT_EQ(world.items[1].position, 0xFFFFFFFFU);
-}
-
-TEST_F(MenuCommandTest, AddItem_TextIsCutAt259) {
-    world.strings[1] = std::u16string(260, u'x');
-    EXPECT_EQ(world.Build(), 1U);
-    EXPECT_EQ(world.items[1].text, std::u16string(259, u'x'));
-}
-
-TEST_F(MenuCommandTest, AddItem_NoTextOrNoRoom_AddsNothingAtAll) {
-    world.strings.clear();
-    EXPECT_EQ(world.Build(), 0U);
-    EXPECT_EQ(world.trace.Count(TraceEvent::MenuNoText), 1U);
-    world.strings[1] = u"x";
-    for (world.failingInsert = 1; world.failingInsert <= 2; ++world.failingInsert) {
-        EXPECT_EQ(world.Build(), 0U);
+    EXPECT_EQ(Build(0, 0xFFFFFFFF), u"1 --4294967295+4294967295:100 &Scan") << "appends both";
+    EXPECT_EQ(platform.trace.records.back().texts, (std::vector<std::u16string>{u"&Scan", u"NimShellScan"}));
+    SetStrings({{1, std::u16string(260, u'x')}});
+    EXPECT_EQ(Build(), u"1 --3+4:100 " + std::u16string(259, u'x'));
+    static_cast<void>(command->Initialize(kSelection));  // forgets the verbs
+    for (const std::uint32_t flags : {8U, 8U | 16U, 2U, 2U | 8U | 16U, 0x00100002U}) {
+        EXPECT_EQ(Build(flags), u"0 ") << flags;
     }
-    EXPECT_TRUE(world.items.empty());
-    EXPECT_EQ(world.trace.Count(TraceEvent::MenuItemNotInserted), 2U);
-    EXPECT_EQ(world.InvokeName("NimShellScan"), HResult::Fail);
+    SetStrings({{1, u"x"}});
+    shell.failing = 1;
+    EXPECT_EQ(Build(), u"0 --3");
+    shell.failing = 2;
+    EXPECT_EQ(Build(), u"0 --3+4:100 x removed 3");
+    SetStrings({});
+    EXPECT_EQ(Build(), u"0 ");
+    EXPECT_EQ(InvokeName("NimShellScan"), "fail");
+    EXPECT_EQ(platform.trace.Count(TraceLevel::Error), 3U);
 }
 
-TEST_F(MenuCommandTest, Invoke_ByOffset_IsTheScanWhateverTheOffset) {
-    world.PutOrientation(1);
-    world.scanAnswer = HResult::Unexpected;
+TEST_F(MenuCommandTest, Invoke_ByOffset_IsTheScan_ByNameComparesExactly) {
+    PutOrientation();
     for (const std::uintptr_t offset : {0U, 1U, 7U, 0xFFFFU}) {
-        EXPECT_EQ(world.InvokeOffset(offset), HResult::Unexpected);
+        EXPECT_EQ(Invoke({56, 0, offset, 0}), "scan");
+        EXPECT_EQ(Invoke({104, 0x4000, 0, offset}), "scan");
     }
-    EXPECT_EQ(world.scans, 4);
-}
-
-TEST_F(MenuCommandTest, Invoke_ByName_ComparesExactly) {
-    world.PutOrientation(1);
-    ASSERT_EQ(world.Build(), 1U);
-    EXPECT_EQ(world.InvokeName("NimShellScan"), HResult::Ok);
+    Build();
+    EXPECT_EQ(InvokeName("NimShellScan"), "scan");
     for (const char* verb : {"nimshellscan", "NimShellScan ", "NimShellSca", "", "open"}) {
-        EXPECT_EQ(world.InvokeName(verb), HResult::Fail) << verb;
+        EXPECT_EQ(InvokeName(verb), "fail") << verb;
     }
-    EXPECT_EQ(world.InvokeWide(u"NimShellScan", "open"), HResult::Ok);
+    EXPECT_EQ(InvokeWide(u"NimShellScan", "open"), "scan");
     for (const char16_t* verb : {u"nimshellscan", u"NimShellScan2", u"NimShellSca", u"", u"Nim\u0000"}) {
-        EXPECT_EQ(world.InvokeWide(verb, "NimShellScan"), HResult::Fail);
+        EXPECT_EQ(InvokeWide(verb, "NimShellScan"), "fail");
     }
-    EXPECT_EQ(world.scans, 2);
-}
-
-// Only the size 104 together with the mask makes the wide verb count.
-TEST_F(MenuCommandTest, Invoke_OtherForms_LookAtTheNarrowVerbOnly) {
-    world.PutOrientation(1);
-    ASSERT_EQ(world.Build(), 1U);
-    struct Form {
-        std::uint32_t size;
-        std::uint32_t mask;
-    };
-    for (const Form& form : {Form{104, 0}, {104, 0x4}, {103, 0x4000}, {56, 0x4000}, {112, 0x4000}, {0, 0}}) {
-        EXPECT_EQ(world.InvokeWide(u"other", "NimShellScan", form.size, form.mask), HResult::Ok) << form.size;
-        EXPECT_EQ(world.InvokeWide(u"NimShellScan", "other", form.size, form.mask), HResult::Fail) << form.size;
+    // Only the size 104 together with the mask makes the wide verb count.
+    using Form = std::pair<std::uint32_t, std::uint32_t>;
+    for (const auto& [size, mask] : {Form{104, 0}, {104, 0x4}, {103, 0x4000}, {112, 0x4000}, {0, 0}}) {
+        EXPECT_EQ(InvokeWide(u"other", "NimShellScan", size, mask), "scan") << size;
+        EXPECT_EQ(InvokeWide(u"NimShellScan", "other", size, mask), "fail") << size;
     }
-    EXPECT_EQ(world.InvokeWide(u"other", "NimShellScan", 104, 0xFFFF), HResult::Fail);
 }
 
 TEST_F(MenuCommandTest, Invoke_SettingDecides) {
-    using tsLib::platform::RegistryValue;
-    struct Case {
-        const char* what;
-        std::optional<RegistryValue> value;
-        bool scans;
+    const auto bytes = [](std::string_view text) { return RegistryValue{kValueBinary, ToBytes(text)}; };
+    const auto refuses = [&] {
+        platform.desktop.boxes.clear();
+        const std::string answer = Invoke({56, 0, 0, 0});
+        EXPECT_EQ(platform.desktop.boxes.size(), answer == "ok" ? 1U : 0U);
+        EXPECT_EQ(platform.registry.opened.back().access, kKeyQueryValue);
+        return answer == "ok";
     };
-    const auto bytes = [](std::initializer_list<int> list) {
-        RegistryValue value{tsLib::platform::kValueBinary, {}};
-        for (const int byte : list) {
-            value.data.push_back(static_cast<std::byte>(byte));
-        }
-        return value;
-    };
-    const Case cases[] = {{"absent", std::nullopt, false},
-                          {"refusal", DwordValue(5134), false},
-                          {"zero", DwordValue(0), true},
-                          {"next", DwordValue(5135), true},
-                          {"refusal as bytes", bytes({0x0E, 0x14, 0, 0}), false},
-                          {"refusal in two bytes", bytes({0x0E, 0x14}), false},
-                          {"five bytes", bytes({1, 0, 0, 0, 0}), false},
-                          {"long text", TextValue(u"5135"), false}};
-    for (const Case& c : cases) {
-        MenuWorld fresh;
-        if (c.value) {
-            fresh.registry.PutValue(RegistryRoot::LocalMachine, HVR::kProductKey, HVR::kOrientationValue, *c.value);
-        } else {
-            fresh.registry.PutKey(RegistryRoot::LocalMachine, HVR::kProductKey);
-        }
-        EXPECT_EQ(fresh.InvokeOffset(0), HResult::Ok) << c.what;
-        EXPECT_EQ(fresh.scans, c.scans ? 1 : 0) << c.what;
-        EXPECT_EQ(fresh.boxes, c.scans ? std::vector<std::u16string>() : std::vector<std::u16string>{u"Halvora: No"});
-        EXPECT_EQ(fresh.registry.OpenHandles(), 0U);
-        EXPECT_EQ(fresh.registry.opened[0].access, tsLib::platform::kKeyQueryValue);
+    EXPECT_TRUE(refuses()) << "no key";
+    platform.registry.PutKey(RegistryRoot::LocalMachine, HVR::kProductKey);
+    EXPECT_TRUE(refuses()) << "no value";
+    EXPECT_EQ(platform.desktop.boxes[0].caption, u"Halvora");
+    EXPECT_EQ(platform.desktop.boxes[0].text, u"No");
+    for (const auto& value : {tsLib::DwordValue(5134), bytes({"\x0E\x14\0\0", 4}), bytes("\x0E\x14"),
+                              bytes({"\1\0\0\0\0", 5}), StoredText(u"5135")}) {
+        PutOrientation(value);
+        EXPECT_TRUE(refuses()) << value.data.size();
+    }
+    for (const std::uint32_t number : {0U, 5135U, 0x0001140EU, 0x0100140EU}) {
+        PutOrientation(tsLib::DwordValue(number));
+        EXPECT_FALSE(refuses()) << number;
     }
 }
-
-TEST_F(MenuCommandTest, Invoke_NoKeyNoStrings_ShowsAnEmptyBox) {
-    world.strings.clear();
-    EXPECT_EQ(world.InvokeOffset(0), HResult::Ok);
-    EXPECT_EQ(world.boxes, std::vector<std::u16string>{u": "});
-    EXPECT_EQ(world.scans, 0);
-}
-
-// A buffer with guards on both sides.
-template <class Unit>
-struct Guarded {
-    explicit Guarded(std::uint32_t size) : capacity(size), units(size + 8, static_cast<Unit>(0x7E)) {}
-    Unit* Begin() { return units.data() + 4; }
-    [[nodiscard]] bool Intact() const {
-        const auto guard = [](Unit unit) { return unit == static_cast<Unit>(0x7E); };
-        return std::all_of(units.begin(), units.begin() + 4, guard) && std::all_of(units.end() - 4, units.end(), guard);
-    }
-    std::uint32_t capacity;
-    std::vector<Unit> units;
-};
 
 TEST_F(MenuCommandTest, GetText_Verb_CutAndReported) {
-    const std::string verb = "NimShellScan";
     for (std::uint32_t size = 0; size <= 16; ++size) {
-        Guarded<char> narrow(size);
-        Guarded<char16_t> wide(size);
         const HResult expected = size == 0 || size > 12 ? HResult::Ok : HResult::InvalidArgument;
-        EXPECT_EQ(world.command->GetText(0, narrow.Begin(), size), expected) << size;
-        EXPECT_EQ(world.command->GetText(4, wide.Begin(), size), expected) << size;
-        EXPECT_TRUE(narrow.Intact() && wide.Intact()) << size;
-        if (size != 0) {
-            const std::string cut = verb.substr(0, size - 1);
-            EXPECT_EQ(std::string(narrow.Begin()), cut);
-            EXPECT_EQ(std::u16string(wide.Begin()), std::u16string(cut.begin(), cut.end()));
+        const std::string cut = std::string("NimShellScan").substr(0, size == 0 ? 0 : size - 1);
+        EXPECT_EQ(Ask<char>(0, size), (std::pair{expected, cut})) << size;
+        EXPECT_EQ(Ask<char16_t>(4, size), (std::pair{expected, std::u16string(cut.begin(), cut.end())}));
+    }
+    for (std::uint32_t type = 0; type <= 7; ++type) {
+        EXPECT_EQ(command->GetText(type, nullptr, 5), HResult::Ok) << type;
+        char byte = 'x';
+        if (type != 0 && type != 1 && type != 4 && type != 5) {
+            EXPECT_EQ(command->GetText(type, &byte, 1), HResult::Ok) << type;
         }
+        EXPECT_EQ(byte, 'x') << type;
     }
-}
-
-TEST_F(MenuCommandTest, GetText_NullBufferOrUnknownType_WritesNothingAndIsOk) {
-    Guarded<char> buffer(8);
-    for (std::uint32_t type = 0; type < 8; ++type) {
-        EXPECT_EQ(world.command->GetText(type, nullptr, 5), HResult::Ok) << type;
-        EXPECT_EQ(world.command->GetText(type, nullptr, 0), HResult::Ok) << type;
-        EXPECT_EQ(world.command->GetText(type, buffer.Begin(), 0), HResult::Ok) << type;
-    }
-    for (const std::uint32_t type : {2U, 3U, 6U, 7U, 0x80000000U}) {
-        EXPECT_EQ(world.command->GetText(type, buffer.Begin(), 8), HResult::Ok) << type;
-    }
-    EXPECT_EQ(buffer.units, std::vector<char>(16, 0x7E));
 }
 
 TEST_F(MenuCommandTest, GetText_Help_LimitsAndMissingText) {
-    struct Case {
-        std::size_t length;
-        std::uint32_t capacity;
-        std::size_t expected;
-    };
-    for (const Case& c : {Case{0, 10, 0},
-                          {5, 10, 5},
-                          {9, 10, 9},
-                          {10, 10, 9},
-                          {510, 600, 510},
-                          {511, 600, 511},
-                          {512, 600, 511},
-                          {2000, 600, 511},
-                          {2000, 1, 0}}) {
-        world.strings[2] = std::u16string(c.length, u'h');
-        world.narrowStrings[2] = std::string(c.length, 'h');
-        Guarded<char> narrow(c.capacity);
-        Guarded<char16_t> wide(c.capacity);
-        EXPECT_EQ(world.command->GetText(1, narrow.Begin(), c.capacity), HResult::Ok);
-        EXPECT_EQ(world.command->GetText(5, wide.Begin(), c.capacity), HResult::Ok);
-        EXPECT_EQ(std::string(narrow.Begin()), std::string(c.expected, 'h')) << c.length;
-        EXPECT_EQ(std::u16string(wide.Begin()), std::u16string(c.expected, u'h')) << c.length;
-        EXPECT_TRUE(narrow.Intact() && wide.Intact());
+    using Row = std::array<std::uint32_t, 3>;
+    for (const auto& [length, capacity, expected] : {Row{0, 10, 0},
+                                                     {9, 10, 9},
+                                                     {10, 10, 9},
+                                                     {511, 600, 511},
+                                                     {512, 600, 511},
+                                                     {9000, 600, 511},
+                                                     {9000, 1, 0},
+                                                     {5, 0, 0}}) {
+        SetStrings({{2, std::u16string(length, u'h')}});
+        EXPECT_EQ(Ask<char>(1, capacity), (std::pair{HResult::Ok, std::string(expected, 'h')}));
+        EXPECT_EQ(Ask<char16_t>(5, capacity), (std::pair{HResult::Ok, std::u16string(expected, u'h')}));
     }
+    platform.faults.Fail("ToNarrow", SystemError::InvalidParameter);
+    EXPECT_EQ(Ask<char>(1, 10), (std::pair{HResult::Ok, std::string()}));
 }
 
-// Code page 932: two-byte characters whose second byte may look like a letter, a half-width letter, a cut source.
+// A code page with two-byte characters whose second byte may look like a letter, a half-width letter, a cut source.
 TEST_F(MenuCommandTest, GetText_NarrowHelp_NeverSplitsACharacter) {
-    const std::string text =
-        "\x83\x58"
-        "A"
-        "\xB1"
-        "\x8A\x5C"
-        "\x95";
-    struct Case {
-        std::uint32_t capacity;
-        std::string expected;
-    };
-    for (const Case& c : {Case{1, ""},
-                          {2, ""},
-                          {3, "\x83\x58"},
-                          {4,
-                           "\x83\x58"
-                           "A"},
-                          {5,
-                           "\x83\x58"
-                           "A\xB1"},
-                          {6,
-                           "\x83\x58"
-                           "A\xB1"},
-                          {7,
-                           "\x83\x58"
-                           "A\xB1\x8A\x5C"},
-                          {8,
-                           "\x83\x58"
-                           "A\xB1\x8A\x5C"},
-                          {100,
-                           "\x83\x58"
-                           "A\xB1\x8A\x5C"}}) {
-        world.narrowStrings[2] = text;
-        Guarded<char> buffer(c.capacity);
-        EXPECT_EQ(world.command->GetText(1, buffer.Begin(), c.capacity), HResult::Ok);
-        EXPECT_EQ(std::string(buffer.Begin()), c.expected) << c.capacity;
-        EXPECT_TRUE(buffer.Intact());
+    platform.textRules.hasLeadBytes = true;
+    SetStrings({{2, u"\u0083\u0058\u0041\u00B1\u008A\u005C\u0095"}});
+    const std::string whole = std::string("\x83\x58") + "A\xB1\x8A\x5C";
+    const std::size_t lengths[] = {0, 0, 0, 2, 3, 4, 4, 6, 6};  // by capacity
+    for (std::uint32_t capacity = 0; capacity < std::size(lengths); ++capacity) {
+        EXPECT_EQ(Ask<char>(1, capacity).second, whole.substr(0, lengths[capacity])) << capacity;
     }
     // The limit of 511 bytes falls into a character, too.
-    world.narrowStrings[2] = "A";
+    std::u16string text;
     for (int i = 0; i < 300; ++i) {
-        world.narrowStrings[2] += "\x83\x58";
+        text += u"\u0083\u0058";
     }
-    Guarded<char> buffer(600);
-    EXPECT_EQ(world.command->GetText(1, buffer.Begin(), 600), HResult::Ok);
-    EXPECT_EQ(std::strlen(buffer.Begin()), 511U);
-    world.narrowStrings[2].erase(0, 1);
-    EXPECT_EQ(world.command->GetText(1, buffer.Begin(), 600), HResult::Ok);
-    EXPECT_EQ(std::strlen(buffer.Begin()), 510U);
-}
-
-TEST_F(MenuCommandTest, MemoryRunsOut_NothingIsHalfDone) {
-    world.strings[1] = world.strings[101] = std::u16string(100, u'x');
-    world.trace.enabled = false;
-    world.items.reserve(2);
-    for (std::uint32_t n = 1;; ++n) {
-        HResult added{};
-        HResult invoked{};
-        world.items.clear();
-        world.boxesLost = 0;
-        bool fired = false;
-        {
-            const FailingNew failing(n);
-            added = HVR::AtBoundary(HResult::Fail, [&] {
-                static_cast<void>(world.Build());
-                return HResult::Ok;
-            });
-            invoked = HVR::AtBoundary(HResult::Fail, [&] { return world.InvokeOffset(0); });
-            fired = failing.Fired();
-        }
-        EXPECT_EQ(world.registry.OpenHandles(), 0U);
-        EXPECT_NE(world.items.size(), 1U) << n;
-        if (!fired) {
-            EXPECT_EQ(added, HResult::Ok);
-            EXPECT_EQ(invoked, HResult::Ok);
-            EXPECT_GT(n, 3U);
-            break;
-        }
-        EXPECT_TRUE(added == HResult::OutOfMemory || invoked == HResult::OutOfMemory || world.items.empty() ||
-                    world.boxesLost != 0)
-            << n;
-    }
-}
-
-TEST(Boundary, Exceptions_BecomeTheDocumentedResults) {
-    const HResult otherwise = HResult::Unexpected;
-    EXPECT_EQ(HVR::AtBoundary(otherwise, []() -> HResult { throw std::bad_alloc(); }), HResult::OutOfMemory);
-    EXPECT_EQ(HVR::AtBoundary(otherwise, []() -> HResult { throw std::bad_array_new_length(); }), HResult::OutOfMemory);
-    EXPECT_EQ(HVR::AtBoundary(otherwise, []() -> HResult { throw 1; }), otherwise);
-    EXPECT_EQ(HVR::AtBoundary(otherwise, [] { return HResult::False; }), HResult::False);
+    SetStrings({{2, text}});
+    EXPECT_EQ(Ask<char>(1, 600).second.size(), 510U);
 }
 
 }  // namespace

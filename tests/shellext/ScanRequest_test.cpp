@@ -1,227 +1,114 @@
+// The scan request and the verified start.
 #include "shellext/ScanRequest.h"
 
 #include <gtest/gtest.h>
 
-#include <functional>
+#include <sstream>
 
-#include "tests/fakes/FailingNew.h"
+#include "shellext/VerifiedProcessStart.h"
 #include "tests/shellext/ScanWorld.h"
 
+namespace tests {
 namespace {
 
-using tests::kTestList;
-using tests::ScanWorld;
 using tsLib::HResult;
-using tsLib::TraceEvent;
 using tsLib::TrustResult;
-using tsLib::platform::StreamState;
-using tsLib::platform::SystemError;
+using Texts = std::vector<std::u16string>;
 
-constexpr char16_t kCommandLine[] =
-    u"\"C:\\Program Files\\Halvora\\ScanAgent.exe\" /UTF8 /Async /RightClickScan \"C:\\Temp\\ScanList742\"";
+const std::u16string kArguments = u"/UTF8 /Async /RightClickScan \"" + kTestList + u"\"";
+const std::u16string kUnknown = u"%UNKNOWN%";
 
 TEST(ScanRequest, Scan_WritesTheListAndStartsTheScanner) {
     ScanWorld world;
     world.drops.items = {u"C:\\", u"C:\\sel\\a.txt", u"C:\\sel\\a.txt"};
-    EXPECT_EQ(world.request.Scan(world.drops), HResult::Ok);
-    EXPECT_EQ(world.files.Text(kTestList), "C:\\\r\nC:\\sel\\a.txt\r\nC:\\sel\\a.txt\r\n");
-    ASSERT_EQ(world.starter.asked.size(), 1U);
-    EXPECT_EQ(world.starter.asked[0].commandLine, kCommandLine);
-    EXPECT_EQ(world.starter.asked[0].creationFlags, 0x08000020U);
+    EXPECT_EQ(world.Scan(), HResult::Ok);
+    EXPECT_EQ(world.disk.Text(kTestList), "C:\\\r\nC:\\sel\\a.txt\r\nC:\\sel\\a.txt\r\n");
+    ASSERT_EQ(world.processes.asked.size(), 1U);
+    EXPECT_EQ(world.processes.asked[0].commandLine, u"\"" + kTestScanner + u"\" " + kArguments);
+    EXPECT_EQ(world.processes.asked[0].creationFlags, 0x08000020U);
     ASSERT_EQ(world.verifiers.asked.size(), 1U);
-    EXPECT_EQ(world.verifiers.asked[0].path, tests::kTestScanner);
+    EXPECT_EQ(world.verifiers.asked[0].path, kTestScanner);
     EXPECT_EQ(world.verifiers.asked[0].level, 3U);
-    EXPECT_EQ(world.Complaints(), std::vector<TraceEvent>{});
-    EXPECT_EQ(world.trace.Count(TraceEvent::ScanListNamed), 1U);
-    EXPECT_TRUE(world.registry.opened.empty()) << "the fallback is for failures";
-    EXPECT_EQ(world.Leftovers(), 0U);
+    for (const auto& opened : world.registry.opened) {
+        EXPECT_NE(opened.path, u"Software\\Corvane\\InstalledApps") << "the fallback is for failures";
+    }
 }
 
-// Which failure ends where. Listed: whether a list file is left. Every row ends with nothing open.
-TEST(ScanRequest, Scan_EveryFailure_TracedAndEndsAsDocumented) {
-    struct Row {
-        const char* name;
-        std::function<void(ScanWorld&)> arrange;
-        HResult result;
-        bool listed;
-        std::size_t starts;
-        std::vector<TraceEvent> complaints;
+// What a request comes to: its result, whether a list file is left and the scanner's start was tried, the complaints.
+TEST(ScanRequest, Scan_EveryFailureEndsAsDocumented) {
+    const struct {
+        const char* what;  // a platform operation that fails, unless there is something to arrange
+        void (*arrange)(ScanWorld&);
+        const char* outcome;
+    } rows[] = {
+        {"nothing", [](ScanWorld&) {}, "0x00000000 listed started"},
+        {"TemporaryFolder", nullptr, "0x8000FFFF 600"},
+        {"folder of length 0", [](ScanWorld& w) { w.system.temporaryLength = 0; }, "0x8000FFFF 600"},
+        {"folder of length 260", [](ScanWorld& w) { w.system.temporaryLength = 260; }, "0x00000000 listed started"},
+        {"folder of length 261", [](ScanWorld& w) { w.system.temporaryLength = 261; }, "0x8000FFFF 600"},
+        {"FileTimeNow", nullptr, "0x8000FFFF"},
+        {"no drop list", [](ScanWorld& w) { w.drops.present = false; }, "0x00000000 602"},
+        {"empty drop list", [](ScanWorld& w) { w.drops.items.clear(); }, "0x00000000 603"},
+        {"bad stream", [](ScanWorld& w) { w.output.devices.insert(kTestList); }, "0x00000000 604"},
+        // A list that could not be opened or written is the scanner's to report.
+        {"OpenText", nullptr, "0x00000000 started"},
+        {"WriteLine", nullptr, "0x00000000 listed started 606"},
+        {"CloseText", nullptr, "0x00000000 listed started 606"},
+        {"fallback", [](ScanWorld& w) { w.SetPlaces(kUnknown, kInstallFolder + u'\\'); },
+         "0x00000000 listed started 622"},
+        {"no backslash", [](ScanWorld& w) { w.SetPlaces(kUnknown, kInstallFolder); }, "0x00000000 listed 622 641 624"},
+        {"scanner unknown", [](ScanWorld& w) { w.SetPlaces(kUnknown); }, "0x00000000 listed 622 623"},
+        {"refused", [](ScanWorld& w) { w.verifiers.verdict = TrustResult::NotTrusted; }, "0x00000000 listed 643 624"},
+        {"Start", nullptr, "0x00000000 listed started 645 624"},
     };
-    tests::FaultPlan first;
-    const auto onFirst = [&first](auto&& fake) {
-        first.FailCall(1, SystemError::AccessDenied);
-        fake.faults = &first;
-    };
-    const Row table[] = {
-        {"no temporary folder",
-         [&](ScanWorld& w) { onFirst(w.folders); },
-         HResult::Unexpected,
-         false,
-         0,
-         {TraceEvent::ScanTemporaryFolderUnknown}},
-        {"temporary folder of length 0",
-         [](ScanWorld& w) { w.folders.temporaryLength = 0; },
-         HResult::Unexpected,
-         false,
-         0,
-         {TraceEvent::ScanTemporaryFolderUnknown}},
-        {"temporary folder too long",
-         [](ScanWorld& w) { w.folders.temporaryLength = 261; },
-         HResult::Unexpected,
-         false,
-         0,
-         {TraceEvent::ScanTemporaryFolderUnknown}},
-        {"no time", [&](ScanWorld& w) { onFirst(w.clock); }, HResult::Unexpected, false, 0, {}},
-        {"no drop list",
-         [](ScanWorld& w) { w.drops.present = false; },
-         HResult::Ok,
-         false,
-         0,
-         {TraceEvent::ScanNoDropList}},
-        {"empty drop list",
-         [](ScanWorld& w) { w.drops.items.clear(); },
-         HResult::Ok,
-         false,
-         0,
-         {TraceEvent::ScanEmptyDropList}},
-        {"bad stream",
-         [](ScanWorld& w) { w.output.devices.insert(kTestList); },
-         HResult::Ok,
-         false,
-         0,
-         {TraceEvent::ScanListBadStream}},
-        {"list file not opened: started all the same",
-         [&](ScanWorld& w) { onFirst(w.output); },
-         HResult::Ok,
-         false,
-         1,
-         {}},
-        {"write fails: started all the same",
-         [&](ScanWorld& w) {
-             first.FailCall(2, SystemError::AccessDenied);
-             w.output.faults = &first;
-         },
-         HResult::Ok,
-         true,
-         1,
-         {TraceEvent::ScanListWriteFailed}},
-        {"close fails: started all the same",
-         [](ScanWorld& w) { w.output.closeFails = true; },
-         HResult::Ok,
-         true,
-         1,
-         {TraceEvent::ScanListWriteFailed}},
-        {"resolver fails, fallback finds",
-         [](ScanWorld& w) {
-             w.resolvers.answer = HResult::PathNotFound;
-             w.PutFallback(u"C:\\Program Files\\Halvora\\");
-         },
-         HResult::Ok,
-         true,
-         1,
-         {TraceEvent::ScannerLookupFailed}},
-        {"scanner unknown",
-         [](ScanWorld& w) { w.resolvers.answer = HResult::PathNotFound; },
-         HResult::Ok,
-         true,
-         0,
-         {TraceEvent::ScannerLookupFailed, TraceEvent::ScannerUnknown}},
-        {"fallback without backslash",
-         [](ScanWorld& w) {
-             w.resolvers.answer = HResult::PathNotFound;
-             w.PutFallback(u"C:\\Program Files\\Halvora");
-         },
-         HResult::Ok,
-         true,
-         0,
-         {TraceEvent::ScannerLookupFailed, TraceEvent::ProcessFileNotOpened, TraceEvent::ScannerNotStarted}},
-        {"scanner refused",
-         [](ScanWorld& w) { w.verifiers.verdict = TrustResult::NotTrusted; },
-         HResult::Ok,
-         true,
-         0,
-         {TraceEvent::ProcessFileRefused, TraceEvent::ScannerNotStarted}},
-        {"process not created",
-         [](ScanWorld& w) { w.starter.error = SystemError::AccessDenied; },
-         HResult::Ok,
-         true,
-         1,
-         {TraceEvent::ProcessNotCreated, TraceEvent::ScannerNotStarted}},
-    };
-    for (const auto& row : table) {
-        SCOPED_TRACE(row.name);
+    for (const auto& row : rows) {
         ScanWorld world;
-        row.arrange(world);
-        EXPECT_EQ(world.request.Scan(world.drops), row.result);
-        EXPECT_EQ(world.files.Exists(kTestList), row.listed);
-        EXPECT_EQ(world.starter.asked.size(), row.starts);
-        EXPECT_EQ(world.Complaints(), row.complaints);
-        EXPECT_EQ(world.Leftovers(), 0U);
-        first.Disarm();
+        if (row.arrange != nullptr) {
+            row.arrange(world);
+        } else {
+            world.faults.Fail(row.what, SystemError::AccessDenied);
+        }
+        std::ostringstream outcome;
+        outcome << world.Scan() << (world.disk.Exists(kTestList) ? " listed" : "")
+                << (world.processes.asked.empty() ? "" : " started") << world.Complaints();
+        EXPECT_EQ(outcome.str(), row.outcome) << row.what;
     }
 }
 
 TEST(ScanRequest, Steps_ReturnTheirOwnResults) {
     ScanWorld world;
-    tests::FakeDropList none;
-    EXPECT_EQ(world.request.WriteScanList(none, kTestList), HResult::Fail);
+    FakeDropList none(world);
+    EXPECT_EQ(world.request.WriteScanList(none, world.output, kTestList), HResult::Fail);
     none.present = false;
-    EXPECT_EQ(world.request.WriteScanList(none, kTestList), HResult::InvalidArgument);
-    EXPECT_EQ(world.request.WriteScanList(world.drops, u"NUL"), HResult::InvalidArgument);
-    EXPECT_EQ(world.request.WriteScanList(world.drops, u"Q:\\nowhere\\list"), HResult::Ok);
+    EXPECT_EQ(world.request.WriteScanList(none, world.output, kTestList), HResult::InvalidArgument);
+    EXPECT_EQ(world.request.WriteScanList(world.drops, world.output, u"NUL"), HResult::InvalidArgument);
     EXPECT_EQ(world.request.LaunchScanner(u""), HResult::InvalidArgument);
-    EXPECT_EQ(world.trace.Count(TraceEvent::ScanListAbsent), 1U);
     world.verifiers.verdict = TrustResult::NotTrusted;
     EXPECT_EQ(world.request.LaunchScanner(kTestList), HResult::Fail);
-    const auto& record = world.trace.records.back();
-    EXPECT_EQ(record.texts, (std::vector<std::u16string>{tests::kTestScanner,
-                                                         u"/UTF8 /Async /RightClickScan \"C:\\Temp\\ScanList742\""}));
-    world.resolvers.answer = HResult::InvalidArgument;
-    EXPECT_EQ(world.request.LaunchScanner(kTestList), HResult::InvalidArgument);
+    EXPECT_EQ(world.trace.records.back().texts, (Texts{kTestScanner, kArguments}));
+    world.SetPlaces(kUnknown);
+    EXPECT_EQ(world.request.LaunchScanner(kTestList), HResult::PathNotFound);
 }
 
 TEST(ScanRequest, ListName_TwoDecimalHalvesSideBySide) {
-    const std::pair<std::uint64_t, std::u16string> table[] = {
-        {(7ULL << 32) | 42, u"742"},
-        {0, u"00"},
-        {0xFFFFFFFFULL, u"04294967295"},
-        {0xFFFFFFFF00000000ULL, u"42949672950"},
-        {0x01DB3C4D80000000ULL, u"311450372147483648"},
-    };
-    for (const auto& [time, name] : table) {
-        ScanWorld world;
-        world.clock.fileTime = time;
-        ASSERT_EQ(world.request.Scan(world.drops), HResult::Ok);
-        EXPECT_EQ(world.output.opened, std::vector<std::u16string>{u"C:\\Temp\\ScanList" + name});
-    }
-}
-
-TEST(ScanRequest, TemporaryFolder_Of260UnitsIsTheLongest) {
-    for (const std::size_t length : {std::size_t{259}, std::size_t{260}, std::size_t{261}}) {
-        ScanWorld world;
-        world.folders.temporary = u"C:\\" + std::u16string(length - 4, u't') + u"\\";
-        world.folders.temporaryLength = length;
-        world.files.PutFolder(u"C:\\" + std::u16string(length - 4, u't'));
-        const bool fits = length <= 260;
-        EXPECT_EQ(world.request.Scan(world.drops), fits ? HResult::Ok : HResult::Unexpected) << length;
-        EXPECT_EQ(world.files.Exists(world.folders.temporary + u"ScanList742"), fits) << length;
-        EXPECT_EQ(world.starter.asked.size(), fits ? 1U : 0U) << length;
+    const std::pair<std::uint64_t, std::u16string> rows[] = {
+        {0, u"00"}, {0xFFFFFFFF, u"04294967295"}, {0x01DB3C4D80000000, u"311450372147483648"}};
+    ScanWorld world;
+    for (const auto& [time, name] : rows) {
+        world.system.fileTime = time;
+        ASSERT_EQ(world.Scan(), HResult::Ok);
+        EXPECT_EQ(world.output.opened.back(), u"C:\\Temp\\ScanList" + name);
     }
 }
 
 TEST(ScanRequest, List_IsByteForByteAtAnySize) {
-    const std::string fill(300, 'n');
     const std::pair<std::u16string, std::string> kinds[] = {
         {u"C:\\", "C:\\"},
-        {u"C:\\dir\\plain.txt", "C:\\dir\\plain.txt"},
         {u"C:\\\u00DCn\u00EF\\\u6F22\u5B57", "C:\\\xC3\x9Cn\xC3\xAF\\\xE6\xBC\xA2\xE5\xAD\x97"},
-        {u"C:\\\xD83D\xDE00.txt", "C:\\\xF0\x9F\x98\x80.txt"},
-        {u"C:\\\xD83Dx", "C:\\\xEF\xBF\xBDx"},
-        {u"C:\\\xDE00\xD83D", "C:\\\xEF\xBF\xBD\xEF\xBF\xBD"},
-        {u"C:\\" + std::u16string(300, u'n'), "C:\\" + fill},
+        {u"C:\\" + std::u16string(300, u'n'), "C:\\" + std::string(300, 'n')},
         {u"\\\\server\\share\\\"%TEMP%\"", "\\\\server\\share\\\"%TEMP%\""},
     };
-    for (const std::size_t count : {std::size_t{1}, std::size_t{1000}, std::size_t{100'000}}) {
+    for (const std::size_t count : {std::size_t{1}, std::size_t{100'000}}) {
         ScanWorld world;
         world.drops.items.clear();
         std::string expected;
@@ -230,70 +117,128 @@ TEST(ScanRequest, List_IsByteForByteAtAnySize) {
             world.drops.items.push_back(wide);
             expected += utf8 + "\r\n";
         }
-        ASSERT_EQ(world.request.Scan(world.drops), HResult::Ok);
-        EXPECT_TRUE(world.files.Text(kTestList) == expected) << count << " items";
-        EXPECT_EQ(world.output.lines, count);
+        ASSERT_EQ(world.Scan(), HResult::Ok);
+        EXPECT_TRUE(world.disk.Text(kTestList) == expected) << count << " items";
     }
-}
-
-TEST(ScanRequest, List_UnreadableItemsAreLeftOut_AndAListThatGoesAwayIsCut) {
+    // Unreadable items are left out, and a list that goes away is cut. The same name is the same file, made anew.
     ScanWorld world;
     world.drops.items = {u"C:\\a", u"", u"C:\\c", u"C:\\d"};
-    ASSERT_EQ(world.request.Scan(world.drops), HResult::Ok);
-    EXPECT_EQ(world.files.Text(kTestList), "C:\\a\r\nC:\\c\r\nC:\\d\r\n");
-    ASSERT_EQ(world.Complaints(), std::vector<TraceEvent>{TraceEvent::ScanItemUnreadable});
-
-    world.drops.reads = 0;
-    world.drops.goneAfterReads = 3;
-    ASSERT_EQ(world.request.Scan(world.drops), HResult::Ok);
-    EXPECT_EQ(world.files.Text(kTestList), "C:\\a\r\nC:\\c\r\n") << "the second request truncates the same file";
-    EXPECT_EQ(world.starter.asked.size(), 2U);
-    EXPECT_EQ(world.Leftovers(), 0U);
+    ASSERT_EQ(world.Scan(), HResult::Ok);
+    EXPECT_EQ(world.disk.Text(kTestList), "C:\\a\r\nC:\\c\r\nC:\\d\r\n");
+    EXPECT_EQ(world.Complaints(), " 605");
+    world.drops.goneAfterReads = world.drops.reads + 3;
+    ASSERT_EQ(world.Scan(), HResult::Ok);
+    EXPECT_EQ(world.disk.Text(kTestList), "C:\\a\r\nC:\\c\r\n");
+    EXPECT_EQ(world.processes.asked.size(), 2U);
 }
 
-TEST(ScanRequest, EveryFailingPlatformCall_EndsCleanly) {
-    for (const bool resolverWorks : {true, false}) {
-        std::uint32_t n = 1;
-        for (bool fired = true; fired; ++n) {
-            ScanWorld world;
-            world.PutFallback(u"C:\\Program Files\\Halvora\\");
-            world.resolvers.answer = resolverWorks ? HResult::Ok : HResult::Fail;
-            tests::FaultPlan plan;
-            plan.FailCall(n, SystemError::AccessDenied);
-            world.Share(plan);
-            const auto result = world.request.Scan(world.drops);
-            fired = plan.Fired();
-            // Folder and clock are the first two calls; whatever fails later is not passed on.
-            EXPECT_EQ(result, n <= 2 ? HResult::Unexpected : HResult::Ok) << "call " << n;
-            EXPECT_LE(world.starter.asked.size(), world.verifiers.asked.size()) << "call " << n;
-            EXPECT_EQ(world.Leftovers(), 0U) << "call " << n;
-        }
-        EXPECT_GT(n, 9U);
+TEST(ScanRequest, FallbackValue_AsItStands_TextTypesOnly) {
+    ScanWorld world;
+    using Row = std::pair<RegistryValue, std::u16string>;
+    for (const auto& [value, expected] : {Row{StoredText(u"E:\\Apps", kValueText, false), u"E:\\AppsScanAgent.exe"},
+                                          Row{StoredText(u"%X%\\", kValueExpandText), u"%X%\\ScanAgent.exe"},
+                                          Row{StoredText(u"E:\\Apps\\", kValueBinary), u"none"}}) {
+        world.SetPlaces(kUnknown, u"");
+        world.registry.PutValue(PathWorld::kMachine, u"Software\\Corvane\\InstalledApps", u"NimEdge", value);
+        std::u16string scanner = u"none";
+        EXPECT_EQ(world.request.FindScanner(scanner), expected == u"none" ? HResult::PathNotFound : HResult::Ok);
+        EXPECT_EQ(scanner, expected);
+        EXPECT_EQ(world.registry.opened.back().access, kKeyRead);
     }
 }
 
-TEST(ScanRequest, MemoryRunningOutAnywhere_IsOutOfMemoryOrAcceptedAndLeavesNothingOpen) {
-    for (const bool resolverWorks : {true, false}) {
-        std::uint32_t n = 1;
+TEST(ScanRequest, EveryFailingCallAndAllocation_EndsCleanly) {
+    for (const bool known : {true, false}) {
+        std::size_t unnamed = 0;
         std::size_t ended = 0;
-        for (bool fired = true; fired; ++n) {
+        Sweep([&](auto& failing, bool memory) {
             ScanWorld world;
             world.trace.enabled = false;
             world.drops.items = {u"C:\\one item that is too long for a short text", u"C:\\two"};
-            world.PutFallback(u"C:\\Program Files\\Halvora\\");
-            world.resolvers.answer = resolverWorks ? HResult::Ok : HResult::Fail;
-            auto result = HResult::Fail;
-            {
-                const tests::FailingNew memory(n);
-                result = world.request.Scan(world.drops);
-                fired = memory.Fired();
-            }
-            EXPECT_TRUE(result == HResult::Ok || (fired && result == HResult::OutOfMemory)) << n << ": " << result;
+            world.SetPlaces(known ? kInstallFolder : kUnknown, kInstallFolder + u'\\');
+            HResult result{};
+            const bool struck = failing(world.faults, [&] { result = world.Scan(); });
+            EXPECT_TRUE(result == HResult::Ok ||
+                        (struck && result == (memory ? HResult::OutOfMemory : HResult::Unexpected)));
+            EXPECT_TRUE(memory || world.processes.asked.size() <= world.verifiers.asked.size());
+            unnamed += result == HResult::Unexpected ? 1U : 0U;
             ended += result == HResult::OutOfMemory ? 1U : 0U;
-            EXPECT_EQ(world.Leftovers(), 0U) << "allocation " << n;
-        }
-        EXPECT_GT(ended, 10U);
+        });
+        EXPECT_EQ(unnamed, 2U) << "folder and clock; whatever fails later is not passed on";
+        EXPECT_GT(ended, 9U);
     }
 }
 
+class VerifiedStart : public ::testing::Test {
+protected:
+    // Whether a process was made, and the complaints. Its handles are closed again.
+    std::string Start(const std::u16string& path, const std::u16string& arguments = u"", tsLib::TrustLevel level = 3) {
+        world.trace.records.clear();
+        StartedProcess started;
+        const bool made = HVR::StartVerified(world, world.verifiers, path, arguments, 0x20, level, started);
+        EXPECT_EQ(made, started.process != ProcessHandle{});
+        const OwnedProcess process(world.processes, started.process);
+        const OwnedThread thread(world.processes, started.thread);
+        return (made ? "started" : "not started") + world.Complaints();
+    }
+
+    ScanWorld world;
+};
+
+TEST_F(VerifiedStart, File_IsHeldFromBeforeVerificationUntilTheProcessExists) {
+    std::string order;
+    const auto note = [&](const char* step) {
+        order += step;
+        order += world.disk.TryWrite(kTestScanner) == SystemError::SharingViolation ? " held, " : " free, ";
+    };
+    world.verifiers.onVerify = [&] { note("verify"); };
+    world.processes.onStart = [&] { note("start"); };
+    EXPECT_EQ(Start(kTestScanner, u"a \"b\"", 4), "started");
+    note("end");
+    EXPECT_EQ(order, "verify held, start held, end free, ");
+    EXPECT_EQ(world.verifiers.asked[0].level, 4U);
+    EXPECT_EQ(world.verifiers.initialized, std::vector<bool>{true});
+    EXPECT_EQ(world.processes.asked[0].commandLine, u"\"" + kTestScanner + u"\" a \"b\"");
+    world.processes.givesThreadHandle = false;
+    EXPECT_EQ(world.request.LaunchScanner(u"C:\\l"), tsLib::HResult::Ok) << "closes only what is set";
+}
+
+TEST_F(VerifiedStart, OnlyAClearNotTrustedOrAMissingVerifierRefuses) {
+    for (const std::uint32_t verdict : {0U, 1U, 2U, 3U, 4U, 5U, 6U, 15U, 20U}) {
+        world.verifiers.verdict = TrustResult{verdict};
+        EXPECT_EQ(Start(kTestScanner), verdict == 1 ? "started" : verdict == 3 ? "not started 643" : "started 644");
+    }
+    for (const std::uint32_t initialized : {0U, 1U, 2U}) {
+        world.verifiers.initializeAnswer = initialized;
+        world.verifiers.none = initialized == 1;
+        EXPECT_EQ(Start(kTestScanner), "not started 642");
+    }
+    EXPECT_EQ(world.processes.asked.size(), 8U);
+}
+
+// The file that the text would expand to, or be found as, exists: only the form of the text refuses it.
+TEST_F(VerifiedStart, PathsThatCouldMeanAnotherFile_AreRefusedUnopened) {
+    world.pathForms.environment[u"dir"] = u"C:\\windows";
+    for (const char16_t* path : {u"C:\\a.exe", u"C:\\windows\\a.exe", u"\\\\server\\share\\a.exe", u"C:\\100%\\a.exe",
+                                 u"C:\\%UNSET%\\a.exe", u"C:\\%DIR%\\a.exe"}) {
+        world.disk.PutFile(path);
+    }
+    for (const char16_t* path :
+         {u"C:\\a.exe", u"c:\\a.exe", u"\\\\server\\share\\a.exe", u"C:\\100%\\a.exe", u"C:\\%UNSET%\\a.exe"}) {
+        EXPECT_EQ(Start(path), "started");
+    }
+    world.files.opened.clear();
+    for (const std::u16string& path :
+         Texts{u"C:\\%DIR%\\a.exe", u"%DIR%\\a.exe", u"", u"C:\\", u"a.exe", u"\\a.exe", u"C:a.exe", u"C:/a.exe",
+               u"1:\\a.exe", u"//server/share/a.exe", u"\\\\?\\C:\\a.exe", u"\\\\.\\C:\\a.exe", u"\\\\\\a.exe",
+               u"C:\\a\".exe", std::u16string(u"C:\\a.exe\0b", 10)}) {
+        EXPECT_EQ(Start(path), "not started 640") << testing::PrintToString(path);
+    }
+    EXPECT_EQ(Start(kTestScanner, std::u16string(u"a\0b", 3)), "not started 640");
+    world.faults.Fail("ExpandEnvironment", SystemError::NotEnoughMemory);
+    EXPECT_EQ(Start(kTestScanner), "not started 640") << "expansion cannot be ruled out";
+    EXPECT_TRUE(world.files.opened.empty());
+}
+
 }  // namespace
+}  // namespace tests

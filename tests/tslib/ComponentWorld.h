@@ -1,11 +1,9 @@
-// An installation with component modules over fakes: the verifier, the settings store, and one sample component.
+// An installation with component modules: the verifier, the settings store, and one sample component.
 #pragma once
 
-#include <memory>
-#include <string>
+#include <algorithm>
 
 #include "companions/settingsstore/SettingsStore.h"
-#include "tests/fakes/FakeModuleLoader.h"
 #include "tests/fakes/FakeTrustVerifier.h"
 #include "tests/tslib/PathWorld.h"
 #include "tslib/ComponentModule.h"
@@ -35,15 +33,14 @@ struct ModuleExports {
         return module->GetFactory(id, factory);
     }
     static std::uint32_t GetObjectCount() { return module->GetObjectCount(); }
-    static FakeModuleLoader::Exports Both(tsLib::ComponentModule& of) {
+    static Exports Both(tsLib::ComponentModule& of) {
         module = &of;
-        return {{"GetFactory", reinterpret_cast<tsLib::platform::EntryPoint>(&GetFactory)},
-                {"GetObjectCount", reinterpret_cast<tsLib::platform::EntryPoint>(&GetObjectCount)}};
+        return {{"GetFactory", reinterpret_cast<EntryPoint>(&GetFactory)},
+                {"GetObjectCount", reinterpret_cast<EntryPoint>(&GetObjectCount)}};
     }
 };
 
 struct ComponentWorld : PathWorld {
-    using Handle = tsLib::platform::ModuleHandle;
     inline static const std::u16string kObjects = kHive + u"\\" + kSilo + u"\\OBJID";
     inline static const std::u16string kSettings = kHive + u"\\" + kSilo + u"\\Settings\\Tessel\\OBJID";
     inline static const std::u16string kVerifierPath = u"D:\\Root\\tsVrTrst.dll";
@@ -52,71 +49,61 @@ struct ComponentWorld : PathWorld {
 
     ComponentWorld() {
         PutToken(u"tsrootx64", u"D:\\Root");
-        verifierModule = PutModule(kVerifierPath, ModuleExports<0>::Both(verifierObjects));
-        storeModule = PutModule(kStorePath, ModuleExports<1>::Both(storeObjects));
-        sampleModule = PutModule(kSamplePath, ModuleExports<2>::Both(sampleObjects));
-        slot.Install(&factory);
+        disk.PutModule(kVerifierPath, ModuleExports<0>::Both(verifierObjects));
+        storeModule = disk.PutModule(kStorePath, ModuleExports<1>::Both(storeObjects));
+        sampleModule = disk.PutModule(kSamplePath, ModuleExports<2>::Both(sampleObjects));
+        components.Install(&factory);
     }
-    Handle PutModule(const std::u16string& path, FakeModuleLoader::Exports exports) {
-        files.PutFile(path, "MZ");
-        return loader.PutModule(path, std::move(exports));
+    ~ComponentWorld() {
+        EXPECT_EQ(ownObjects.GetObjectCount() + sampleObjects.GetObjectCount() + storeObjects.GetObjectCount(), 0u);
     }
-    void PutObject(const std::u16string& name, std::u16string_view path) {
-        registry.PutText(kMachine, kObjects + u"\\" + name, u"InProc64", path, tsLib::platform::kKeyView32);
+    void PutObject(const tsLib::ObjectId& id, std::u16string_view path) {
+        registry.PutText(kMachine, kObjects + u"\\" + tsLib::ToText(id), u"InProc64", path, kKeyView32);
     }
-    void PutObject(const tsLib::ObjectId& id, std::u16string_view path) { PutObject(tsLib::ToText(id), path); }
-    void PutSetting(const std::u16string& name, std::u16string_view path) {
-        registry.PutText(kMachine, kSettings + u"\\" + name, u"InProc64", path, tsLib::platform::kKeyView32);
+    void PutSetting(const tsLib::ObjectId& id, std::u16string_view path) {
+        registry.PutText(kMachine, kSettings + u"\\" + tsLib::ToText(id), u"InProc64", path, kKeyView32);
     }
-    void PutSetting(const tsLib::ObjectId& id, std::u16string_view path) { PutSetting(tsLib::ToText(id), path); }
-    void ShareAllFaults() {
-        ShareFaults();
-        loader.faults = &faults;
-    }
-    void Remove(const std::u16string& path) {
-        files.Remove(path);
-        loader.RemoveFile(path);
-    }
-    // The id's path, or "-" when it is not known.
-    std::u16string PathOf(const tsLib::ObjectId& id) {
-        std::u16string path = u"untouched";
-        return repository.GetModulePath(id, path) ? path : path == u"untouched" ? u"-" : u"touched";
-    }
-    // How often the registry's list of objects was opened since the last call.
-    std::size_t TakeLoads() {
-        const auto count = std::count_if(registry.opened.begin(), registry.opened.end(),
-                                         [](const auto& opened) { return opened.path == kObjects; });
-        registry.opened.clear();
-        return static_cast<std::size_t>(count);
-    }
-    // Creates a sample through the slot and releases it.
+    [[nodiscard]] std::size_t SampleReferences() const { return modules.References(sampleModule); }
+    // Creates a sample and releases it.
     tsLib::VaneResult Create(const tsLib::ObjectId& id = kSampleId) {
         tsLib::VaneRef<ISample> sample;
-        return slot.Create(id, kISampleId, sample);
+        return components.Create(id, kISampleId, sample);
     }
 
-    FakeModuleLoader loader;
-    FakeTrustVerifierFactory verifiers;
+    FakeTrustVerifiers verifiers;
     tsLib::ComponentModule verifierObjects{
         {{tsLib::kTrustVerifierObjectId, [this](auto&) { return verifiers.Create(); }}}};
-    tsLib::ComponentModule storeObjects{
-        {{tsLib::kSettingsStoreObjectId, [this](tsLib::ModuleObjectCount& count) {
-              return tsLib::MakeCounted<HVR::CSettingsStore>(
-                  count, HVR::SettingsStoreSeam{registry, registry, registry, trace, isolation, count});
-          }}}};
+    tsLib::ComponentModule storeObjects{{{tsLib::kSettingsStoreObjectId, [this](tsLib::ModuleObjectCount& count) {
+                                              return tsLib::MakeCounted<HVR::CSettingsStore>(count, *this, isolation,
+                                                                                             count);
+                                          }}}};
     tsLib::ComponentModule sampleObjects{{{kSampleId, &tsLib::MakeCounted<CSample>},  //
                                           {kOtherId, &tsLib::MakeCounted<CSample>}}};
     tsLib::ComponentModule ownObjects{{{kOwnId, &tsLib::MakeCounted<CSample>}}};
-    Handle verifierModule{};
-    Handle storeModule{};
-    Handle sampleModule{};
+    ModuleHandle storeModule{};
+    ModuleHandle sampleModule{};
 
-    const tsLib::tsVaneTrustedModuleLoader::Seam seam{loader, files, trace};
-    tsLib::tsVaneSettingsStoreLoader store{seam, expansion};
-    tsLib::tsVaneObjectRepository repository{{registry, registry, trace}, isolation, expansion, store};
-    tsLib::tsInstanceFactory cache{loader, verifiers, trace};
-    tsLib::tsVaneInstanceFactoryImpl factory{&ownObjects, repository, cache, seam, expansion};
-    tsLib::InstanceFactorySlot slot;
+    tsLib::tsVaneSettingsStoreLoader store{*this, expansion};
+    tsLib::tsVaneObjectRepository repository{*this, isolation, expansion, store};
+    tsLib::tsInstanceFactory cache{modules, verifiers, trace};
+    tsLib::tsVaneInstanceFactoryImpl factory{*this, &ownObjects, repository, cache, expansion};
+    tsLib::Components components;
+};
+
+// Components whose operations do nothing and answer the number of their slot, which counts as a success.
+template <class Interface, const tsLib::InterfaceId& id>
+using Implementing = tsLib::IVaneBaseImpl<tsLib::CVaneThreadSafeRefCount, Interface, id>;
+struct StubStore : Implementing<tsLib::ISettingsStore, tsLib::kISettingsStoreId> {
+    using Result = tsLib::VaneResult;
+    Result OpenForEnumeration(const char16_t*, tsLib::ISettingsEnumeration**) noexcept override { return Result{3}; }
+    Result OpenForReading(const char16_t*, tsLib::ISettingsKey**) noexcept override { return Result{4}; }
+    Result OpenForWriting(const char16_t*, tsLib::ISettingsKey**) noexcept override { return Result{5}; }
+    Result DeleteKey(const char16_t*) noexcept override { return Result{6}; }
+};
+struct StubList : Implementing<tsLib::ISettingsEnumeration, tsLib::kISettingsEnumerationId> {
+    using Result = tsLib::VaneResult;
+    Result SubkeyCount(std::uint32_t*) noexcept override { return Result{3}; }
+    Result SubkeyName(std::uint32_t, char16_t*, std::uint32_t, std::uint32_t*) noexcept override { return Result{4}; }
 };
 
 }  // namespace tests

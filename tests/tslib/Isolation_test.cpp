@@ -1,89 +1,157 @@
+// isolate.ini: its form, where it is looked for, and what it says.
 #include "tslib/Isolation.h"
 
-#include <gtest/gtest.h>
-
-#include <thread>
-#include <vector>
-
-#include "tests/fakes/FailingNew.h"
 #include "tests/tslib/PathWorld.h"
+#include "tslib/IniReader.h"
 
 namespace tests {
 namespace {
 
 using namespace tsLib;
-using namespace tsLib::platform;
 using namespace std::string_literals;
+
+std::string Utf16(std::u16string_view text) {
+    return "\xFF\xFE" + std::string(reinterpret_cast<const char*>(text.data()), text.size() * 2);
+}
+
+class IniReaderTest : public testing::Test {
+protected:
+    // The value of key "k" in section "s", "-" when it is absent, or "!" when it cannot be decoded.
+    std::u16string Value(const std::string& bytes) {
+        ini_.Parse(ToBytes(bytes));
+        return Value();
+    }
+    std::u16string Value() {
+        std::u16string value = u"before";
+        const SystemError error = ini_.Read(u"s", u"k", value);
+        EXPECT_TRUE(Succeeded(error) || value == u"before");
+        return Succeeded(error) ? value : error == SystemError::NotFound ? u"-" : u"!";
+    }
+
+    FakePlatform platform_;
+    IniReader ini_{platform_.files, platform_.textRules};
+};
+
+TEST_F(IniReaderTest, Form) {
+    const std::pair<std::string, std::u16string> rows[] = {
+        {"[s]\r\nk=v\r\n", u"v"},
+        {"[s]\nk=v", u"v"},                                 // lone line feeds, no last line end
+        {"\r\n [ S ] rest\r\n\t K \t=\tv w \r\n", u"v w"},  // case and blanks
+        {"[s]\r\nk=a=b\r\n", u"a=b"},
+        {"[s]\r\nk=\r\n", u""},
+        {"[s]\r\nk=\"v\" ; no comment\r\n", u"\"v\" ; no comment"},
+        {"[s]\r\n;k=1\r\n #k=2\r\nk\r\nk=3\r\n", u"3"},
+        {"[s]\r\nk=1\r\nk=2\r\n", u"1"},  // the first key counts
+        {"[s]\r\n[s]\r\nk=2\r\n", u"-"},  // and the first section
+        {"[t]\r\nk=1\r\n[s]\r\nj=2\r\n[u]\r\nk=3\r\n", u"-"},
+        {"k=1\r\n[s\r\nk=2\r\n[]\r\nk=3\r\n", u"-"},
+        {"[t]\r\nk=1\r\n[s]\r\nk=2\r\n", u"2"},
+        {"[s]\rk=1", u"-"},  // a lone carriage return ends no line
+        {"[s]\r\nk=a\0b\r\n"s, {u'a', u'\0', u'b'}},
+        {"=\r\n[=]\r\n=", u"-"},
+    };
+    for (const auto& [bytes, value] : rows) {
+        EXPECT_EQ(Value(bytes), value) << testing::PrintToString(bytes);
+        EXPECT_EQ(Value(Utf16(std::u16string(bytes.begin(), bytes.end()))), value) << testing::PrintToString(bytes);
+    }
+}
+
+TEST_F(IniReaderTest, Encodings) {
+    const std::string odd = Utf16(u"[s]\r\nk=\u00E9\r\n") + "x";
+    const std::u16string lone{0xD800};
+    EXPECT_EQ(Value(Utf16(lone + u"\r\n[s]\nk=" + lone)), lone);
+    for (const std::string& bytes :
+         {odd, "[s]\r\nk=\xC3\xA9\r\n"s, "\xEF\xBB\xBF[s]\r\nk=\xC3\xA9\r\n"s, "[s]\r\nk=\xE9\r\n"s}) {
+        EXPECT_EQ(Value(bytes), u"\u00E9");  // what is no UTF-8 is the system's code page, here Latin-1
+    }
+    for (const std::string& bytes : {""s, "\xFF"s, "\xFF\xFE"s, "\xEF\xBB"s, "\xEF\xBB\xBF"s, "\xFE\xFF\0[\0s\0]"s}) {
+        EXPECT_EQ(Value(bytes), u"-");
+    }
+    // Code pages such as 932 and 65001 do not take every byte: that matters only in the value asked for.
+    platform_.faults.Fail("FromNarrow", SystemError{1113});
+    EXPECT_EQ(Value("; \xE9\r\n[\xE9]\r\nk=1\r\n[s]\r\nj=\xE9\r\nk=\xC3\xA9\r\n\xE9"), u"\u00E9");
+    EXPECT_EQ(Value("[s]\r\nk=\xE9\r\n"), u"!");
+}
+
+TEST_F(IniReaderTest, Load_ReadsTheWholeFileInWhateverPieces_AlsoBesideAWriter) {
+    const std::string start = "[t]\r\n" + std::string(10000, 'x') + "\r\n[s]\r\nk=v\r\n";
+    platform_.disk.PutFile(u"C:\\fits.ini", start + std::string(kMaximumIniBytes - start.size(), ' '));
+    platform_.disk.PutFile(u"C:\\large.ini", std::string(kMaximumIniBytes + 1, ' '));
+    const auto writer = platform_.disk.HoldForWriting(u"C:\\fits.ini");
+    for (const std::size_t most : {std::size_t{1000}, SIZE_MAX}) {
+        platform_.files.maximumRead = most;
+        ini_.Parse({});
+        ASSERT_EQ(ini_.Load(u"C:\\fits.ini"), SystemError::Success);
+        EXPECT_EQ(Value(), u"v");
+    }
+    EXPECT_EQ(ini_.Load(u"C:\\large.ini"), SystemError::FileTooLarge);
+    EXPECT_EQ(ini_.Load(u"C:\\none.ini"), SystemError::FileNotFound);
+    platform_.faults.Fail("Read", SystemError::AccessDenied);
+    EXPECT_EQ(ini_.Load(u"C:\\fits.ini"), SystemError::AccessDenied);
+    EXPECT_EQ(Value(), u"v");  // a failure keeps what was read
+    EXPECT_EQ(platform_.Leftovers(), "");
+}
 
 SystemError ReadSettings(PathWorld& world) {
     const IsolationSettings* settings = nullptr;
     return world.isolation.Read(&settings);
 }
 
+const std::string kGood = "[isolation]\r\nsilo=" + PathWorld::kSiloBytes + "\r\n";
+
 TEST(Isolation, GoodFiles_GiveRootAndView) {
-    const std::string silo = "silo=" + PathWorld::kSiloBytes + "\r\n";
-    const struct {
-        const char* what;
-        std::string ini;
-        std::u16string root;
-        std::uint32_t viewFlag;
-    } rows[] = {
-        {"defaults", "[isolation]\r\n" + silo, u"Software\\Corvane\\Isolation", kKeyView32},
-        {"other hive", "[isolation]\r\nreghive=Software\\X\r\n" + silo, u"Software\\X", kKeyView32},
-        {"longest hive", "[isolation]\r\nreghive=" + std::string(98, 'h') + "\r\n" + silo, std::u16string(98, u'h'),
-         kKeyView32},
-        {"native view", "[isolation]\r\nNative64=1\r\n" + silo, u"Software\\Corvane\\Isolation", 0},
-        {"native 0", "[isolation]\r\nNative64=0\r\n" + silo, u"Software\\Corvane\\Isolation", kKeyView32},
-        {"native 10", "[isolation]\r\nNative64=10\r\n" + silo, u"Software\\Corvane\\Isolation", kKeyView32},
-        {"native 1 NUL", "[isolation]\r\nNative64=1\0\r\n"s + silo, u"Software\\Corvane\\Isolation", kKeyView32},
-        {"native elsewhere", "[isolation]\r\n" + silo + "[x]\r\nNative64=1\r\n", u"Software\\Corvane\\Isolation",
-         kKeyView32},
+    const std::tuple<std::string, std::u16string, std::uint32_t> rows[] = {
+        {"", PathWorld::kHive, kKeyView32},
+        {"reghive=Software\\X", u"Software\\X", kKeyView32},
+        {"reghive=" + std::string(98, 'h'), std::u16string(98, u'h'), kKeyView32},
+        {"Native64=1", PathWorld::kHive, 0},
+        {"Native64=0", PathWorld::kHive, kKeyView32},
+        {"Native64=10", PathWorld::kHive, kKeyView32},
+        {"Native64=1\0"s, PathWorld::kHive, kKeyView32},
+        {"[x]\r\nNative64=1", PathWorld::kHive, kKeyView32},
     };
-    for (const auto& row : rows) {
+    for (const auto& [ini, hive, viewFlag] : rows) {
         PathWorld world;
-        world.PutIni(row.ini);
+        world.PutIni(kGood + ini);
         std::u16string root;
-        std::u16string silo16;
-        ASSERT_TRUE(world.isolation.Root(root)) << row.what;
-        ASSERT_TRUE(world.isolation.Silo(silo16)) << row.what;
-        EXPECT_EQ(root, row.root + u"\\" + PathWorld::kSilo) << row.what;
-        EXPECT_EQ(silo16, PathWorld::kSilo) << row.what;
-        EXPECT_EQ(world.isolation.RegistryViewFlag(), row.viewFlag) << row.what;
+        std::u16string silo;
+        EXPECT_TRUE(world.isolation.Root(root) && world.isolation.Silo(silo)) << ini;
+        EXPECT_EQ(root, hive + u"\\" + PathWorld::kSilo) << ini;
+        EXPECT_EQ(silo, PathWorld::kSilo) << ini;
+        EXPECT_EQ(world.isolation.RegistryViewFlag(), viewFlag) << ini;
         // The hive is probed once, in the view that the file asks for, and closed again.
-        ASSERT_EQ(world.registry.opened.size(), 1u) << row.what;
-        EXPECT_EQ(world.registry.opened[0].path, row.root) << row.what;
-        EXPECT_EQ(world.registry.opened[0].access, kKeyRead | row.viewFlag) << row.what;
-        EXPECT_EQ(world.registry.OpenHandles() + world.files.OpenHandles() + world.Misuses(), 0u) << row.what;
+        ASSERT_EQ(world.registry.opened.size(), 1u) << ini;
+        EXPECT_EQ(world.registry.opened[0].path, hive) << ini;
+        EXPECT_EQ(world.registry.opened[0].access, kKeyRead | viewFlag) << ini;
+        EXPECT_EQ(world.OpenHandles(), 0u);
     }
 }
 
 TEST(Isolation, BadFiles_ReportTheirErrorAndPublishNothing) {
-    const std::string good = "[isolation]\r\nsilo=" + PathWorld::kSiloBytes + "\r\n";
     const std::pair<std::string, SystemError> rows[] = {
         {"", SystemError::InvalidData},
         {"[isolation]\r\nsilo=\r\n", SystemError::InvalidData},
-        {"silo=" + PathWorld::kSiloBytes, SystemError::InvalidData},
         {"[isolation]\r\nsilo=" + std::string(37, '0'), SystemError::InvalidData},
         {"[isolation]\r\nsilo=" + PathWorld::kSiloBytes + "x\r\n", SystemError::InsufficientBuffer},
-        {"[isolation]\r\nsilo=" + std::string(5000, 'x'), SystemError::InsufficientBuffer},
-        {good + "reghive=\r\n", SystemError::InvalidData},
-        {good + "reghive=a\0b\r\n"s, SystemError::InvalidData},
-        {good + "reghive=" + std::string(99, 'h'), SystemError::InsufficientBuffer},
-        {good + std::string(0x100000, '\n'), SystemError::FileTooLarge},
+        {kGood + "reghive=\r\n", SystemError::InvalidData},
+        {kGood + "reghive=a\0b\r\n"s, SystemError::InvalidData},
+        {kGood + "reghive=\xE9\r\n", SystemError{1113}},
+        {kGood + "reghive=" + std::string(99, 'h'), SystemError::InsufficientBuffer},
+        {kGood + std::string(0x100000, '\n'), SystemError::FileTooLarge},
     };
     for (const auto& [ini, error] : rows) {
         PathWorld world;
+        world.faults.Fail("FromNarrow", SystemError{1113});
         world.PutIni(ini);
         EXPECT_EQ(ReadSettings(world), error) << ini.substr(0, 200);
-        std::u16string root = u"before";
-        EXPECT_FALSE(world.isolation.Root(root));
-        EXPECT_FALSE(world.isolation.Silo(root));
-        EXPECT_EQ(root, u"before");
+        EXPECT_EQ(world.trace.records.back().event, TraceEvent::IsolationUnread);
+        EXPECT_EQ(world.trace.records.back().texts, std::vector{PathWorld::kIni});
+        std::u16string text = u"before";
+        EXPECT_FALSE(world.isolation.Root(text) || world.isolation.Silo(text));
+        EXPECT_EQ(text, u"before");
         EXPECT_EQ(world.isolation.RegistryViewFlag(), kKeyView32);
-        // Nothing is remembered: a repaired file is taken at the next query.
-        world.PutIni(good);
+        world.PutIni(kGood);  // nothing is remembered: a repaired file is taken at the next query
         EXPECT_EQ(ReadSettings(world), SystemError::Success);
-        EXPECT_EQ(world.files.OpenHandles() + world.Misuses(), 0u);
     }
 }
 
@@ -91,9 +159,9 @@ TEST(Isolation, EveryPositionOfTheSiloIsChecked_ButTheLastDigit) {
     for (std::size_t i = 0; i < 38; ++i) {
         for (const char wrong : {'g', '\0'}) {
             PathWorld world;
-            std::string silo = PathWorld::kSiloBytes;
-            silo[i] = wrong;
-            world.PutIni("[isolation]\r\nsilo=" + silo + "\r\n");
+            std::string ini = kGood;
+            ini[ini.find('{') + i] = wrong;
+            world.PutIni(ini);
             const bool accepted = i == 36 && wrong != '\0';
             EXPECT_EQ(ReadSettings(world), accepted ? SystemError::Success : SystemError::InvalidData) << i;
         }
@@ -104,119 +172,75 @@ TEST(Isolation, Hive_MayBeMissingOrClosedToUs_ButNotBroken) {
     for (const auto& [answer, result] : {std::pair{SystemError::Success, SystemError::Success},
                                          std::pair{SystemError::FileNotFound, SystemError::Success},
                                          std::pair{SystemError::AccessDenied, SystemError::Success},
-                                         std::pair{SystemError::PathNotFound, SystemError::InvalidData},
-                                         std::pair{SystemError{1018}, SystemError::InvalidData}}) {
+                                         std::pair{SystemError::PathNotFound, SystemError::InvalidData}}) {
         PathWorld world;
         world.registry.FailOpening(PathWorld::kMachine, PathWorld::kHive, answer, kKeyView32);
         EXPECT_EQ(ReadSettings(world), result) << answer;
     }
 }
 
-TEST(Isolation, Search_GoesFromTheModuleUpToTheRoot) {
-    const std::u16string longFolder = u"C:\\" + std::u16string(246, u'f');
+TEST(Isolation, Search_GoesFromTheModuleUpToTheVolumeAndTakesTheFirst) {
+    constexpr auto kMissing = SystemError::FileNotFound;
     const struct {
-        std::u16string module;
-        std::u16string ini;  // where it lies
+        std::u16string folder;  // the module's
+        std::u16string ini;     // where it lies
         SystemError error;
+        std::size_t tried;  // folders
     } rows[] = {
-        {u"C:\\a\\b\\m.dll", u"C:\\a\\b\\isolate.ini", SystemError::Success},
-        {u"C:\\a\\b\\m.dll", u"C:\\isolate.ini", SystemError::Success},
-        {u"C:\\m.dll", u"C:\\isolate.ini", SystemError::Success},
-        {u"C:\\a\\b\\m.dll", u"C:\\a\\c\\isolate.ini", SystemError::FileNotFound},
-        {u"\\\\server\\share\\a\\m.dll", u"\\\\server\\share\\isolate.ini", SystemError::Success},
-        {u"\\\\server\\share\\a\\m.dll", u"\\\\server\\isolate.ini", SystemError::FileNotFound},
-        {u"m.dll", u"isolate.ini", SystemError::FileNotFound},  // never the current folder
-        {longFolder + u"\\m.dll", u"C:\\isolate.ini", SystemError::InternalError},
-        {u"C:\\" + std::u16string(257, u'm'), u"C:\\isolate.ini", SystemError::InsufficientBuffer},
+        {u"C:\\a\\b", u"C:\\a\\b", SystemError::Success, 1},
+        {u"C:\\a\\b", u"C:", SystemError::Success, 3},
+        {u"C:", u"C:", SystemError::Success, 1},
+        {u"C:\\a\\b", u"C:\\a\\c", kMissing, 3},
+        {u"\\\\server\\share\\a", u"\\\\server\\share", SystemError::Success, 2},
+        {u"\\\\server\\share\\a", u"\\\\server", kMissing, 2},
+        {u"\\\\?\\unc\\server\\share\\a", u"C:", kMissing, 2},
+        {u"\\\\?\\UNC\\server\\share", u"\\\\server\\share", SystemError::Success, 1},
+        {u"\\\\.\\UNC\\server\\share", u"C:", kMissing, 1},
+        {u"\\\\?\\C:\\a", u"C:", SystemError::Success, 2},
+        {u"\\\\?\\C:\\a", u"D:", kMissing, 2},
+        {u"\\\\.\\C:\\a", u"D:", kMissing, 2},
+        {u"\\\\?\\Volume{1}\\a", u"\\\\?\\Volume{1}", SystemError::Success, 2},
+        {u"\\\\?\\Volume{1}\\a", u"C:", kMissing, 2},
+        {u"\\\\?\\UNC", u"C:", kMissing, 0},
+        {u"\\\\?", u"C:", kMissing, 0},
+        {u"C:\\" + std::u16string(246, u'f'), u"C:", SystemError::InternalError, 0},
+        {u"C:\\" + std::u16string(252, u'f'), u"C:", SystemError::InsufficientBuffer, 0},
     };
     for (const auto& row : rows) {
         PathWorld world;
-        world.files.Remove(PathWorld::kIni);
-        world.files.PutFile(row.ini, "[isolation]\r\nsilo=" + PathWorld::kSiloBytes + "\r\n");
-        world.modules.paths[FakeModules::kOwn] = row.module;
+        world.disk.Remove(PathWorld::kIni);
+        world.disk.PutFile(row.ini + u"\\isolate.ini", kGood);
+        world.modules.paths[FakeModules::kOwn] = row.folder + u"\\m.dll";
         const IsolationSettings* settings = nullptr;
-        EXPECT_EQ(world.isolation.Read(&settings), row.error) << testing::PrintToString(row.module);
-        if (row.error == SystemError::Success) {
-            ASSERT_NE(settings, nullptr);
-            EXPECT_EQ(settings->iniPath, row.ini);
-        }
+        EXPECT_EQ(world.isolation.Read(&settings), row.error) << testing::PrintToString(row.folder);
+        EXPECT_EQ(world.files.attributeReads.size(), row.tried) << testing::PrintToString(row.folder);
+        EXPECT_EQ(settings != nullptr && PlainPath(settings->iniPath) == PlainPath(row.ini + u"\\isolate.ini"),
+                  Succeeded(row.error));
     }
-}
-
-// Whatever bears the name ends the search, even when it cannot be read.
-TEST(Isolation, Search_StopsAtTheFirstThatExists) {
     PathWorld world;
-    world.files.PutFile(u"C:\\isolate.ini", "[isolation]\r\nsilo=" + PathWorld::kSiloBytes + "\r\n");
-    world.files.FailOpening(PathWorld::kIni, SystemError::AccessDenied);
+    world.modules.paths[FakeModules::kOwn] = u"m.dll";  // never the current folder
+    world.disk.PutFile(u"isolate.ini", kGood);
+    EXPECT_EQ(ReadSettings(world), kMissing);
+    // Whatever bears the name ends the search, even when it cannot be read.
+    world.modules.paths[FakeModules::kOwn] = PathWorld::kIni;
+    world.disk.PutFile(u"C:\\isolate.ini", kGood);
+    world.faults.Fail("OpenForReading", SystemError::AccessDenied, PathWorld::kIni);
     EXPECT_EQ(ReadSettings(world), SystemError::AccessDenied);
-    EXPECT_EQ(world.trace.Count(TraceEvent::IsolationUnread), 1u);
-    ASSERT_EQ(world.trace.records.back().texts, std::vector<std::u16string>{PathWorld::kIni});
 }
 
-TEST(Isolation, Settings_AreReadOnceAndNeverChange) {
-    PathWorld world;
-    const IsolationSettings* first = nullptr;
-    const IsolationSettings* second = nullptr;
-    EXPECT_EQ(world.isolation.Read(nullptr), SystemError::InvalidParameter);
-    ASSERT_EQ(world.isolation.Read(&first), SystemError::Success);
-    world.files.Remove(PathWorld::kIni);
-    ASSERT_EQ(world.isolation.Read(&second), SystemError::Success);
-    EXPECT_EQ(first, second);
-    EXPECT_EQ(world.modules.calls, 1u);
-    EXPECT_EQ(world.files.opened.size(), 1u);
-}
-
-TEST(Isolation, AnyFault_LeavesTheSettingsUnreadAndIsRetried) {
-    for (std::uint32_t n = 1;; ++n) {
+TEST(Isolation, AnyFailure_LeavesTheSettingsUnreadUntilTheyAreReadForGood) {
+    Sweep([](auto&& failing, bool memory) {
         PathWorld world;
-        world.ShareFaults();
-        world.faults.FailCall(n, SystemError{31});
-        const SystemError error = ReadSettings(world);
-        if (!world.faults.Fired()) {
-            EXPECT_EQ(error, SystemError::Success);
-            EXPECT_GT(n, 6u);
-            break;
-        }
-        EXPECT_NE(error, SystemError::NotEnoughMemory) << n;
-        EXPECT_EQ(ReadSettings(world), SystemError::Success) << n;
-        EXPECT_EQ(world.registry.OpenHandles() + world.files.OpenHandles() + world.Misuses(), 0u) << n;
-    }
-}
-
-TEST(Isolation, MemoryRunningOut_IsReportedAndRetried) {
-    for (std::uint32_t n = 1;; ++n) {
-        PathWorld world;
-        SystemError error;
-        bool fired = false;
-        {
-            const FailingNew failing(n);
-            error = ReadSettings(world);
-            fired = failing.Fired();
-        }
-        EXPECT_EQ(error, fired ? SystemError::NotEnoughMemory : SystemError::Success) << n;
-        EXPECT_EQ(ReadSettings(world), SystemError::Success) << n;
-        EXPECT_EQ(world.registry.OpenHandles() + world.files.OpenHandles() + world.Misuses(), 0u) << n;
-        if (!fired) {
-            break;
-        }
-    }
-}
-
-TEST(Isolation, ThreadsThatAskAtOnce_SeeOneWholeReading) {
-    for (int round = 0; round < 20; ++round) {
-        PathWorld world;
-        std::vector<std::u16string> roots(4);
-        {
-            std::vector<std::jthread> threads;
-            for (std::u16string& root : roots) {
-                threads.emplace_back([&world, &root] { (void)world.isolation.Root(root); });
-            }
-        }
-        for (const std::u16string& root : roots) {
-            EXPECT_EQ(root, PathWorld::kHive + u"\\" + PathWorld::kSilo);
-        }
-        EXPECT_EQ(world.modules.calls, 1u);
-    }
+        world.trace.enabled = false;
+        SystemError error = SystemError::Success;
+        const bool struck = failing(world.faults, [&] { error = ReadSettings(world); });
+        EXPECT_TRUE(struck || Succeeded(error));
+        EXPECT_EQ(error == SystemError::NotEnoughMemory, struck && memory);
+        EXPECT_EQ(ReadSettings(world), SystemError::Success);
+        world.disk.Remove(PathWorld::kIni);
+        EXPECT_EQ(ReadSettings(world), SystemError::Success);
+        EXPECT_EQ(world.isolation.Read(nullptr), SystemError::InvalidParameter);
+    });
 }
 
 }  // namespace

@@ -1,7 +1,3 @@
-#include <gtest/gtest.h>
-
-#include "tests/fakes/FailingNew.h"
-#include "tests/fakes/FakeModuleAddresses.h"
 #include "tests/tslib/ComponentWorld.h"
 #include "tslib/tsVaneDllLifetimeMgr.h"
 #include "tslib/tsVaneDllLifetimeMgrLocal.h"
@@ -10,83 +6,73 @@ namespace tests {
 namespace {
 
 using namespace tsLib;
-using namespace tsLib::platform;
 
-const void* At(std::uintptr_t address) { return reinterpret_cast<const void*>(address); }
+const std::u16string kPath = ComponentWorld::kSamplePath;
 
 class LifetimeMgrTest : public testing::Test {
 protected:
     LifetimeMgrTest() {
-        world_.modules.paths[world_.sampleModule] = ComponentWorld::kSamplePath;
-        addresses_.ranges.push_back({0x10000, 0x20000, FakeModules::kOwn});
-        addresses_.ranges.push_back({0x20000, 0x30000, world_.sampleModule});
+        modules_.paths[world_.sampleModule] = kPath;
+        modules_.ranges.push_back({0x10000, 0x20000, FakeModules::kOwn});
+        modules_.ranges.push_back({0x20000, 0x30000, world_.sampleModule});
     }
-    ~LifetimeMgrTest() override {
-        EXPECT_EQ(world_.loader.OpenHandles(), 0u);
-        EXPECT_EQ(world_.loader.Misuses(), 0u);
-        EXPECT_EQ(world_.sampleObjects.GetObjectCount(), 0u);
+    ~LifetimeMgrTest() override { EXPECT_EQ(Held(), 0u); }
+    [[nodiscard]] std::size_t Held() const { return world_.SampleReferences(); }
+    tsVaneDllLifetimeMgr Named(const char16_t* path) { return {modules_, world_.trace, path}; }
+    tsVaneDllLifetimeMgr Named(ModuleHandle module) { return {modules_, world_.trace, module}; }
+    tsVaneDllLifetimeMgrLocal Local(std::uintptr_t address) {
+        return {modules_, world_.trace, executable_, reinterpret_cast<const void*>(address)};
     }
-    [[nodiscard]] std::size_t Held() const { return world_.loader.References(world_.sampleModule); }
-    tsVaneDllLifetimeMgrLocal Local(const void* address) { return {seam_, addresses_, executable_, address}; }
+    tsVaneDllFactoryLifetimeMgrLocal LocalFactory(std::uintptr_t address) {
+        return {modules_, world_.trace, executable_, reinterpret_cast<const void*>(address), kSampleId};
+    }
 
     ComponentWorld world_;
-    FakeModuleAddresses addresses_;
-    MainExecutable executable_{addresses_};
-    const tsVaneDllLifetimeMgr::Seam seam_{world_.loader, world_.modules, world_.trace};
+    FakeModules& modules_ = world_.modules;
+    MainExecutable executable_{modules_};
 };
 
 TEST_F(LifetimeMgrTest, Validate_RefusesNullAndWhatDoesNotFit) {
-    const std::u16string folder = u"C:\\";
-    const std::u16string longest = folder + std::u16string(256, u'x');
-    const std::u16string tooLong = folder + std::u16string(257, u'x');
-    world_.loader.PutAlias(longest, world_.sampleModule);
-    world_.loader.PutAlias(tooLong, world_.sampleModule);
-    ASSERT_EQ(tooLong.size(), 260u);
-    const std::pair<const char16_t*, VaneResult> rows[] = {{longest.c_str(), VaneResult::Success},
-                                                           {tooLong.c_str(), VaneResult::InvalidArgument},
-                                                           {nullptr, VaneResult::InvalidArgument}};
-    for (const auto& [path, result] : rows) {
-        tsVaneDllLifetimeMgr manager(seam_, path);
-        EXPECT_EQ(manager.Validate(), result);
-        EXPECT_EQ(manager.TakeReference(), result);
-        EXPECT_EQ(Held(), Succeeded(result) ? 1u : 0u);
-        EXPECT_EQ(manager.ReleaseReference(), VaneResult::Success);
-        EXPECT_EQ(manager.ReleaseReference(), VaneResult::Success);
+    const std::u16string longest = u"C:\\" + std::u16string(251, u'x') + u".\\.\\.";
+    const std::u16string tooLong = longest + u"\\";
+    const std::tuple<const char16_t*, VaneResult, VaneResult> rows[] = {
+        {longest.c_str(), VaneResult::Success, VaneResult::InternalFailure},  // there is no such file
+        {tooLong.c_str(), VaneResult::InvalidArgument, VaneResult::InvalidArgument},
+        {nullptr, VaneResult::InvalidArgument, VaneResult::InvalidArgument}};
+    for (const auto& [path, valid, taken] : rows) {
+        EXPECT_EQ(Named(path).Validate(), valid);
+        EXPECT_EQ(Named(path).TakeReference(), taken);
+        EXPECT_EQ(Named(path).ReleaseReference(), VaneResult::Success);
     }
+    EXPECT_EQ(modules_.plainLoads, std::vector{longest});
     ASSERT_EQ(world_.trace.Count(TraceEvent::LifetimePathTooLong), 2u);
-    EXPECT_EQ(world_.trace.records[0].numbers, std::vector<std::uint64_t>{0x8007007A});
-    tsVaneDllLifetimeMgr byHandle(seam_, ModuleHandle{});
-    EXPECT_EQ(byHandle.TakeReference(), VaneResult::InvalidArgument);
-    auto byAddress = Local(nullptr);
-    EXPECT_EQ(byAddress.Validate(), VaneResult::InvalidArgument);
-    EXPECT_EQ(byAddress.TakeReference(), VaneResult::InvalidArgument);
-    EXPECT_EQ(world_.loader.plainLoads, std::vector{longest});
+    EXPECT_EQ(world_.trace.records[1].numbers, std::vector<std::uint64_t>{0x8007007A});
+    EXPECT_EQ(Named(ModuleHandle{}).TakeReference(), VaneResult::InvalidArgument);
+    EXPECT_EQ(Local(0).Validate(), VaneResult::InvalidArgument);
+    EXPECT_EQ(Local(0).TakeReference(), VaneResult::InvalidArgument);
+    EXPECT_EQ(world_.trace.Count(TraceEvent::LifetimeNameMissing), 5u);
 }
 
 TEST_F(LifetimeMgrTest, ByHandle_HoldsItsOwnReferenceByPath) {
-    tsVaneDllLifetimeMgr manager(seam_, world_.sampleModule);
+    tsVaneDllLifetimeMgr manager = Named(world_.sampleModule);
     EXPECT_EQ(manager.TakeReference(), VaneResult::Success);
-    world_.modules.paths.erase(world_.sampleModule);  // the handle is forgotten: its name is not asked for again
+    modules_.paths[world_.sampleModule] = std::u16string(260, u'x');  // the handle is forgotten, and so is its name
     EXPECT_EQ(manager.TakeReference(), VaneResult::Success);
+    {
+        tsVaneDllLifetimeMgr byPath = Named(kPath.c_str());
+        EXPECT_EQ(byPath.TakeReference(), VaneResult::Success);
+        EXPECT_EQ(Held(), 2u);
+    }
     EXPECT_EQ(Held(), 1u);
-    world_.loader.RemoveFile(ComponentWorld::kSamplePath);
+    world_.disk.Remove(kPath);
     EXPECT_EQ(manager.TakeReference(), VaneResult::InternalFailure);
     EXPECT_EQ(Held(), 0u);
-
-    tsVaneDllLifetimeMgr nameless(seam_, world_.sampleModule);
-    EXPECT_EQ(nameless.TakeReference(), VaneResult::InternalFailure);
-    world_.modules.paths[world_.sampleModule] = std::u16string(260, u'x');
-    EXPECT_EQ(nameless.TakeReference(), VaneResult::InternalFailure);
-    EXPECT_EQ(world_.trace.Count(TraceEvent::LifetimeNameUnknown), 2u);
+    EXPECT_EQ(Named(world_.sampleModule).TakeReference(), VaneResult::InternalFailure);
+    EXPECT_EQ(world_.trace.Count(TraceEvent::LifetimeNameUnknown), 1u);
 }
 
 TEST_F(LifetimeMgrTest, ByAddress_HoldsComponentsOnly) {
-    struct Row {
-        std::uintptr_t address;
-        VaneResult result;
-        std::size_t held;
-    };
-    const Row rows[] = {
+    const std::tuple<std::uintptr_t, VaneResult, std::size_t> rows[] = {
         {0x10000, VaneResult::Success, 0},          // this library
         {0x400010, VaneResult::Success, 0},         // the executable
         {0x20000, VaneResult::Success, 1},          // a component: its first byte
@@ -94,119 +80,87 @@ TEST_F(LifetimeMgrTest, ByAddress_HoldsComponentsOnly) {
         {0x30000, VaneResult::InvalidArgument, 0},  // in no module
     };
     for (const bool hasFunction : {true, false}) {
-        addresses_.hasFunction = hasFunction;
-        for (const Row& row : rows) {
-            auto manager = Local(At(row.address));
-            EXPECT_EQ(manager.TakeReference(), row.result) << row.address;
-            EXPECT_EQ(manager.TakeReference(), row.result) << row.address;
-            EXPECT_EQ(Held(), row.held);
-            EXPECT_EQ(manager.HoldsReference(), row.held != 0);
-            addresses_.ranges[2].module = FakeModules::kOwn;  // what it holds goes when it finds nothing to hold
-            EXPECT_EQ(manager.TakeReference(), row.result);
+        modules_.hasAddressFunction = hasFunction;
+        for (const auto& [address, result, held] : rows) {
+            tsVaneDllLifetimeMgrLocal manager = Local(address);
+            EXPECT_EQ(manager.TakeReference(), result) << address;
+            EXPECT_EQ(manager.TakeReference(), result) << address;
+            EXPECT_EQ(Held(), held);
+            EXPECT_EQ(manager.HoldsReference(), held != 0);
+            modules_.ranges[2].module = FakeModules::kOwn;  // what it holds goes when it finds nothing to hold
+            EXPECT_EQ(manager.TakeReference(), result);
             EXPECT_EQ(Held(), 0u);
-            addresses_.ranges[2].module = world_.sampleModule;
+            modules_.ranges[2].module = world_.sampleModule;
         }
-        EXPECT_EQ(addresses_.rangesAsked, hasFunction ? 0u : 3 * std::size(rows));
+        EXPECT_EQ(modules_.rangesAsked, hasFunction ? 0u : 3 * std::size(rows));
     }
-    EXPECT_EQ(addresses_.executableAsked, 1u);  // once per process
-    EXPECT_EQ(Held(), 0u);
+    EXPECT_EQ(modules_.executableAsked, 1u);  // once per process
     EXPECT_EQ(world_.trace.records.back().numbers.back(), 0x30000u);
 }
 
-TEST_F(LifetimeMgrTest, TwoManagers_KeepTheModuleUntilTheLastOneGoes) {
-    auto first = Local(At(0x20010));
-    EXPECT_EQ(first.TakeReference(), VaneResult::Success);
-    {
-        tsVaneDllLifetimeMgr second(seam_, ComponentWorld::kSamplePath.c_str());
-        EXPECT_EQ(second.TakeReference(), VaneResult::Success);
-        EXPECT_EQ(Held(), 2u);
-    }
-    EXPECT_EQ(Held(), 1u);
-    EXPECT_EQ(first.ReleaseReference(), VaneResult::Success);
-    EXPECT_EQ(Held(), 0u);
-}
-
 TEST_F(LifetimeMgrTest, SameModule_IsTheSameHandleOrAddress) {
-    const std::u16string& path = ComponentWorld::kSamplePath;
-    tsVaneDllLifetimeMgr byHandle(seam_, world_.sampleModule), again(seam_, world_.sampleModule);
-    tsVaneDllLifetimeMgr other(seam_, world_.storeModule);
-    tsVaneDllLifetimeMgr byPath(seam_, path.c_str()), byPathToo(seam_, path.c_str());
-    auto atBase = Local(At(static_cast<std::uintptr_t>(world_.sampleModule)));
-    auto inside = Local(At(static_cast<std::uintptr_t>(world_.sampleModule) + 1));
-    EXPECT_EQ(again.TakeReference(), VaneResult::Success);  // named by a handle stays named by a handle
-    EXPECT_EQ(byHandle.SameModuleAs(again), VaneResult::Success);
-    EXPECT_EQ(byHandle.SameModuleAs(atBase), VaneResult::Success);
-    for (const auto* manager : std::initializer_list<const tsVaneDllLifetimeMgr*>{&other, &byPath, &inside}) {
-        EXPECT_EQ(byHandle.SameModuleAs(*manager), VaneResult::InvalidArgument);
-        EXPECT_EQ(manager->SameModuleAs(byHandle), VaneResult::InvalidArgument);
-    }
-    EXPECT_EQ(byPath.SameModuleAs(byPathToo), VaneResult::InvalidArgument);
+    const auto base = static_cast<std::uintptr_t>(world_.sampleModule);
+    tsVaneDllLifetimeMgr byHandle = Named(world_.sampleModule);
+    EXPECT_EQ(byHandle.TakeReference(), VaneResult::Success);  // named by a handle stays named by a handle
+    EXPECT_EQ(byHandle.SameModuleAs(Named(world_.sampleModule)), VaneResult::Success);
+    EXPECT_EQ(byHandle.SameModuleAs(Local(base)), VaneResult::Success);
+    EXPECT_EQ(byHandle.SameModuleAs(Local(base + 1)), VaneResult::InvalidArgument);
+    EXPECT_EQ(byHandle.SameModuleAs(Named(kPath.c_str())), VaneResult::InvalidArgument);
+    EXPECT_EQ(Named(kPath.c_str()).SameModuleAs(byHandle), VaneResult::InvalidArgument);
+    EXPECT_EQ(Named(kPath.c_str()).SameModuleAs(Named(kPath.c_str())), VaneResult::InvalidArgument);
 }
 
-TEST_F(LifetimeMgrTest, FactoryVariant_GivesTheFactoryUpBeforeTheModule) {
-    const char16_t* path = ComponentWorld::kSamplePath.c_str();
-    {
-        tsVaneDllFactoryLifetimeMgr manager(seam_, world_.sampleModule, kSampleId);
+TEST_F(LifetimeMgrTest, FactoryVariants_GiveTheFactoryUpBeforeTheModule) {
+    const auto use = [&](auto&& manager, std::size_t held) {
         VaneRef<IFactory> factory;
         EXPECT_EQ(manager.GetFactory(nullptr), VaneResult::InvalidArgument);
         for (int i = 0; i < 2; ++i) {
             ASSERT_EQ(manager.GetFactory(factory.Receive()), VaneResult::Success);
-            EXPECT_EQ(Held(), 1u);
+            EXPECT_EQ(Held(), held);
         }
         factory.Reset();
         EXPECT_EQ(world_.sampleObjects.GetObjectCount(), 1u);  // the manager's own
-        world_.loader.onUnload = [&](const std::u16string&) { EXPECT_EQ(world_.sampleObjects.GetObjectCount(), 0u); };
+    };
+    modules_.onUnload = [&](const std::u16string&) { EXPECT_EQ(world_.sampleObjects.GetObjectCount(), 0u); };
+    use(tsVaneDllFactoryLifetimeMgr(modules_, world_.trace, world_.sampleModule, kSampleId), 1);
+    use(LocalFactory(0x20010), 1);
+    world_.disk.PutModule(modules_.paths[FakeModules::kOwn], ModuleExports<3>::Both(world_.sampleObjects));
+    use(LocalFactory(0x10000), 0);  // this library's own: nothing to hold
+    modules_.onUnload = nullptr;
+
+    world_.disk.PutModule(u"D:\\bare.dll");
+    const std::tuple<const char16_t*, ObjectId, VaneResult> failures[] = {
+        {kPath.c_str(), kOwnId, VaneResult::InvalidArgument},
+        {u"D:\\bare.dll", kSampleId, VaneResult::EntryPointMissing},
+        {u"D:\\missing.dll", kSampleId, VaneResult::InternalFailure},
+    };
+    for (const auto& [path, id, result] : failures) {
+        auto* factory = reinterpret_cast<IFactory*>(this);
+        tsVaneDllFactoryLifetimeMgr manager(modules_, world_.trace, path, id);
+        EXPECT_EQ(manager.GetFactory(&factory), result);
+        EXPECT_EQ(factory, nullptr);
+        EXPECT_FALSE(manager.HoldsReference());
     }
-    world_.loader.onUnload = nullptr;
-    auto* factory = reinterpret_cast<IFactory*>(this);
-    tsVaneDllFactoryLifetimeMgr notOffered(seam_, path, kOwnId);
-    EXPECT_EQ(notOffered.GetFactory(&factory), VaneResult::InvalidArgument);
-    EXPECT_EQ(factory, nullptr);
-    EXPECT_FALSE(notOffered.HoldsReference());
-    world_.loader.PutModule(u"D:\\bare.dll", {});
-    tsVaneDllFactoryLifetimeMgr bare(seam_, u"D:\\bare.dll", kSampleId);
-    EXPECT_EQ(bare.GetFactory(&factory), VaneResult::EntryPointMissing);
-    EXPECT_FALSE(bare.HoldsReference());
-    tsVaneDllFactoryLifetimeMgr missing(seam_, u"D:\\missing.dll", kSampleId);
-    EXPECT_EQ(missing.GetFactory(&factory), VaneResult::InternalFailure);
+    IFactory* factory = nullptr;
+    EXPECT_EQ(LocalFactory(0x400010).GetFactory(&factory), VaneResult::EntryPointMissing);
+    EXPECT_EQ(LocalFactory(0x30000).GetFactory(&factory), VaneResult::InvalidArgument);
 }
 
-TEST_F(LifetimeMgrTest, FaultAndMemorySweeps_AFailedTakeHoldsNothing) {
-    world_.ShareAllFaults();
-    addresses_.faults = &world_.faults;
+TEST_F(LifetimeMgrTest, AnyFailure_HoldsNothing) {
     world_.trace.enabled = false;
-    const std::function<VaneResult()> takes[] = {
-        [&] { return Local(At(0x20000)).TakeReference(); },
-        [&] { return tsVaneDllLifetimeMgr(seam_, world_.sampleModule).TakeReference(); },
-        [&] {
-            VaneRef<IFactory> factory;
-            tsVaneDllFactoryLifetimeMgr manager(seam_, ComponentWorld::kSamplePath.c_str(), kSampleId);
-            const VaneResult result = manager.GetFactory(factory.Receive());
-            EXPECT_EQ(Held(), Succeeded(result) ? 1u : 0u);
-            return result;
-        },
-    };
-    for (const auto& take : takes) {
-        bool fired = true;
-        for (std::uint32_t n = 1; fired; ++n) {
-            world_.faults.FailCall(n, SystemError::NotEnoughMemory);
-            const VaneResult result = take();
-            fired = world_.faults.Fired();
-            world_.faults.Disarm();
-            EXPECT_TRUE(fired || Succeeded(result)) << n;
-            EXPECT_EQ(Held(), 0u);
-        }
-        fired = true;
-        for (std::uint32_t n = 1; fired; ++n) {
+    for (const bool byAddress : {true, false}) {
+        Sweep([&](auto&& failing, bool memory) {
+            tsVaneDllLifetimeMgrLocal local = Local(0x20000);
+            tsVaneDllFactoryLifetimeMgr variant(modules_, world_.trace, world_.sampleModule, kSampleId);
             VaneResult result = VaneResult::Success;
-            {
-                const FailingNew failing(n);
-                result = take();
-                fired = failing.Fired();
-            }
-            EXPECT_EQ(result, fired ? VaneResult::OutOfMemory : VaneResult::Success) << n;
-            EXPECT_EQ(Held(), 0u);
-        }
+            const bool struck = failing(world_.faults, [&] {
+                VaneRef<IFactory> factory;
+                result = byAddress ? local.TakeReference() : variant.GetFactory(factory.Receive());
+            });
+            EXPECT_TRUE(struck || Succeeded(result));
+            EXPECT_EQ(result == VaneResult::OutOfMemory, struck && memory);
+            EXPECT_EQ(Held(), Failed(result) ? 0u : 1u);
+        });
     }
 }
 

@@ -1,23 +1,19 @@
-// An installation over fakes: isolate.ini beside the module, an empty path-expansion map, and the objects that read
-// them.
+// An installation on a fake platform: isolate.ini beside the module, an empty path-expansion map, and the objects that
+// read them. What is left open when all of them are gone, or was used wrongly, fails the test.
 #pragma once
 
-#include <string>
+#include <gtest/gtest.h>
 
-#include "tests/fakes/FakeFiles.h"
-#include "tests/fakes/FakeKnownFolders.h"
-#include "tests/fakes/FakeModules.h"
-#include "tests/fakes/FakePathForms.h"
-#include "tests/fakes/FakeRegistry.h"
-#include "tests/fakes/FakeTextRules.h"
-#include "tests/fakes/FakeTrace.h"
+#include "tests/fakes/FailingNew.h"
+#include "tests/fakes/FakePlatform.h"
 #include "tslib/Isolation.h"
+#include "tslib/RegistryText.h"
 #include "tslib/tsPathExpansion.h"
 
 namespace tests {
 
-struct PathWorld {
-    static constexpr auto kMachine = tsLib::platform::RegistryRoot::LocalMachine;
+struct PathWorld : FakePlatform {
+    static constexpr auto kMachine = RegistryRoot::LocalMachine;
     inline static const std::string kSiloBytes = "{01234567-89AB-CDEF-0123-456789abcdef}";
     inline static const std::u16string kSilo = u"{01234567-89AB-CDEF-0123-456789abcdef}";
     inline static const std::u16string kHive = u"Software\\Corvane\\Isolation";
@@ -27,37 +23,56 @@ struct PathWorld {
 
     PathWorld() {
         PutIni("[isolation]\r\nsilo=" + kSiloBytes + "\r\n");
-        registry.PutKey(kMachine, kMap, tsLib::platform::kKeyView32);
+        registry.PutKey(kMachine, kMap, kKeyView32);
     }
-    void PutIni(std::string_view text) { files.PutFile(kIni, text); }
+    void PutIni(std::string_view text) { disk.PutFile(kIni, text); }
     void PutToken(const std::u16string& name, std::u16string_view folder) {
-        registry.PutText(kMachine, kMap, name, folder, tsLib::platform::kKeyView32);
+        registry.PutText(kMachine, kMap, name, folder, kKeyView32);
     }
     void PutTokenAsSubkey(const std::u16string& name, std::u16string_view folder) {
-        registry.PutText(kMachine, kMap + u"\\" + name, u"Path64", folder, tsLib::platform::kKeyView32);
+        registry.PutText(kMachine, kMap + u"\\" + name, u"Path64", folder, kKeyView32);
     }
-    void ShareFaults() {
-        registry.faults = files.faults = knownFolders.faults = pathForms.faults = textRules.faults = modules.faults =
-            &faults;
-    }
+    void RemoveMap() { registry.RemoveKey(kMachine, kMap, kKeyView32); }
     // What Expand gives, behind a "+" for true and a "-" for false.
     std::u16string Expand(std::u16string_view input) {
         std::u16string out = u"untouched";
         const bool expanded = expansion.Expand(input, out);
         return (expanded ? u"+" : u"-") + out;
     }
-    [[nodiscard]] std::size_t Misuses() const { return registry.Misuses() + files.Misuses(); }
+    struct Check {
+        ~Check() { EXPECT_EQ(platform.Leftovers(), ""); }
+        FakePlatform& platform;
+    } check{*this};
 
-    FaultPlan faults;
-    FakeRegistry registry;
-    FakeFiles files;
-    FakeKnownFolders knownFolders;
-    FakePathForms pathForms;
-    FakeTextRules textRules;
-    FakeModules modules;
-    FakeTrace trace;
-    tsLib::Isolation isolation{{modules, pathForms, files, registry, textRules, trace}};
-    tsLib::tsPathExpansion expansion{{registry, knownFolders, pathForms, textRules, trace}, isolation};
+    tsLib::Isolation isolation{*this};
+    tsLib::tsPathExpansion expansion{*this, isolation};
 };
+
+// Rounds in which every platform call fails in turn, then every allocation, until one is spared. A round gets a
+// function that runs the work that is to meet the failure, and tells whether it did; and whether it is memory that runs
+// out.
+template <class Round>
+void Sweep(Round&& round, SystemError error = SystemError{31}) {
+    for (const bool memory : {false, true}) {
+        bool struck = true;
+        for (std::uint32_t n = 1; struck && !testing::Test::HasFailure(); ++n) {
+            SCOPED_TRACE(testing::Message() << (memory ? "allocation " : "platform call ") << n);
+            const auto failing = [&](FaultPlan& faults, auto&& work) {
+                if (memory) {
+                    const FailingNew out(n);
+                    work();
+                    struck = out.Fired();
+                } else {
+                    faults.FailCall(n, error);
+                    work();
+                    struck = faults.Fired();
+                    faults.Disarm();
+                }
+                return struck;
+            };
+            round(failing, memory);
+        }
+    }
+}
 
 }  // namespace tests

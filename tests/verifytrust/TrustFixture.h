@@ -3,99 +3,146 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
-#include <map>
-#include <string>
-#include <string_view>
-#include <vector>
-
-#include "tests/fakes/FakeCatalogAdmin.h"
-#include "tests/fakes/FakeCatalogHasher.h"
-#include "tests/fakes/FakeCertificates.h"
-#include "tests/fakes/FakeClock.h"
-#include "tests/fakes/FakeFiles.h"
-#include "tests/fakes/FakeModules.h"
-#include "tests/fakes/FakePathForms.h"
-#include "tests/fakes/FakeProcesses.h"
-#include "tests/fakes/FakeRegistry.h"
-#include "tests/fakes/FakeSignatureObjects.h"
-#include "tests/fakes/FakeSystemInfo.h"
-#include "tests/fakes/FakeTextRules.h"
-#include "tests/fakes/FakeTrace.h"
-#include "tests/fakes/FakeTrustProvider.h"
-#include "tests/verifytrust/FakeHashProvider.h"
+#include "SignerNamesConfig.h"
+#include "tests/fakes/FakePlatform.h"
+#include "tslib/Isolation.h"
 #include "tslib/VaneRef.h"
 #include "tslib/verifytrust/tsVerifyTrustStatic.h"
 
 namespace tests {
 
+using namespace tsLib;
+using enum TrustResult;
+using enum SystemError;
+
 inline const std::string kCodeSigning = "1.3.6.1.5.5.7.3.3";
 inline const std::string kSystemUsage = "1.3.6.1.4.1.311.10.3.6";
 inline const std::string kDriverUsage = "1.3.6.1.4.1.311.10.3.5";
-inline const std::u16string kFile = u"C:\\Program Files\\Halvora\\zebshell2.dll";
-inline const std::u16string kCatalog = u"C:\\Windows\\System32\\CatRoot\\one.cat";
+inline const std::u16string kFile = u"C:\\Program Files\\Halvora\\plugin.dll";
+inline const std::u16string kCatalog = u"C:\\Windows\\one.cat";
+inline const std::u16string kPolicyKey =
+    u"Software\\Corvane\\{01234567-89AB-CDEF-0123-456789ABCDEF}\\Tessel\\tsVerifyTrust";
+inline constexpr std::u16string_view kAcceptedSubject = HALVORA_ACCEPTED_SUBJECT;
 
-// The attributes of the configured combination (0, 1, ...), by dotted identifier.
-std::map<std::string, std::u16string> AcceptedNames(std::size_t combination = 0);
-std::u16string AcceptedWholeSubject();
-// A certificate of the accepted signer, with code signing and the further usages.
-FakeCertificate OurCertificate(std::vector<std::string> furtherUsages = {});
-// Code signing, but another maker's names.
-FakeCertificate ForeignCertificate();
+namespace subject {
+inline const std::string CN = "2.5.4.3", OU = "2.5.4.11", O = "2.5.4.10", L = "2.5.4.7", ST = "2.5.4.8", C = "2.5.4.6";
+}
+using Names = std::map<std::string, std::u16string>;  // by dotted identifier
 
-class FakeSettings final : public tsLib::LibrarySettings {
+// The names of the configured combination 0, 1, ...
+inline const Names& AcceptedNames(std::size_t combination = 0) {
+#define NAME(key, text) {subject::key, text},
+#define NAMES(n) {HALVORA_SIGNER_##n(NAME)},
+    static const std::vector<Names> kAll{HALVORA_SIGNERS(NAMES)};
+#undef NAMES
+#undef NAME
+    return kAll.at(combination);
+}
+
+// Of the accepted signer, or of another one: code signing, and further usages.
+inline FakeCertificate OurCertificate(std::vector<std::string> usages = {}) {
+    usages.push_back(kCodeSigning);
+    return {usages, AcceptedNames(), u"2.5.4.3=our subject"};
+}
+inline FakeCertificate ForeignCertificate() { return {{kCodeSigning}, {{subject::O, u"Others"}}, {}}; }
+
+// Providers that keep one word for every file. For the fault switch: "OpenRecord", "OpenResult", "ReadNumber".
+class FakeHashProviders final : public HashProviders, FakePart {
 public:
-    [[nodiscard]] bool Root(std::u16string& out) override {
-        if (known) {
-            out = u"Software\\Corvane";
-        }
-        return known;
+    explicit FakeHashProviders(FakePlatform& platform) : FakePart(platform), platform_(platform) {}
+    [[nodiscard]] std::unique_ptr<HashProvider> Create() override {
+        ++created;
+        return exists ? std::make_unique<Object>(*this) : nullptr;
     }
-    [[nodiscard]] std::uint32_t RegistryViewFlag() override { return view; }
-    bool known = true;
-    std::uint32_t view = tsLib::platform::kKeyView32;
+    bool exists = true;                 // false: no provider can be made
+    std::optional<std::uint32_t> word;  // "vtresult"; none: the value is not there
+    std::uint32_t milliseconds = 0;     // what each step takes
+    std::size_t created = 0;            // Create calls
+    struct Asked {
+        std::u16string file, client;
+        std::optional<HashResultMode> mode;
+        bool operator==(const Asked&) const = default;
+    };
+    std::vector<Asked> asked;  // for records, in order
+
+private:
+    // A provider, a record or a result.
+    struct Object final : HashProvider, HashRecord, HashResult {
+        explicit Object(FakeHashProviders& theOwner) : owner(theOwner) { ++owner.tally_.open; }
+        ~Object() override { --owner.tally_.open; }
+        SystemError Step(std::string_view operation, const std::function<void()>& body) {
+            owner.platform_.system.ticks += owner.milliseconds;
+            return owner.Call(operation, body);
+        }
+        SystemError OpenRecord(FileHandle file, std::u16string_view by, std::unique_ptr<HashRecord>& record) override {
+            owner.asked.push_back({owner.platform_.files.PathOf(file), std::u16string(by), {}});
+            return Step("OpenRecord", [&] { record = std::make_unique<Object>(owner); });
+        }
+        SystemError OpenResult(HashResultMode mode, std::unique_ptr<HashResult>& result) override {
+            owner.asked.back().mode = mode;
+            return Step("OpenResult", [&] { result = std::make_unique<Object>(owner); });
+        }
+        SystemError ReadNumber(std::u16string_view name, std::uint32_t& value) override {
+            return Step("ReadNumber", [&] {
+                Require(name == u"vtresult" && owner.word, NotFound);
+                value = owner.word.value();
+            });
+        }
+        FakeHashProviders& owner;
+    };
+    FakePlatform& platform_;
+    Tally& tally_ = NewTally("hash provider's object");
 };
 
-class TrustSystem {
-public:
-    TrustSystem();
+struct TrustSystem : FakePlatform {
+    TrustSystem() {
+        disk.PutFile(u"C:\\Program Files\\Halvora\\isolate.ini",
+                     "[isolation]\r\nsilo={01234567-89AB-CDEF-0123-456789ABCDEF}\r\nreghive=Software\\Corvane\r\n");
+        registry.PutKey(RegistryRoot::LocalMachine, u"Software\\Corvane", kKeyView32);
+    }
 
-    // A file on the disk; by default with an embedded signature that the provider trusts.
-    void PutSigned(const std::u16string& path, FakeCertificate certificate = OurCertificate());
-    void PutUnsigned(const std::u16string& path);
-    // A file without an embedded signature that a catalog lists (by SHA-256) and verifies.
-    void PutCatalogSigned(const std::u16string& path, FakeCertificate certificate = OurCertificate());
+    // A file with an embedded signature, one without any, and one that a SHA-256 catalog alone lists.
+    void PutSigned(const std::u16string& path, FakeCertificate certificate = OurCertificate(), TrustAnswer answer = 0) {
+        disk.PutFile(path, "signed");
+        disk.Sign(path, std::move(certificate), answer);
+    }
+    void PutUnsigned(const std::u16string& path) { disk.PutFile(path, "unsigned"); }
+    void PutListed(const std::u16string& path, FakeCertificate certificate = OurCertificate()) {
+        disk.PutFile(path, "listed");
+        disk.List(path, kCatalog, 0, false, true);
+        disk.Sign(kCatalog, std::move(certificate));
+    }
+    void PutPolicy(const std::u16string& name, RegistryValue value) {
+        registry.PutValue(RegistryRoot::LocalMachine, kPolicyKey, name, std::move(value), kKeyView32);
+    }
 
-    [[nodiscard]] tsLib::VaneRef<tsLib::IVerifyTrust> Make(const tsLib::VerifierOptions& options = {});
+    [[nodiscard]] VaneRef<IVerifyTrust> Make(const VerifierOptions& options = {}) {
+        return VaneRef<IVerifyTrust>(CreateTrustVerifierStatic(trust, options));
+    }
     // One call of the full form on a new verifier.
-    tsLib::TrustResult Verify(tsLib::TrustLevel level, bool driverMode = false, bool* systemComponent = nullptr);
+    TrustResult Verify(TrustLevel level, bool driverMode = false, bool* systemComponent = nullptr) {
+        return Make()->VerifyFile(kFile.c_str(), level, driverMode, systemComponent);
+    }
+    TrustResult Describe(TrustLevel level, bool thorough, const VerifierOptions& options = {}) {
+        report.size = sizeof(report);
+        return Make(options)->DescribeFile(kFile.c_str(), level, false, thorough, &report);
+    }
+    // The full check alone.
+    TrustResult Check(TrustLevel level, bool thorough = false, bool driverMode = false) {
+        findings = {};
+        return VerifyFile(*this, {kFile, level, driverMode, thorough, kRevocationNone}, findings);
+    }
 
-    // Everything that was opened is closed again, in the right order.
-    [[nodiscard]] bool NothingLeftOpen() const;
-    void ShareFaults(FaultPlan* plan);
+    FakeHashProviders hashProviders{*this};
+    Isolation isolation{*this};
+    TrustContext trust{*this, &isolation, hashProviders};
+    FileFindings findings;
+    TrustReport report{};
+};
 
-    FakeTrace trace;
-    FakeFiles files;
-    FakePathForms pathForms{files};
-    FakeTextRules textRules;
-    FakeClock clock;
-    FakeSystemInfo systemInfo;
-    FakeModules modules;
-    FakeProcesses processes;
-    FakeRegistry registry;
-    FakeTrustProvider provider;
-    FakeCatalogAdmin catalogs;
-    FakeCatalogHasher hasher{files, catalogs};
-    FakeSignatureObjects signatures;
-    FakeCertificates certificates{signatures};
-    FakeHashProviders hashProviders;
-    HashProviderScript& hash = hashProviders.script;
-    FakeSettings settings;
-    tsLib::TrustProcessState state{textRules, tsLib::Tracer(trace)};
-    tsLib::tsVerifyTrustPolicy policy{registry, settings, state, tsLib::Tracer(trace)};
-    tsLib::TrustServices services{
-        files,    pathForms, textRules, clock,      systemInfo,   modules,       processes, registry,
-        provider, catalogs,  hasher,    signatures, certificates, hashProviders, &policy,   tsLib::Tracer(trace)};
+class TrustTest : public testing::Test, public TrustSystem {
+protected:
+    void TearDown() override { EXPECT_EQ(Leftovers(), ""); }
 };
 
 }  // namespace tests

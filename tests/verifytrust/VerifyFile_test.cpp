@@ -1,273 +1,228 @@
-// The full check through the verifier: signature, catalogs, signer.
-#include "tslib/verifytrust/VerifyFile.h"
-
-#include <gtest/gtest.h>
-
+// The full check: signature, catalogs, signer.
 #include "tests/verifytrust/TrustFixture.h"
+#include "tslib/verifytrust/CatalogIterator.h"
 
-using namespace tests;
-using namespace tsLib;
-using platform::RevocationCheck;
-using platform::SystemError;
-using platform::TraceLevel;
-using platform::TrustAction;
-using platform::TrustAnswer;
-
+namespace tests {
 namespace {
 
 constexpr TrustAnswer Code(std::uint32_t number) { return static_cast<TrustAnswer>(number); }
+constexpr TrustAnswer kRevocationFailure = Code(0x800B010E);
 
-struct Mapped {
-    std::uint32_t answer;
-    TrustResult verdict;
-};
-const Mapped kAnswers[] = {
-    {0x00000000, TrustResult::Trusted},
-    {0x00000001, TrustResult::NotTrusted},  // greater than the facility's codes as a signed number
-    {0x7FFFFFFF, TrustResult::NotTrusted},
-    {0x800B0004, TrustResult::NotTrusted},
-    {0x800B0005, TrustResult::NotTrusted},
-    {0x800B0100, TrustResult::NotTrusted},
-    {0x800B0109, TrustResult::NotTrusted},
-    {0x800B010E, TrustResult::RevocationFailed},
-    {0x80092026, TrustResult::NotTrusted},
-    {0x80096005, TrustResult::TimeStampInvalid},
-    {0x800B0001, TrustResult::CannotDetermine},
-    {0x800B0002, TrustResult::CannotDetermine},
-    {0x800B0003, TrustResult::CannotDetermine},
-    {0x80096010, TrustResult::NotTrusted},
-    {0x80070005, TrustResult::NotTrusted},
-    {0x80000000, TrustResult::NotTrusted},
-    {0xFFFFFFFF, TrustResult::NotTrusted},
-};
-
-class VerifyFileTest : public testing::Test {
-protected:
-    void TearDown() override { EXPECT_TRUE(system.NothingLeftOpen()); }
-
-    // The full check alone, as the operations that bypass the shortcut make it.
-    TrustResult Check(TrustLevel level, bool thorough = false, bool driverMode = false) {
-        findings = {};
-        const FileCheck check{kFile, level, driverMode, thorough, kRevocationNone};
-        return VerifyFile(system.services, check, false, findings);
-    }
-
-    TrustSystem system;
-    FileFindings findings;
-};
+struct VerifyFileTest : TrustTest {};
 
 TEST_F(VerifyFileTest, ProvidersAnswer_MapsToAVerdict) {
-    system.PutSigned(kFile);
-    for (const Mapped& row : kAnswers) {
-        system.provider.SetFileAnswer(kFile, Code(row.answer));
+    const std::pair<std::uint32_t, TrustResult> rows[] = {
+        {0x00000000, Trusted},          {0x00000001, NotTrusted},       {0x7FFFFFFF, NotTrusted},
+        {0x800B0001, CannotDetermine},  {0x800B0002, CannotDetermine},  {0x800B0003, CannotDetermine},
+        {0x800B0004, NotTrusted},       {0x800B0005, NotTrusted},       {0x800B0100, NotTrusted},
+        {0x800B0109, NotTrusted},       {0x800B010E, RevocationFailed}, {0x80092026, NotTrusted},
+        {0x80096005, TimeStampInvalid}, {0x80096010, NotTrusted},       {0x80070005, NotTrusted},
+    };
+    for (const auto& [answer, verdict] : rows) {
+        PutSigned(kFile, OurCertificate(), Code(answer));
         // At level 3 the embedded answer is the final one.
-        EXPECT_EQ(Check(3), row.verdict) << std::hex << row.answer;
-        EXPECT_EQ(findings.platformAnswer, Code(row.answer));
-        EXPECT_EQ(MapAnswer(Code(row.answer), system.provider, true), TrustResult::OutOfMemory);
+        EXPECT_EQ(Check(3), verdict) << std::hex << answer;
+        EXPECT_EQ(findings.platformAnswer, Code(answer));
     }
-    system.provider.policyFlags = 0x40000;
-    EXPECT_EQ(MapAnswer(Code(0x80092026), system.provider, false), TrustResult::CannotDetermine);
-    system.provider.policyFlags = ~0x40000u;
-    EXPECT_EQ(MapAnswer(Code(0x80092026), system.provider, false), TrustResult::NotTrusted);
+    trustProvider.policyFlags = 0x40000;
+    EXPECT_EQ(MapAnswer(Code(0x80092026), trustProvider), CannotDetermine);
+    trustProvider.policyFlags = ~0x40000u;
+    EXPECT_EQ(MapAnswer(Code(0x80092026), trustProvider), NotTrusted);
 }
 
-TEST_F(VerifyFileTest, MissingFile_IsAFileErrorBeforeTheProviderIsAsked) {
-    EXPECT_EQ(Check(1), TrustResult::FileError);
-    EXPECT_TRUE(system.provider.calls.empty());
-}
-
-TEST_F(VerifyFileTest, EmbeddedSignature_GoodAtEveryLevel) {
-    system.PutSigned(kFile, OurCertificate({kSystemUsage}));
-    for (TrustLevel level = 1; level <= 6; ++level) {
-        EXPECT_EQ(Check(level), TrustResult::Trusted) << level;
-        EXPECT_EQ(findings.flags,
-                  kSignatureOpened | kSignerFound | kTestAPassed | kTestBPassed | kTestCPassed | kSystemComponent);
-    }
-    EXPECT_EQ(system.catalogs.acquired, 0u);
-}
-
-TEST_F(VerifyFileTest, ActionAndRevocation_FollowDriverModeAndPolicyOption) {
-    system.PutCatalogSigned(kFile, OurCertificate({kDriverUsage}));
-    for (const bool driverMode : {false, true}) {
-        for (const bool alternate : {false, true}) {
-            system.provider.calls.clear();
-            VerifierOptions options;
-            options.alternatePolicy = alternate;
-            EXPECT_EQ(system.Make(options)->VerifyFile(kFile.c_str(), 1, driverMode), TrustResult::Trusted);
-            ASSERT_EQ(system.provider.calls.size(), 2u);  // the file, then the catalog
-            for (const auto& call : system.provider.calls) {
-                EXPECT_EQ(call.action, driverMode ? TrustAction::DriverVerify : TrustAction::GenericVerifyV2);
-                EXPECT_EQ(call.revocation, alternate ? RevocationCheck::None : RevocationCheck::WholeChain);
-            }
-        }
-    }
+TEST_F(VerifyFileTest, EmbeddedSignature_IsEnough) {
+    PutSigned(kFile, OurCertificate({kSystemUsage}));
+    EXPECT_EQ(Check(5), Trusted);
+    EXPECT_EQ(findings.flags,
+              kSignatureOpened | kSignerFound | kTestAPassed | kTestBPassed | kTestCPassed | kSystemComponent);
+    EXPECT_EQ(catalogs.acquired, 0u);
+    EXPECT_EQ(Check(1, false, true), NotTrusted) << "no driver usage";
 }
 
 TEST_F(VerifyFileTest, SignedThroughACatalogAlone_IsFoundAtEveryLevelButThree) {
-    system.PutCatalogSigned(kFile);
+    PutListed(kFile, OurCertificate({kDriverUsage}));
     for (const TrustLevel level : {1u, 2u, 4u, 5u, 6u}) {
-        EXPECT_EQ(Check(level), TrustResult::Trusted) << level;
+        EXPECT_EQ(Check(level), Trusted) << level;
         EXPECT_EQ(findings.flags & kThroughCatalog, kThroughCatalog);
         EXPECT_EQ(findings.catalogPath, kCatalog);
     }
     // The signature that was judged is the catalog's.
-    EXPECT_EQ(system.signatures.opened, std::vector<std::u16string>(5, kCatalog));
-    const auto& member = system.provider.calls[1];
-    EXPECT_EQ(member.catalogPath, kCatalog);
-    EXPECT_EQ(member.path, kFile);
-    EXPECT_EQ(member.hash, MadeUpHash(ToBytes("listed"), 32));
-    EXPECT_EQ(member.memberTag.size(), 64u);
+    EXPECT_EQ(signatures.opened, std::vector<std::u16string>(5, kCatalog));
+    const std::size_t acquired = catalogs.acquired;
+    EXPECT_EQ(Check(3), NotTrusted);
+    EXPECT_EQ(catalogs.acquired, acquired);
+    EXPECT_EQ(Check(3, true), Trusted);
+}
 
-    const std::size_t acquired = system.catalogs.acquired;
-    EXPECT_EQ(Check(3), TrustResult::NotTrusted);
-    EXPECT_EQ(system.catalogs.acquired, acquired);
-    EXPECT_EQ(Check(3, true), TrustResult::Trusted);
+TEST_F(VerifyFileTest, Provider_IsAskedWithModePolicyAndMember) {
+    PutListed(kFile, OurCertificate({kDriverUsage}));
+    catalogs.everyHash = Bytes(32, std::byte{0x0A});
+    catalogs.everyHash->back() = std::byte{0xFF};
+    disk.listings[0].hash = *catalogs.everyHash;
+    for (const bool on : {false, true}) {
+        catalogs.furtherBytesTold = on ? 1 : 0;  // and then not filled
+        trustProvider.calls.clear();
+        (void)Make({.alternatePolicy = on})->VerifyFile(kFile.c_str(), 1, !on);
+        ASSERT_EQ(trustProvider.calls.size(), 2u);  // the file, then the catalog
+        for (const auto& call : trustProvider.calls) {
+            EXPECT_EQ(call.action, on ? TrustAction::GenericVerifyV2 : TrustAction::DriverVerify);
+            EXPECT_EQ(call.revocation, on ? RevocationCheck::None : RevocationCheck::WholeChain);
+            EXPECT_EQ(call.path, kFile);
+        }
+        EXPECT_EQ(trustProvider.calls[1].catalogPath, kCatalog);
+        EXPECT_EQ(trustProvider.calls[1].hash, catalogs.everyHash);
+        EXPECT_EQ(trustProvider.calls[1].memberTag.substr(56), std::u16string(u"0A0A0AFF"));
+        EXPECT_NE(trustProvider.calls[1].context, CatalogContextHandle{});
+    }
 }
 
 TEST_F(VerifyFileTest, SeveralCatalogs_TheFirstThatVerifiesWins) {
-    system.PutCatalogSigned(kFile);
-    system.catalogs.sha256Catalogs[MadeUpHash(ToBytes("listed"), 32)] = {u"C:\\bad.cat", kCatalog, u"C:\\late.cat"};
-    EXPECT_EQ(Check(1), TrustResult::Trusted);
-    ASSERT_EQ(system.provider.calls.size(), 3u);
-    EXPECT_EQ(system.provider.calls[1].catalogPath, std::u16string(u"C:\\bad.cat"));
-    EXPECT_EQ(system.provider.calls[2].catalogPath, kCatalog);
-
-    system.provider.SetMemberAnswer(kCatalog, kFile, Code(0x800B010E));
-    EXPECT_EQ(Check(1), TrustResult::NotTrusted);  // not the last catalog's own answer
+    // Windows 7, and listed by SHA-1 alone.
+    system.major = 6;
+    system.minor = 1;
+    PutUnsigned(kFile);
+    disk.List(kFile, u"C:\\bad.cat", kAnswerBadDigest, true, false);
+    disk.List(kFile, u"C:\\revoked.cat", kRevocationFailure, true, false);
+    EXPECT_EQ(Check(1), NotTrusted);  // not the last catalog's own answer
     EXPECT_TRUE(findings.catalogPath.empty());
-    EXPECT_EQ(system.provider.calls.size(), 3u + 4u);
+    EXPECT_EQ(std::exchange(trustProvider.calls, {}).size(), 3u);
+    disk.List(kFile, kCatalog, 0, true, false);
+    disk.Sign(kCatalog, OurCertificate());
+    disk.List(kFile, u"C:\\late.cat", 0, true, false);
+    EXPECT_EQ(Check(1), Trusted);
+    EXPECT_EQ(trustProvider.calls.size(), 4u);
+    EXPECT_EQ(findings.catalogPath, kCatalog);
+    EXPECT_EQ(trustProvider.calls.back().memberTag.size(), 40u);
 }
 
-TEST_F(VerifyFileTest, Windows7_ListedBySha1Alone_IsFoundBySha1) {
-    system.systemInfo.major = 6;
-    system.systemInfo.minor = 1;
-    system.PutCatalogSigned(kFile);
-    system.catalogs.sha256Catalogs.clear();
-    system.catalogs.sha1Catalogs[MadeUpHash(ToBytes("listed"), 20)] = {kCatalog};
-    EXPECT_EQ(Check(1), TrustResult::Trusted);
-    EXPECT_EQ(system.provider.calls.back().memberTag.size(), 40u);
-    system.catalogs.hasSha256 = system.hasher.hasSha256 = false;
-    EXPECT_EQ(Check(1), TrustResult::Trusted);
-}
-
-TEST_F(VerifyFileTest, CatalogLookupFails_EveryRow) {
-    struct Row {
-        const char* name;
-        std::function<void(TrustSystem&)> arrange;
+TEST_F(VerifyFileTest, StepFails_EveryRow) {
+    const struct {
+        std::string_view failing;
+        SystemError error;
+        bool listed;  // in a catalog, or else signed itself
         TrustResult verdict;
+        std::uint32_t flags = 0;
+    } rows[] = {
+        {"no function", Success, true, FileError},
+        {"AcquireSha256Context", AccessDenied, true, FileError},
+        {"HashSize", InvalidParameter, true, NotTrusted},
+        {"HashSize", AccessDenied, true, CannotDetermine},
+        {"Hash", AccessDenied, true, CannotDetermine},
+        {"no hash", Success, true, CannotDetermine},
+        {"no hash function", Success, true, NotTrusted},  // the SHA-1 hash is in no SHA-256 catalog
+        {"OpenForReading", SharingViolation, true, CannotDetermine},
+        {"Attributes", FileNotFound, true, FileError},
+        {"OpenSignature", InvalidData, false, CannotDetermine},
+        {"SignerInfoSize", InvalidData, false, CannotDetermine, kSignatureOpened},
+        {"no signer", Success, false, CannotDetermine, kSignatureOpened},
+        {"SignerInfo", InvalidData, false, CannotDetermine, kSignatureOpened},
+        {"FindSignerCertificate", InvalidData, false, CannotDetermine, kSignatureOpened},
     };
-    const Row rows[] = {
-        {"no catalog lists it", [](TrustSystem& s) { s.catalogs.sha256Catalogs.clear(); }, TrustResult::NotTrusted},
-        {"no SHA-256 on a new system", [](TrustSystem& s) { s.catalogs.hasSha256 = false; }, TrustResult::FileError},
-        {"no context", [](TrustSystem& s) { s.catalogs.acquireSha256Error = SystemError::AccessDenied; },
-         TrustResult::FileError},
-        {"hash fails with 87", [](TrustSystem& s) { s.hasher.sizeError = SystemError::InvalidParameter; },
-         TrustResult::NotTrusted},
-        {"hash fails otherwise", [](TrustSystem& s) { s.hasher.sizeError = SystemError::AccessDenied; },
-         TrustResult::CannotDetermine},
-        {"hash of no bytes", [](TrustSystem& s) { s.hasher.sha256[kFile] = {}; }, TrustResult::CannotDetermine},
-        {"file cannot be opened", [](TrustSystem& s) { s.files.FailOpening(kFile, SystemError::SharingViolation); },
-         TrustResult::CannotDetermine},
-    };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         TrustSystem fresh;
-        fresh.PutCatalogSigned(kFile);
-        row.arrange(fresh);
-        const FileCheck check{kFile, 1, false, false, kRevocationNone};
-        EXPECT_EQ(VerifyFile(fresh.services, check, false, findings), row.verdict) << row.name;
-        EXPECT_TRUE(fresh.NothingLeftOpen()) << row.name;
-    }
-}
-
-TEST_F(VerifyFileTest, SignatureObjectFails_EveryRow) {
-    struct Row {
-        const char* name;
-        std::function<void(FakeSignatureObjects&)> arrange;
-        std::uint32_t flags;
-    };
-    const Row rows[] = {
-        {"size", [](FakeSignatureObjects& s) { s.sizeError = SystemError::InvalidData; }, kSignatureOpened},
-        {"no size", [](FakeSignatureObjects& s) { s.signerInfoSize = 0; }, kSignatureOpened},
-        {"data", [](FakeSignatureObjects& s) { s.infoError = SystemError::InvalidData; }, kSignatureOpened},
-        {"certificate", [](FakeSignatureObjects& s) { s.certificateError = kNoCertificate; }, kSignatureOpened},
-    };
-    for (const Row& row : rows) {
-        TrustSystem fresh;
-        fresh.PutSigned(kFile);
-        row.arrange(fresh.signatures);
-        FileFindings found;
-        EXPECT_EQ(VerifyFile(fresh.services, {kFile, 1, false, false, 0}, false, found), TrustResult::CannotDetermine)
-            << row.name;
-        EXPECT_EQ(found.flags, row.flags) << row.name;
+        row.listed ? fresh.PutListed(kFile) : fresh.PutSigned(kFile);
+        fresh.faults.Fail(row.failing, row.error);
+        fresh.catalogs.hasSha256Context = row.failing != "no function";
+        fresh.catalogs.hasSha256Hash = row.failing != "no hash function";
+        fresh.catalogs.everyHash = row.failing == "no hash" ? std::optional(Bytes()) : std::nullopt;
+        fresh.signatures.signerInfoSize = row.failing == "no signer" ? 0 : 128;
+        EXPECT_EQ(fresh.Check(1), row.verdict) << row.failing;
+        EXPECT_EQ(fresh.findings.flags, row.flags) << row.failing;
+        EXPECT_EQ(fresh.trustProvider.calls.size(), row.failing == "Attributes" ? 0u : 1u) << row.failing;
         // A thorough check keeps the signature's refusal.
-        fresh.provider.SetFileAnswer(kFile, kAnswerBadDigest);
-        EXPECT_EQ(VerifyFile(fresh.services, {kFile, 1, false, true, 0}, false, found), TrustResult::NotTrusted)
-            << row.name;
-        EXPECT_TRUE(fresh.NothingLeftOpen()) << row.name;
+        fresh.disk.SetAnswer(kFile, kAnswerBadDigest);
+        EXPECT_EQ(fresh.Check(1, true), row.listed ? row.verdict : NotTrusted) << row.failing;
+        EXPECT_EQ(fresh.Leftovers(), "") << row.failing;
     }
-    system.files.PutFile(kFile, "signed, but no signature object");
-    system.provider.SetFileAnswer(kFile, 0);
-    EXPECT_EQ(Check(1), TrustResult::CannotDetermine);
-    EXPECT_EQ(findings.flags, 0u);
 }
 
 TEST_F(VerifyFileTest, Thorough_RefusedSignature_IsJudgedButNeverTrusted) {
-    struct Row {
-        std::uint32_t answer;
-        FakeCertificate certificate;
-        TrustLevel level;
-        TrustResult verdict;
-    };
-    const Row rows[] = {
-        {0x800B010E, OurCertificate(), 3, TrustResult::NotTrusted},  // the catalogs had the last word
-        {0x800B010E, ForeignCertificate(), 3, TrustResult::NotTrusted},
-        {0, OurCertificate(), 3, TrustResult::Trusted},
-        {0, ForeignCertificate(), 3, TrustResult::NotTrusted},
-    };
-    for (const Row& row : rows) {
-        system.PutSigned(kFile, row.certificate);
-        system.provider.SetFileAnswer(kFile, Code(row.answer));
-        EXPECT_EQ(Check(row.level, true), row.verdict);
-        EXPECT_EQ(findings.flags & kSignerFound, kSignerFound);
+    // The catalogs have the last word: not trusted, or a subject form that is unknown.
+    for (const TrustResult verdict : {Trusted, NotTrusted, CannotDetermine}) {
+        for (const bool ours : {true, false}) {
+            PutSigned(kFile, ours ? OurCertificate() : ForeignCertificate(),
+                      verdict == Trusted ? 0 : kRevocationFailure);
+            faults.Fail("HashSize", verdict == CannotDetermine ? AccessDenied : Success);
+            EXPECT_EQ(Check(3, true), ours ? verdict : NotTrusted);
+        }
     }
-    // A verdict other than 3 is kept for an accepted signer, and becomes 3 for another one.
-    system.hasher.sizeError = SystemError::AccessDenied;
-    system.PutSigned(kFile);
-    system.provider.SetFileAnswer(kFile, kAnswerBadDigest);
-    EXPECT_EQ(Check(1, true), TrustResult::CannotDetermine);
-    system.PutSigned(kFile, ForeignCertificate());
-    system.provider.SetFileAnswer(kFile, kAnswerBadDigest);
-    EXPECT_EQ(Check(3, true), TrustResult::NotTrusted);
-}
-
-TEST_F(VerifyFileTest, DriverMode_SignerWithoutTheDriverUsage_IsRefused) {
-    system.PutSigned(kFile);
-    EXPECT_EQ(Check(1, false, true), TrustResult::NotTrusted);
-    system.PutSigned(kFile, OurCertificate({kDriverUsage}));
-    EXPECT_EQ(Check(1, false, true), TrustResult::Trusted);
-    EXPECT_EQ(findings.flags & kDriverVerified, kDriverVerified);
 }
 
 TEST_F(VerifyFileTest, SlowProvider_IsTracedAboveHalfASecondAlsoAcrossTheWrap) {
-    system.PutCatalogSigned(kFile);
-    system.provider.clock = &system.clock;
-    struct Row {
-        std::uint32_t start, milliseconds;
-        std::size_t traced;
-    };
-    for (const Row& row : {Row{1000, 500, 0}, Row{1000, 501, 2}, Row{0xFFFFFF00u, 500, 0}, Row{0xFFFFFF00u, 501, 2}}) {
-        system.trace.records.clear();
-        system.clock.ticks = row.start;
-        system.provider.milliseconds = row.milliseconds;
-        EXPECT_EQ(Check(1), TrustResult::Trusted);
-        EXPECT_EQ(system.trace.Count(TraceEvent::TrustProviderSlow), row.traced) << row.milliseconds;
+    PutListed(kFile);
+    for (const auto& [start, milliseconds, traced] :
+         {std::tuple(1000u, 500u, 0u), {1000u, 501u, 2u}, {0xFFFFFF00u, 500u, 0u}, {0xFFFFFF00u, 501u, 2u}}) {
+        trace.records.clear();
+        system.ticks = start;
+        trustProvider.milliseconds = milliseconds;
+        EXPECT_EQ(Check(1), Trusted);
+        EXPECT_EQ(trace.Count(TraceEvent::TrustProviderSlow), traced) << start;
     }
-    const auto& records = system.trace.records;
-    const auto slow = std::find_if(records.begin(), records.end(),
-                                   [](const KeptTrace& kept) { return kept.event == TraceEvent::TrustProviderSlow; });
-    ASSERT_NE(slow, records.end());
-    EXPECT_EQ(slow->texts, (std::vector<std::u16string>{u"WINTRUST_ACTION_GENERIC_VERIFY_V2", kFile}));
-    EXPECT_EQ(slow->numbers, std::vector<std::uint64_t>{501});
+    const KeptTrace slow = *std::ranges::find(trace.records, TraceEvent::TrustProviderSlow, &KeptTrace::event);
+    EXPECT_EQ(slow.texts, (std::vector<std::u16string>{u"WINTRUST_ACTION_GENERIC_VERIFY_V2", kFile}));
+    EXPECT_EQ(slow.numbers, std::vector<std::uint64_t>{501});
+}
+
+TEST_F(VerifyFileTest, List_EveryEnd_KeepsTheOrderAndTracesOnlyRealErrors) {
+    PutUnsigned(kFile);
+    const CatalogContext sha1(*this, false);
+    const CatalogFileHash hash(*this, sha1, kFile, false);
+    const auto listed = [&] {
+        std::vector<std::u16string> paths;
+        for (CatalogIterator list(*this, sha1, hash); !list.AtEnd(); list.Advance()) {
+            paths.push_back(list.Path());
+        }
+        return paths;
+    };
+    const std::vector<std::u16string> three{u"C:\\1.cat", u"C:\\2.cat", u"C:\\3.cat"};
+    EXPECT_TRUE(listed().empty());
+    std::ranges::for_each(three, [this](const auto& catalog) { disk.List(kFile, catalog); });
+    EXPECT_EQ(listed(), three);
+    EXPECT_EQ(trace.Count(TraceLevel::Error), 0u);
+    catalogs.endError = AccessDenied;
+    EXPECT_EQ(listed(), three);
+    EXPECT_EQ(trace.Count(TraceEvent::CatalogSearchFailed), 1u);
+    // The list ends where a catalog does not tell its path; that catalog is still held and is released.
+    faults.Fail("CatalogPath", NotEnoughMemory, three[1]);
+    EXPECT_EQ(listed(), std::vector{three[0]});
+    EXPECT_EQ(trace.Count(TraceEvent::CatalogPathUnread), 1u);
+}
+
+TEST_F(VerifyFileTest, Pieces_WithoutWhatTheyNeed_AreEmptyOrOfSha1) {
+    PutUnsigned(kFile);
+    const CatalogContext sha256(*this, true);
+    faults.Fail("AcquireSha256Context", AccessDenied);
+    const CatalogContext none(*this, true);
+    disk.List(kFile, kCatalog);
+    const CatalogFileHash hash(*this, sha256, kFile, true);
+    EXPECT_EQ(CatalogFileHash(*this, sha256, kFile, false).Bytes().size(), 20u);
+    EXPECT_EQ(CatalogFileHash(*this, none, kFile, true).Bytes().size(), 20u);
+    EXPECT_EQ(CatalogFileHash(*this, sha256, u"", true).Error(), Success);
+    EXPECT_FALSE(CatalogIterator(*this, sha256, hash).AtEnd());
+    EXPECT_TRUE(CatalogIterator(*this, none, hash).AtEnd());
+    EXPECT_TRUE(CatalogIterator(*this, sha256, CatalogFileHash(*this, sha256, u"", true)).AtEnd());
+    EXPECT_EQ(trace.Count(TraceLevel::Error), 1u);  // that it was not acquired
+}
+
+TEST_F(VerifyFileTest, ChooseSha256_EveryRow) {
+    const std::tuple<std::uint32_t, std::string_view, bool> rows[] = {
+        {2, "no function", true}, {1, "no function", false},   {1, "AcquireSha256Context", true},
+        {1, "HashSize", true},    {1, "OpenForReading", true}, {1, "", false},
+    };
+    for (const auto& [minor, failing, sha256] : rows) {
+        TrustSystem fresh;
+        fresh.system.major = 6;
+        fresh.system.minor = minor;  // 1: Windows 7
+        fresh.PutUnsigned(kFile);
+        fresh.disk.List(kFile, kCatalog, 0, true, false);
+        fresh.catalogs.hasSha256Context = failing != "no function";
+        fresh.faults.Fail(failing, AccessDenied);
+        EXPECT_EQ(ChooseSha256(fresh, kAnswerNoSignature, kFile), sha256) << minor << failing;
+        fresh.disk.List(kFile, kCatalog);
+        EXPECT_EQ(ChooseSha256(fresh, kAnswerNoSignature, kFile), sha256 || failing.empty()) << minor << failing;
+        EXPECT_EQ(fresh.Leftovers(), "") << failing;
+    }
 }
 
 }  // namespace
+}  // namespace tests

@@ -2,17 +2,16 @@
 #pragma once
 
 #include <cstddef>
-#include <span>
 #include <string>
 #include <vector>
 
 namespace tests {
 
+// The hash by which catalogs list a file; empty when it cannot be hashed.
+[[nodiscard]] std::vector<std::byte> CatalogHash(const std::u16string& path);
+
 // The bytes of a catalog without a signature that lists one member for each hash, with the hash in upper-case
 // hexadecimal as its tag.
 [[nodiscard]] std::string CatalogOf(const std::vector<std::vector<std::byte>>& hashes);
-
-// "0AFF" for the bytes 0x0A 0xFF.
-[[nodiscard]] std::u16string MemberTag(std::span<const std::byte> hash);
 
 }  // namespace tests

@@ -1,126 +1,105 @@
 #include "tests/wine/ShellServer.h"
 
-#include <cstring>
-#include <iterator>
+#include <algorithm>
+#include <mutex>
+
+#include "tslib/platform/win32/WideText.h"
 
 namespace tests {
 
 namespace {
 
-constexpr wchar_t kProductKey[] = L"Software\\Corvane\\Halvora\\AV";
+std::mutex textsMutex;
+std::vector<std::string> texts;
+std::function<void()> onText;
 
-std::wstring Hex(DWORD type, const BYTE* bytes, std::size_t size) {
-    constexpr wchar_t digits[] = L"0123456789abcdef";
-    std::wstring text = std::to_wstring(type) + L":";
-    for (std::size_t i = 0; i < size; ++i) {
-        text += digits[bytes[i] >> 4];
-        text += digits[bytes[i] & 15];
+// Windows tells a debugger the wide text first and, when nobody takes it, the narrow one; other systems only the
+// latter.
+LONG CALLBACK KeepDebugText(EXCEPTION_POINTERS* exception) {
+    const EXCEPTION_RECORD& record = *exception->ExceptionRecord;
+    constexpr DWORD kNarrowPrint = 0x40010006;
+    if (record.ExceptionCode != kNarrowPrint || record.NumberParameters < 2) {
+        return EXCEPTION_CONTINUE_SEARCH;
     }
-    return text;
+    if (onText) {
+        onText();
+    }
+    const std::lock_guard lock(textsMutex);
+    texts.emplace_back(reinterpret_cast<const char*>(record.ExceptionInformation[1]));
+    return EXCEPTION_CONTINUE_EXECUTION;
 }
 
-void AddKey(HKEY key, const std::wstring& path, RegistryState& state) {
-    state[path] = L"";
-    std::vector<wchar_t> name(16384);
-    std::vector<BYTE> data(0x10000);
-    for (DWORD index = 0;; ++index) {
-        auto length = static_cast<DWORD>(name.size());
-        auto size = static_cast<DWORD>(data.size());
-        DWORD type = 0;
-        if (RegEnumValueW(key, index, name.data(), &length, nullptr, &type, data.data(), &size) != ERROR_SUCCESS) {
-            break;
-        }
-        state[path + L"|" + Lower(name.data())] = Hex(type, data.data(), size);
-    }
-    for (DWORD index = 0;; ++index) {
-        auto length = static_cast<DWORD>(name.size());
-        if (RegEnumKeyExW(key, index, name.data(), &length, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS) {
-            break;
-        }
-        HKEY child = nullptr;
-        const std::wstring childName = Lower(name.data());
-        if (RegOpenKeyExW(key, childName.c_str(), 0, KEY_READ, &child) == ERROR_SUCCESS) {
-            AddKey(child, path + L"\\" + childName, state);
-            RegCloseKey(child);
-        }
-    }
+int WINAPI KeepBox(HWND owner, const wchar_t* text, const wchar_t* caption, UINT type) {
+    ShellLibrary::boxes.push_back({text, caption == nullptr ? L"none" : caption, type, owner});
+    return IDOK;
 }
 
 }  // namespace
 
-std::wstring Staged(const std::wstring& name) {
-    wchar_t folder[1024] = {};
-    const DWORD length = GetEnvironmentVariableW(L"HALVORA_STAGE", folder, static_cast<DWORD>(std::size(folder)));
-    return length == 0 || length >= std::size(folder) ? std::wstring() : std::wstring(folder) + L"\\" + name;
+LoadedModule::LoadedModule(const std::u16string& path) : module_(LoadLibraryW(tsLib::platform::win32::ToWide(path))) {
+    EXPECT_NE(module_, nullptr) << testing::PrintToString(path);
+}
+
+LoadedModule::~LoadedModule() {
+    if (module_ != nullptr) {
+        FreeLibrary(module_);
+    }
 }
 
 HRESULT LoadedModule::Call(const char* name) const {
-    const auto function = reinterpret_cast<HRESULT(STDAPICALLTYPE*)()>(reinterpret_cast<void*>(Find(name)));
+    const auto function =
+        reinterpret_cast<HRESULT(STDAPICALLTYPE*)()>(reinterpret_cast<void*>(GetProcAddress(module_, name)));
     return function == nullptr ? E_NOTIMPL : function();
 }
 
 HRESULT LoadedModule::GetClassObject(REFCLSID classId, REFIID interfaceId, void** object) const {
     const auto function = reinterpret_cast<HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**)>(
-        reinterpret_cast<void*>(Find("DllGetClassObject")));
+        reinterpret_cast<void*>(GetProcAddress(module_, "DllGetClassObject")));
     return function == nullptr ? E_NOTIMPL : function(classId, interfaceId, object);
 }
 
-void AddState(HKEY root, const std::wstring& rootName, const std::wstring& path, RegistryState& state) {
-    HKEY key = nullptr;
-    if (RegOpenKeyExW(root, path.c_str(), 0, KEY_READ, &key) == ERROR_SUCCESS) {
-        AddKey(key, Lower(rootName + L"\\" + path), state);
-        RegCloseKey(key);
+ImportPatch::ImportPatch(HMODULE module, std::string_view name, void* replacement) {
+    if (module == nullptr) {
+        return;
     }
-}
-
-RegistryState Added(const RegistryState& before, const RegistryState& after) {
-    RegistryState added;
-    for (const auto& [what, data] : after) {
-        const auto old = before.find(what);
-        if (old == before.end() || old->second != data) {
-            added[what] = data;
+    auto* const base = reinterpret_cast<BYTE*>(module);
+    const auto* nt =
+        reinterpret_cast<const IMAGE_NT_HEADERS*>(base + reinterpret_cast<const IMAGE_DOS_HEADER*>(base)->e_lfanew);
+    const auto* library = reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(
+        base + nt->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress);
+    for (; library->Name != 0; ++library) {
+        const auto* names = reinterpret_cast<const IMAGE_THUNK_DATA*>(base + library->OriginalFirstThunk);
+        for (std::size_t i = 0; names[i].u1.AddressOfData != 0; ++i) {
+            const auto* imported = reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + names[i].u1.AddressOfData);
+            if (!IMAGE_SNAP_BY_ORDINAL(names[i].u1.Ordinal) && name == reinterpret_cast<const char*>(imported->Name)) {
+                place_ = reinterpret_cast<void**>(base + library->FirstThunk) + i;
+            }
         }
     }
-    return added;
-}
-
-std::wstring Lower(std::wstring text) {
-    CharLowerBuffW(text.data(), static_cast<DWORD>(text.size()));
-    return text;
-}
-
-std::wstring StoredText(const std::wstring& text) {
-    return Hex(REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()), (text.size() + 1) * 2);
-}
-
-SettingForTest::SettingForTest(std::wstring value, DWORD type, const void* data, DWORD size)
-    : value_(std::move(value)) {
-    HKEY key = nullptr;
-    RegCreateKeyExW(HKEY_LOCAL_MACHINE, kProductKey, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr);
-    std::vector<BYTE> old(4096);
-    auto oldSize = static_cast<DWORD>(old.size());
-    if (RegQueryValueExW(key, value_.c_str(), nullptr, &type_, old.data(), &oldSize) == ERROR_SUCCESS) {
-        old.resize(oldSize);
-        before_ = old;
+    EXPECT_NE(place_, nullptr) << name << " is not imported";
+    if (place_ != nullptr) {
+        original_ = *place_;
+        Write(replacement);
     }
-    if (data == nullptr) {
-        RegDeleteValueW(key, value_.c_str());
-    } else {
-        RegSetValueExW(key, value_.c_str(), 0, type, static_cast<const BYTE*>(data), size);
-    }
-    RegCloseKey(key);
 }
 
-SettingForTest::~SettingForTest() {
-    HKEY key = nullptr;
-    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, kProductKey, 0, KEY_ALL_ACCESS, &key) == ERROR_SUCCESS) {
-        if (before_) {
-            RegSetValueExW(key, value_.c_str(), 0, type_, before_->data(), static_cast<DWORD>(before_->size()));
-        } else {
-            RegDeleteValueW(key, value_.c_str());
-        }
-        RegCloseKey(key);
+void ImportPatch::Write(void* function) {
+    DWORD protection = 0;
+    if (place_ != nullptr && VirtualProtect(place_, sizeof(*place_), PAGE_READWRITE, &protection)) {
+        *place_ = function;
+        VirtualProtect(place_, sizeof(*place_), protection, &protection);
     }
+}
+
+std::vector<ShownBox> ShellLibrary::boxes;
+
+ShellLibrary::ShellLibrary(const std::u16string& path)
+    : LoadedModule(path), messageBox_(Get(), "MessageBoxW", reinterpret_cast<void*>(&KeepBox)) {}
+
+Microsoft::WRL::ComPtr<IClassFactory> ShellLibrary::ClassObject() const {
+    Microsoft::WRL::ComPtr<IClassFactory> factory;
+    EXPECT_EQ(GetClassObject(HVR::kHandlerClassId, IID_PPV_ARGS(&factory)), S_OK);
+    return factory;
 }
 
 HRESULT TestDataObject::QueryInterface(REFIID interfaceId, void** object) {
@@ -130,57 +109,21 @@ HRESULT TestDataObject::QueryInterface(REFIID interfaceId, void** object) {
     return known ? S_OK : E_NOINTERFACE;
 }
 
-HRESULT TestDataObject::GetData(FORMATETC* format, STGMEDIUM* medium) {
-    asked.push_back(*format);
-    if (beforeAnswer != nullptr) {
-        beforeAnswer();
-    }
-    if (!block_ && !nullList) {
-        return DV_E_FORMATETC;
-    }
-    *medium = {};
-    medium->tymed = tymed;
-    if (tymed == TYMED_HGLOBAL && !nullList) {
-        medium->hGlobal = GlobalAlloc(GMEM_MOVEABLE, block_->size());
-        if (void* bytes = GlobalLock(medium->hGlobal); bytes != nullptr) {
-            std::memcpy(bytes, block_->data(), block_->size());
-            GlobalUnlock(medium->hGlobal);
-        }
-    }
-    return S_OK;
+DebugTexts::DebugTexts(std::function<void()> callback) {
+    texts.clear();
+    onText = std::move(callback);
+    handler_ = AddVectoredExceptionHandler(1, &KeepDebugText);
 }
 
-BoxCloser::BoxCloser() : thread_([this] { Run(); }) {}
-
-BoxCloser::~BoxCloser() { Finish(); }
-
-std::vector<std::wstring> BoxCloser::Finish() {
-    stop_ = true;
-    if (thread_.joinable()) {
-        thread_.join();
-    }
-    return seen_;
+DebugTexts::~DebugTexts() {
+    RemoveVectoredExceptionHandler(handler_);
+    onText = nullptr;
 }
 
-void BoxCloser::Run() {
-    while (!stop_) {
-        HWND box = nullptr;
-        while ((box = FindWindowExW(nullptr, box, L"#32770", nullptr)) != nullptr) {
-            DWORD process = 0;
-            GetWindowThreadProcessId(box, &process);
-            const HWND label = GetDlgItem(box, 0xFFFF);
-            if (process != GetCurrentProcessId() || label == nullptr || !IsWindowVisible(box)) {
-                continue;
-            }
-            wchar_t caption[256] = {};
-            wchar_t text[1024] = {};
-            GetWindowTextW(box, caption, static_cast<int>(std::size(caption)));
-            SendMessageW(label, WM_GETTEXT, std::size(text), reinterpret_cast<LPARAM>(text));
-            seen_.push_back(std::wstring(caption) + L": " + text);
-            SendMessageW(box, WM_COMMAND, IDOK, 0);
-        }
-        Sleep(10);
-    }
+std::ptrdiff_t DebugTexts::Count(std::string_view part) const {
+    const std::lock_guard lock(textsMutex);
+    return std::count_if(texts.begin(), texts.end(),
+                         [&](const std::string& text) { return text.find(part) != std::string::npos; });
 }
 
 }  // namespace tests

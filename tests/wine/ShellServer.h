@@ -1,4 +1,4 @@
-// The real zebshell2.dll for tests: staging, the registry as a whole, a data object, somebody who closes message boxes.
+// The real zebshell2.dll for tests, and what it talks to: a data object, message boxes, a debugger, process creation.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -7,35 +7,25 @@
 #include <shlobj.h>
 #include <wrl/client.h>
 
-#include <atomic>
-#include <map>
-#include <memory>
-#include <optional>
+#include <functional>
 #include <string>
-#include <thread>
+#include <string_view>
 #include <vector>
+
+#include "shellext/server/ServerIds.h"
+#include "tests/wine/Installation.h"
 
 namespace tests {
 
-inline constexpr CLSID kHandlerClass{0x8BEEE74D, 0x455E, 0x4616, {0xA9, 0x7A, 0xF6, 0xE8, 0x6C, 0x31, 0x7F, 0x32}};
-
-// The full path of a staged file; HALVORA_STAGE names the folder. Empty when that is not set.
-[[nodiscard]] std::wstring Staged(const std::wstring& name);
-
-// A loaded copy of the library, freed at the end.
+// A module that is loaded meanwhile.
 class LoadedModule {
 public:
-    explicit LoadedModule(const std::wstring& path) : module_(LoadLibraryW(path.c_str())) {}
-    ~LoadedModule() {
-        if (module_ != nullptr) {
-            FreeLibrary(module_);
-        }
-    }
+    explicit LoadedModule(const std::u16string& path);
+    ~LoadedModule();
     LoadedModule(const LoadedModule&) = delete;
     LoadedModule& operator=(const LoadedModule&) = delete;
 
     [[nodiscard]] HMODULE Get() const { return module_; }
-    [[nodiscard]] FARPROC Find(const char* name) const { return GetProcAddress(module_, name); }
     // An export without arguments that answers a result; E_NOTIMPL when it is missing.
     [[nodiscard]] HRESULT Call(const char* name) const;
     [[nodiscard]] HRESULT GetClassObject(REFCLSID classId, REFIID interfaceId, void** object) const;
@@ -44,45 +34,73 @@ private:
     HMODULE module_;
 };
 
-// "path", "path|name": "type:hexadecimal bytes" for every key and value below root\path. Paths and names in lower case:
-// the registry keeps the case of whoever made a key first.
-using RegistryState = std::map<std::wstring, std::wstring>;
-void AddState(HKEY root, const std::wstring& rootName, const std::wstring& path, RegistryState& state);
-// What is in `after` and not, or otherwise, in `before`.
-[[nodiscard]] RegistryState Added(const RegistryState& before, const RegistryState& after);
-[[nodiscard]] std::wstring Lower(std::wstring text);
-[[nodiscard]] std::wstring StoredText(const std::wstring& text);
-
-// A value below HKEY_LOCAL_MACHINE for the length of a test; nothing means that it is absent. What was there comes
-// back.
-class SettingForTest {
+// Puts a function in the place of one that a loaded module imports, until the end.
+class ImportPatch {
 public:
-    SettingForTest(std::wstring value, DWORD type, const void* data, DWORD size);
-    SettingForTest(std::wstring value, DWORD number) : SettingForTest(std::move(value), REG_DWORD, &number, 4) {}
-    SettingForTest(std::wstring value, const std::wstring& text)
-        : SettingForTest(std::move(value), REG_SZ, text.c_str(), static_cast<DWORD>((text.size() + 1) * 2)) {}
-    explicit SettingForTest(std::wstring value) : SettingForTest(std::move(value), REG_NONE, nullptr, 0) {}
-    ~SettingForTest();
-    SettingForTest(const SettingForTest&) = delete;
-    SettingForTest& operator=(const SettingForTest&) = delete;
+    ImportPatch(HMODULE module, std::string_view name, void* replacement);
+    ~ImportPatch() { Write(original_); }
+    ImportPatch(const ImportPatch&) = delete;
+    ImportPatch& operator=(const ImportPatch&) = delete;
 
 private:
-    std::wstring value_;
-    DWORD type_ = REG_NONE;
-    std::optional<std::vector<BYTE>> before_;
+    void Write(void* function);
+
+    void** place_ = nullptr;
+    void* original_ = nullptr;
 };
 
-// A data object with a drop list or without one. Lives on the stack: counts references but frees nothing.
+struct ShownBox {
+    std::wstring text;
+    std::wstring caption;  // "none" for a null one
+    UINT type;
+    HWND owner;
+};
+
+// The library in an installation of its own, where nobody else's leavings are: not the staged one, which other tests
+// may have loaded. No message box of its is shown; `boxes` has them, of this object and earlier ones.
+class ShellLibrary : public LoadedModule {
+public:
+    explicit ShellLibrary(const std::u16string& path);
+    ~ShellLibrary() { boxes.clear(); }
+
+    [[nodiscard]] Microsoft::WRL::ComPtr<IClassFactory> ClassObject() const;
+    // The asked interface of a new handler.
+    template <class Interface>
+    [[nodiscard]] Microsoft::WRL::ComPtr<Interface> NewHandler() const {
+        Microsoft::WRL::ComPtr<Interface> handler;
+        EXPECT_EQ(ClassObject()->CreateInstance(nullptr, IID_PPV_ARGS(&handler)), S_OK);
+        return handler;
+    }
+    [[nodiscard]] HRESULT CanUnloadNow() const { return Call("DllCanUnloadNow"); }
+
+    static std::vector<ShownBox> boxes;
+
+private:
+    ImportPatch messageBox_;
+};
+
+// A data object that gives a drop list, or answers as it is told. Lives on the stack: counts references but frees
+// nothing.
 class TestDataObject final : public IDataObject {
 public:
-    TestDataObject() = default;  // without a drop list
-    // Answers with a copy of the block, which nobody frees, as the handler's rules have it.
-    explicit TestDataObject(std::string block) : block_(std::move(block)) {}
+    // The block stays the test's, as the handler's rules have it.
+    explicit TestDataObject(const std::string& block) : memory_(block) {
+        answer = [this](STGMEDIUM& medium) {
+            medium.tymed = TYMED_HGLOBAL;
+            medium.hGlobal = memory_.Get();
+            return S_OK;
+        };
+    }
+    explicit TestDataObject(std::function<HRESULT(STGMEDIUM&)> theAnswer) : answer(std::move(theAnswer)), memory_("") {}
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID interfaceId, void** object) override;
     ULONG STDMETHODCALLTYPE AddRef() override { return ++references; }
     ULONG STDMETHODCALLTYPE Release() override { return --references; }
-    HRESULT STDMETHODCALLTYPE GetData(FORMATETC* format, STGMEDIUM* medium) override;
+    HRESULT STDMETHODCALLTYPE GetData(FORMATETC* format, STGMEDIUM* medium) override {
+        asked.push_back(*format);
+        *medium = {};
+        return answer(*medium);
+    }
     HRESULT STDMETHODCALLTYPE GetDataHere(FORMATETC*, STGMEDIUM*) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE QueryGetData(FORMATETC*) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetCanonicalFormatEtc(FORMATETC*, FORMATETC*) override { return E_NOTIMPL; }
@@ -92,30 +110,28 @@ public:
     HRESULT STDMETHODCALLTYPE DUnadvise(DWORD) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE EnumDAdvise(IEnumSTATDATA**) override { return E_NOTIMPL; }
 
+    std::function<HRESULT(STGMEDIUM&)> answer;
     ULONG references = 1;
     std::vector<FORMATETC> asked;
-    DWORD tymed = TYMED_HGLOBAL;  // what the answer says that it is
-    bool nullList = false;        // success with a null handle
-    void (*beforeAnswer)() = nullptr;
 
 private:
-    std::optional<std::string> block_;
+    DropMemory memory_;
 };
 
-// Closes every message box of this process while it lives, and keeps what they said as "caption: text".
-class BoxCloser {
+// What this process writes for a debugger meanwhile: one at a time. `onText` is called before each text is kept, on the
+// thread that writes it.
+class DebugTexts {
 public:
-    BoxCloser();
-    ~BoxCloser();
-    BoxCloser(const BoxCloser&) = delete;
-    BoxCloser& operator=(const BoxCloser&) = delete;
-    std::vector<std::wstring> Finish();
+    explicit DebugTexts(std::function<void()> onText = {});
+    ~DebugTexts();
+    DebugTexts(const DebugTexts&) = delete;
+    DebugTexts& operator=(const DebugTexts&) = delete;
+
+    // How many texts hold this.
+    [[nodiscard]] std::ptrdiff_t Count(std::string_view part) const;
 
 private:
-    void Run();
-    std::vector<std::wstring> seen_;
-    std::atomic<bool> stop_{false};
-    std::thread thread_;
+    void* handler_;
 };
 
 }  // namespace tests

@@ -1,15 +1,16 @@
-// The trust verifier over Windows' own trust provider, with signed files.
-#include <gtest/gtest.h>
-#include <windows.h>
-
+// The trust verifier over Windows' own trust provider and catalogs, with signed files.
 #include <array>
 
-#include "composition/ProductRuntime.h"
-#include "tests/wine/Samples.h"
-#include "tests/wine/WinStaging.h"
+#include "tests/wine/ShellServer.h"
 #include "tslib/Utf8.h"
 #include "tslib/VaneRef.h"
 #include "tslib/platform/win32/WideText.h"
+#include "tslib/platform/win32/Win32Platform.h"
+
+// After windows.h.
+#include <wintrust.h>
+// After wintrust.h.
+#include <mscat.h>
 
 namespace tests {
 
@@ -18,7 +19,6 @@ namespace {
 using namespace tsLib::platform;
 using tsLib::TrustLevel;
 using tsLib::TrustResult;
-using win32::FromWide;
 using win32::ToWide;
 
 constexpr tsLib::Guid kClassId{0x5C1E6D0A, 0x7D4C, 0x4C4F, {0x9E, 0x0B, 0x51, 0x3A, 0x2F, 0x6C, 0x88, 0x01}};
@@ -26,42 +26,10 @@ constexpr wchar_t kClassKey[] = L"CLSID\\{5C1E6D0A-7D4C-4C4F-9E0B-513A2F6C8801}"
 
 class TrustVerifierOnWindows : public testing::Test {
 protected:
-    void SetUp() override {
-        ASSERT_TRUE(verifier);
-        ASSERT_EQ(verifier->Initialize(true), 1U);
-        folder = FreshFolder(L"hvt");
-    }
-    void TearDown() override {
-        RegDeleteTreeW(HKEY_CLASSES_ROOT, kClassKey);
-        EXPECT_TRUE(RemoveTree(folder.substr(0, folder.size() - 1))) << "a file was left open";
-    }
+    void SetUp() override { ASSERT_TRUE(verifier && verifier->Initialize(true) == 1); }
 
     TrustResult Verify(const std::u16string& path, TrustLevel level, bool driverMode = false) {
         return verifier->VerifyFile(path.c_str(), level, driverMode);
-    }
-    // The exit code of the sample run with the argument.
-    static TrustResult ExitVerdict(const std::u16string& name, const wchar_t* argument) {
-        return static_cast<TrustResult>(
-            Run(L'"' + std::wstring(ToWide(Sample(name))) + L"\" " + argument, [](HANDLE process) {
-                DWORD code = 0;
-                EXPECT_EQ(WaitForSingleObject(process, 60000), WAIT_OBJECT_0);
-                EXPECT_TRUE(GetExitCodeProcess(process, &code));
-                return code;
-            }));
-    }
-    template <class Body>
-    static std::uint32_t Run(std::wstring commandLine, Body&& body) {
-        STARTUPINFOW startUp{};
-        startUp.cb = sizeof(startUp);
-        PROCESS_INFORMATION started{};
-        EXPECT_TRUE(CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, CREATE_NO_WINDOW, nullptr,
-                                   nullptr, &startUp, &started));
-        const std::uint32_t answer = body(started.hProcess);
-        TerminateProcess(started.hProcess, 0);
-        WaitForSingleObject(started.hProcess, 60000);
-        CloseHandle(started.hThread);
-        CloseHandle(started.hProcess);
-        return answer;
     }
     static void RegisterServer(const wchar_t* kind, const std::u16string& path) {
         EXPECT_EQ(RegSetKeyValueW(HKEY_CLASSES_ROOT, (std::wstring(kClassKey) + L'\\' + kind).c_str(), nullptr, REG_SZ,
@@ -69,8 +37,8 @@ protected:
                   0);
     }
 
+    const Platform& platform = win32::Win32Platform::Instance();
     tsLib::VaneRef<tsLib::IVerifyTrust> verifier{tsLib::CreateTrustVerifierStatic()};
-    std::u16string folder;
 };
 
 TEST_F(TrustVerifierOnWindows, SignedFile_IsJudgedByItsSignersNames) {
@@ -92,7 +60,7 @@ TEST_F(TrustVerifierOnWindows, SignedFile_IsJudgedByItsSignersNames) {
 
 TEST_F(TrustVerifierOnWindows, BadFile_IsRefusedOrMissing) {
     // At the other levels catalogs are consulted, and a system that cannot open them knows nothing of the file.
-    CatalogAdmin& catalogs = HVR::Win32Platform::Instance().catalogAdmin;
+    Catalogs& catalogs = platform.catalogs;
     OwnedCatalogContext context(catalogs);
     const TrustResult inNoCatalog =
         Succeeded(catalogs.AcquireSha256Context(context.Receive())) ? TrustResult::NotTrusted : TrustResult::FileError;
@@ -102,22 +70,14 @@ TEST_F(TrustVerifierOnWindows, BadFile_IsRefusedOrMissing) {
             EXPECT_EQ(Verify(Sample(name), level), inNoCatalog) << tsLib::ToUtf8(name) << " at level " << level;
         }
     }
-    for (TrustLevel level = 1; level <= 5; ++level) {
-        EXPECT_EQ(Verify(Sample(u"none.exe"), level), TrustResult::FileError);
-        EXPECT_EQ(Verify(u"", level), TrustResult::InvalidArgument);
-    }
-    EXPECT_EQ(Verify(Sample(u"good.exe"), 0), TrustResult::InvalidArgument);
-    EXPECT_EQ(verifier->VerifyFile(static_cast<const char16_t*>(nullptr), TrustLevel{3}), TrustResult::InvalidArgument);
+    EXPECT_EQ(Verify(Sample(u"none.exe"), 3), TrustResult::FileError);
 }
 
-TEST_F(TrustVerifierOnWindows, DriverMode_WantsTheDriverUsage) {
+TEST_F(TrustVerifierOnWindows, DriversAndSystemComponents_AreToldByTheirUsages) {
     EXPECT_EQ(Verify(Sample(u"driver.sys"), 4, true), TrustResult::Trusted);
     EXPECT_EQ(Verify(Sample(u"driver.sys"), 3, true), TrustResult::Trusted);
     EXPECT_EQ(Verify(Sample(u"good.exe"), 3, true), TrustResult::NotTrusted);
     EXPECT_EQ(Verify(Sample(u"system.exe"), 4, true), TrustResult::NotTrusted);
-}
-
-TEST_F(TrustVerifierOnWindows, SystemComponent_IsToldByItsUsage) {
     bool systemComponent = false;
     EXPECT_EQ(verifier->VerifyFile(Sample(u"system.exe").c_str(), 4, false, &systemComponent), TrustResult::Trusted);
     EXPECT_TRUE(systemComponent);
@@ -128,47 +88,35 @@ TEST_F(TrustVerifierOnWindows, SystemComponent_IsToldByItsUsage) {
 TEST_F(TrustVerifierOnWindows, PathInAnyForm_LeadsToTheFile) {
     const std::u16string good = Sample(u"good.exe");
     std::u16string target;
-    ASSERT_EQ(HVR::Win32Platform::Instance().pathForms.DosDeviceTarget(good[0], target), SystemError::Success);
-    const std::u16string deep =
-        folder + std::u16string(120, u'a') + u"\\" + std::u16string(120, u'b') + u"\\" + std::u16string(120, u'\u00E9');
-    for (std::size_t at = deep.find(u'\\', folder.size());; at = deep.find(u'\\', at + 1)) {
-        EXPECT_TRUE(CreateDirectoryW(AnyLength(deep.substr(0, at)).c_str(), nullptr));
-        if (at == std::u16string::npos) {
-            break;
-        }
+    ASSERT_EQ(platform.pathForms.DosDeviceTarget(good[0], target), SystemError::Success);
+    const ScratchFolder folder(L"hvt");
+    std::u16string deep = folder.Path();
+    for (const char16_t letter : {u'a', u'b', u'\u00E9'}) {
+        deep += std::u16string(120, letter) + u'\\';
+        ASSERT_TRUE(CreateDirectoryW(AnyLength(deep).c_str(), nullptr));
     }
-    ASSERT_TRUE(PutBytes(deep + u"\\good.exe", GetBytes(good)));
-    for (const std::u16string& path : {good, std::u16string(u"%HALVORA_SAMPLES%\\good.exe"), u"\\??\\" + good,
-                                       target + good.substr(2), deep + u"\\good.exe"}) {
+    deep += u"good.exe";
+    ASSERT_TRUE(CopyFileW(ToWide(good), AnyLength(deep).c_str(), FALSE));
+    for (const std::u16string& path :
+         {good, std::u16string(u"%HALVORA_SAMPLES%\\good.exe"), u"\\??\\" + good, target + good.substr(2), deep}) {
         EXPECT_EQ(Verify(path, 3), TrustResult::Trusted) << tsLib::ToUtf8(path);
     }
     EXPECT_EQ(verifier->VerifyFile("%HALVORA_SAMPLES%\\good.exe", TrustLevel{3}), TrustResult::Trusted);
-    EXPECT_EQ(verifier->VerifyFile("%HALVORA_SAMPLES%\\unsigned.exe", TrustLevel{3}), TrustResult::NotTrusted);
 }
 
-TEST_F(TrustVerifierOnWindows, RunningProcess_IsItsImageFile) {
+TEST_F(TrustVerifierOnWindows, Process_IsItsImageFile) {
+    const auto quoted = [](const char16_t* sample) { return L'"' + std::wstring(ToWide(Sample(sample))) + L'"'; };
     for (const auto& [name, verdict] :
-         {std::pair(u"good.exe", TrustResult::Trusted), std::pair(u"other-names.exe", TrustResult::NotTrusted),
-          std::pair(u"unsigned.exe", TrustResult::NotTrusted)}) {
-        const std::uint32_t answer =
-            Run(L'"' + std::wstring(ToWide(Sample(name))) + L"\" 60000", [this](HANDLE process) {
-                return static_cast<std::uint32_t>(verifier->VerifyProcess(GetProcessId(process), 3));
-            });
-        EXPECT_EQ(static_cast<TrustResult>(answer), verdict) << tsLib::ToUtf8(name);
+         {std::pair(u"good.exe", TrustResult::Trusted), std::pair(u"unsigned.exe", TrustResult::NotTrusted)}) {
+        RunProgram(quoted(name) + L" 60000", [&, expected = verdict](HANDLE process) {
+            EXPECT_EQ(verifier->VerifyProcess(GetProcessId(process), 3), expected);
+            TerminateProcess(process, 0);
+        });
     }
     EXPECT_EQ(verifier->VerifyProcess(0xFFFFFFF0, 3), TrustResult::FileError);
-}
-
-TEST_F(TrustVerifierOnWindows, CurrentProcessAndItsParent_AreTheirImageFiles) {
-    for (const wchar_t* question : {L"current", L"child"}) {
-        EXPECT_EQ(ExitVerdict(u"verify-self.exe", question), TrustResult::Trusted);
-        EXPECT_EQ(ExitVerdict(u"verify-self-unsigned.exe", question), TrustResult::NotTrusted);
-    }
-    // This program's own verdict depends on whether it has been signed.
-    const TrustResult verdict = verifier->VerifyModule(kMainExecutable, 3);
-    EXPECT_NE(verdict, TrustResult::FileError);
-    EXPECT_EQ(verifier->VerifyCurrentProcess(3), verdict);
-    EXPECT_EQ(ExitVerdict(u"verify-self.exe", L"parent"), verdict);
+    // What a process says about itself, and a process of its own about its parent.
+    EXPECT_EQ(RunProgram(quoted(u"verify-self.exe")), 0x11U);
+    EXPECT_EQ(RunProgram(quoted(u"verify-self-unsigned.exe")), 0x33U);
 }
 
 TEST_F(TrustVerifierOnWindows, LoadedModule_IsItsFile) {
@@ -177,15 +125,16 @@ TEST_F(TrustVerifierOnWindows, LoadedModule_IsItsFile) {
           std::pair(u"tampered.dll", TrustResult::NotTrusted)}) {
         const HMODULE module = LoadLibraryW(ToWide(Sample(name)));
         ASSERT_NE(module, nullptr) << tsLib::ToUtf8(name);
-        EXPECT_EQ(verifier->VerifyModule(static_cast<ModuleHandle>(reinterpret_cast<std::uintptr_t>(module)), 3),
-                  verdict)
-            << tsLib::ToUtf8(name);
+        EXPECT_EQ(verifier->VerifyModule(HandleOf(module), 3), verdict) << tsLib::ToUtf8(name);
         FreeLibrary(module);
     }
     EXPECT_EQ(verifier->VerifyModule(static_cast<ModuleHandle>(0x12340000), 3), TrustResult::FileError);
 }
 
 TEST_F(TrustVerifierOnWindows, ComServer_IsTheInProcessOneOrElseTheLocalOne) {
+    const struct Unregister {
+        ~Unregister() { RegDeleteTreeW(HKEY_CLASSES_ROOT, kClassKey); }
+    } unregister;
     EXPECT_EQ(verifier->VerifyComServer(kClassId, 3), TrustResult::FileError);
     RegisterServer(L"LocalServer32", Sample(u"unsigned.exe"));
     EXPECT_EQ(verifier->VerifyComServer(kClassId, 3), TrustResult::NotTrusted);
@@ -195,6 +144,70 @@ TEST_F(TrustVerifierOnWindows, ComServer_IsTheInProcessOneOrElseTheLocalOne) {
     EXPECT_EQ(verifier->VerifyComServer(kClassId, 3), TrustResult::NotTrusted);
     RegisterServer(L"InprocServer32", Sample(u"good.dll"));
     EXPECT_EQ(verifier->VerifyComServer(kClassId, 3), TrustResult::Trusted);
+}
+
+// The functions of a system from before SHA-256 catalogs. Wine has no SHA-256 hash of a file.
+const auto realGetProcAddress = &GetProcAddress;
+FARPROC WINAPI OldGetProcAddress(HMODULE module, const char* name) {
+    const bool isNew = !IS_INTRESOURCE(name) && (std::string_view(name) == "CryptCATAdminAcquireContext2" ||
+                                                 std::string_view(name) == "RtlGetVersion");
+    return isNew ? nullptr : realGetProcAddress(module, name);
+}
+
+class VerifierWithCatalogs : public testing::Test {
+protected:
+    VerifierWithCatalogs() { EXPECT_EQ(platform.catalogs.AcquireContext(context.Receive()), SystemError::Success); }
+    ~VerifierWithCatalogs() override {
+        if (!added.empty()) {
+            EXPECT_TRUE(CryptCATAdminRemoveCatalog(Admin(), added.c_str(), 0));
+        }
+    }
+    [[nodiscard]] HCATADMIN Admin() const { return reinterpret_cast<HCATADMIN>(context.Get()); }
+    // Puts a catalog into the catalog folder until the test's end.
+    void Add(const std::u16string& sample, std::wstring name) {
+        std::wstring path = win32::ToWide(Sample(sample));
+        const HCATINFO catalog = CryptCATAdminAddCatalog(Admin(), path.data(), name.data(), 0);
+        ASSERT_NE(catalog, nullptr) << GetLastError();
+        CryptCATAdminReleaseCatalogContext(Admin(), catalog, 0);
+        added = name;
+    }
+    // At the levels 1 to 5.
+    std::vector<TrustResult> Verdicts() {
+        std::vector<TrustResult> verdicts;
+        for (tsLib::TrustLevel level = 1; level <= 5; ++level) {
+            verdicts.push_back(verifier->VerifyFile(Sample(u"unsigned.exe").c_str(), level));
+        }
+        return verdicts;
+    }
+
+    const ImportPatch old{GetModuleHandleW(nullptr), "GetProcAddress", reinterpret_cast<void*>(&OldGetProcAddress)};
+    win32::Win32Platform& platform = win32::Win32Platform::Instance();
+    tsLib::NullHashProviders hashProviders;
+    tsLib::TrustContext trust{platform, nullptr, hashProviders};
+    tsLib::VaneRef<tsLib::IVerifyTrust> verifier{trust.Create()};
+    OwnedCatalogContext context{platform.catalogs};
+    std::wstring added;
+};
+
+const std::vector<TrustResult> kNever(5, TrustResult::NotTrusted);
+
+TEST_F(VerifierWithCatalogs, MemberOfASignedCatalog_IsTrustedThroughIt) {
+    EXPECT_EQ(Verdicts(), kNever);
+    Add(u"signed.cat", L"halvora-test-signed.cat");
+    auto verdicts = std::vector<TrustResult>(5, TrustResult::Trusted);
+    verdicts[2] = TrustResult::NotTrusted;  // where catalogs do not count
+    EXPECT_EQ(Verdicts(), verdicts);
+    tsLib::TrustReport report{};
+    report.size = sizeof(report);
+    EXPECT_EQ(verifier->DescribeFile(Sample(u"unsigned.exe").c_str(), 2, false, false, &report), TrustResult::Trusted);
+    constexpr std::uint32_t kFlags = tsLib::kThroughCatalog | tsLib::kSignatureOpened | tsLib::kSignerFound;
+    EXPECT_EQ(report.flags & kFlags, kFlags);
+    EXPECT_TRUE(std::u16string(report.catalogPath).ends_with(u"\\halvora-test-signed.cat"));
+}
+
+TEST_F(VerifierWithCatalogs, MemberOfAnUnsignedCatalog_IsNotTrusted) {
+    Add(u"unsigned.cat", L"halvora-test-unsigned.cat");
+    EXPECT_EQ(Verdicts(), kNever);
 }
 
 }  // namespace

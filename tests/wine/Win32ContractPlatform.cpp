@@ -1,28 +1,31 @@
 // The Windows side of the contract suites.
 #include <windows.h>
 
+// After windows.h.
+#include <wintrust.h>
+// After wintrust.h.
+#include <mscat.h>
+
+#include <list>
 #include <optional>
 
 #include "SignerNamesConfig.h"
-#include "composition/Win32Platform.h"
+#include "companions/protection/Win32ProtectionCounter_win32.h"
 #include "tests/contract/ContractPlatform.h"
-#include "tests/wine/Samples.h"
+#include "tests/contract/ProtectionCounter_contract.h"
+#include "tests/wine/CatalogFile.h"
 #include "tests/wine/WinStaging.h"
 #include "tslib/platform/win32/WideText.h"
 #include "tslib/platform/win32/Win32DropList.h"
-#include "tslib/platform/win32/Win32NarrowCharacters.h"
-#include "tslib/platform/win32/Win32RegistryTree.h"
+#include "tslib/platform/win32/Win32Platform.h"
 #include "tslib/platform/win32/Win32TextOutput.h"
 
 namespace tests {
 
 namespace {
 
-using tsLib::platform::SystemError;
-using tsLib::platform::win32::FromWide;
-using tsLib::platform::win32::ToWide;
-
-constexpr wchar_t kScratchKey[] = L"Software\\Corvane\\ContractTest";
+using win32::FromWide;
+using win32::ToWide;
 
 SystemError Answer(bool done) { return done ? SystemError::Success : static_cast<SystemError>(GetLastError()); }
 
@@ -31,54 +34,55 @@ HANDLE OpenForWriting(const std::u16string& path) {
                        nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
 }
 
+// Of what one test stages; it goes with the test.
+struct Staging {
+    ScratchFolder folder{L"hvc"};
+    win32::Win32TextOutput text;
+    std::list<VariableForTest> variables;
+    HCATADMIN admin = nullptr;
+    std::vector<std::wstring> catalogs;
+
+    Staging() { RemoveScratchKey(); }
+    ~Staging() {
+        text.Close();
+        RemoveScratchKey();
+        for (std::wstring& name : catalogs) {
+            EXPECT_TRUE(CryptCATAdminRemoveCatalog(admin, name.data(), 0));
+        }
+        if (admin != nullptr) {
+            CryptCATAdminReleaseContext(admin, 0);
+        }
+    }
+    Staging(const Staging&) = delete;
+    Staging& operator=(const Staging&) = delete;
+
+    static void RemoveScratchKey() {
+        for (const REGSAM view : {REGSAM{KEY_WOW64_64KEY}, REGSAM{KEY_WOW64_32KEY}}) {
+            HKEY software = nullptr;
+            if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"Software\\Corvane", 0, KEY_ALL_ACCESS | view, &software) == 0) {
+                RegDeleteTreeW(software, L"ContractTest");
+                RegCloseKey(software);
+            }
+        }
+    }
+};
+
 class Win32ContractPlatform final : public ContractPlatform {
 public:
-    Seam Interfaces() override {
-        return {platform_.registry,
-                platform_.files,
-                text_,
-                platform_.pathForms,
-                platform_.knownFolders,
-                platform_.modules,
-                platform_.processes,
-                platform_.processStarter,
-                platform_.clock,
-                platform_.textRules,
-                platform_.systemInfo,
-                platform_.trustProvider,
-                platform_.catalogAdmin,
-                platform_.catalogHasher,
-                platform_.signatures,
-                platform_.certificates,
-                platform_.memory,
-                tree_,
-                japanese_};
-    }
+    const Platform& Interfaces() override { return platform_; }
+    TextOutput& Text() override { return staging_->text; }
+    TextRules& Japanese() override { return japanese_; }
 
-    void SetUp() override {
-        RemoveScratchKey();
-        folder_ = FreshFolder(L"hvc");
-    }
-    // A file that is still open without delete sharing keeps its folder.
-    void TearDown() override {
-        text_.Close();
-        RemoveScratchKey();
-        for (const auto& [name, value] : variables_) {
-            SetEnvironmentVariableW(name.c_str(), value ? value->c_str() : nullptr);
-        }
-        variables_.clear();
-        EXPECT_TRUE(RemoveTree(folder_.substr(0, folder_.size() - 1))) << "a file was left open";
-    }
+    void SetUp() override { staging_.emplace(); }
+    // A file that is still open without delete sharing keeps its folder, which is a failure of the test.
+    void TearDown() override { staging_.reset(); }
 
-    std::u16string ScratchFolder() override { return folder_; }
+    std::u16string ScratchFolder() override { return staging_->folder.Path(); }
     void PutFile(const std::u16string& path, std::string_view bytes) override {
         EXPECT_TRUE(PutBytes(path, bytes)) << GetLastError();
     }
     void MakeFolder(const std::u16string& path) override {
         EXPECT_TRUE(CreateDirectoryW(AnyLength(path).c_str(), nullptr)) << GetLastError();
-    }
-    void RemoveFile(const std::u16string& path) override {
-        EXPECT_TRUE(DeleteFileW(AnyLength(path).c_str())) << GetLastError();
     }
     std::string FileText(const std::u16string& path) override { return GetBytes(path); }
     std::shared_ptr<void> HoldForWriting(const std::u16string& path) override {
@@ -86,7 +90,7 @@ public:
         EXPECT_NE(file, INVALID_HANDLE_VALUE);
         return {file, &CloseHandle};
     }
-    SystemError TryOpenForWriting(const std::u16string& path) override {
+    SystemError TryWrite(const std::u16string& path) override {
         const HANDLE file = OpenForWriting(path);
         const SystemError error = Answer(file != INVALID_HANDLE_VALUE);
         if (Succeeded(error)) {
@@ -98,7 +102,7 @@ public:
         return Answer(DeleteFileW(AnyLength(path).c_str()) != FALSE);
     }
     SystemError TryReplace(const std::u16string& path) override {
-        const std::u16string other = folder_ + u"other";
+        const std::u16string other = ScratchFolder() + u"other";
         PutFile(other, "other");
         return Answer(MoveFileExW(AnyLength(other).c_str(), AnyLength(path).c_str(), MOVEFILE_REPLACE_EXISTING) !=
                       FALSE);
@@ -109,7 +113,7 @@ public:
         return length == 0 || length >= 1024 ? path : FromWide(buffer, length);
     }
 
-    std::u16string ScratchKey() override { return FromWide(kScratchKey); }
+    std::u16string ScratchKey() override { return u"Software\\Corvane\\ContractTest"; }
     void PutBinaryValue(const std::u16string& keyPath, const std::u16string& name, std::size_t bytes) override {
         HKEY key = nullptr;
         ASSERT_EQ(RegCreateKeyExW(HKEY_LOCAL_MACHINE, ToWide(keyPath), 0, nullptr, 0, KEY_WRITE | KEY_WOW64_64KEY,
@@ -120,13 +124,13 @@ public:
         RegCloseKey(key);
     }
 
-    void SetEnvironment(const std::u16string& name, const std::u16string& value) override {
-        const std::wstring wideName = ToWide(name);
-        std::wstring old(0x8000, L'\0');
-        old.resize(GetEnvironmentVariableW(wideName.c_str(), old.data(), 0x8000));
-        variables_.try_emplace(wideName, old.empty() ? std::nullopt : std::optional(old));
-        EXPECT_TRUE(SetEnvironmentVariableW(wideName.c_str(), ToWide(value)));
+    void SetEnvironment(const char16_t* name, const std::u16string& value) override {
+        staging_->variables.emplace_back(ToWide(name), value);
     }
+
+    void PutModule(const std::u16string& path) override { PutFile(path, GetBytes(Sample(u"component.dll"))); }
+    bool IsLoaded(const std::u16string& path) override { return GetModuleHandleW(ToWide(path)) != nullptr; }
+    std::u16string GermanModule() override { return Staged(u"res\\1031\\ZebShellRes.dll"); }
 
     std::u16string SignedFile() override { return Sample(u"good.exe"); }
     std::u16string TamperedFile() override { return Sample(u"tampered.exe"); }
@@ -140,6 +144,17 @@ public:
 #undef ATTRIBUTE
         return attributes;
     }
+    void PutCatalog(const std::u16string& name, const std::vector<std::vector<std::byte>>& hashes) override {
+        HCATADMIN& admin = staging_->admin;
+        ASSERT_TRUE(admin != nullptr || CryptCATAdminAcquireContext(&admin, nullptr, 0)) << GetLastError();
+        const std::u16string made = ScratchFolder() + u"made.cat";
+        PutFile(made, CatalogOf(hashes));
+        std::wstring path(ToWide(made));
+        std::wstring& added = staging_->catalogs.emplace_back(ToWide(name));
+        const HCATINFO catalog = CryptCATAdminAddCatalog(admin, path.data(), added.data(), 0);
+        EXPECT_NE(catalog, nullptr) << GetLastError();
+        CryptCATAdminReleaseCatalogContext(admin, catalog, 0);
+    }
 
     std::u16string ExecutablePath() override {
         wchar_t buffer[1024] = {};
@@ -147,35 +162,16 @@ public:
     }
     std::u16string HarmlessCommandLine() override { return u'"' + Sample(u"good.exe") + u'"'; }
 
-    void WithDropList(const std::vector<std::u16string>* items,
-                      const std::function<void(tsLib::platform::DropList&)>& use) override {
-        if (items == nullptr) {
-            tsLib::platform::win32::Win32DropList none(nullptr);
-            use(none);
-            return;
-        }
-        const DropMemory memory(WideDropBlock(*items));
-        tsLib::platform::win32::Win32DropList list(memory.Get());
+    void WithDropList(const std::vector<std::u16string>* items, const std::function<void(DropList&)>& use) override {
+        const DropMemory memory(WideDropBlock(items == nullptr ? std::vector<std::u16string>() : *items));
+        win32::Win32DropList list(items == nullptr ? nullptr : memory.Get());
         use(list);
     }
 
 private:
-    static void RemoveScratchKey() {
-        for (const REGSAM view : {REGSAM{KEY_WOW64_64KEY}, REGSAM{KEY_WOW64_32KEY}}) {
-            HKEY software = nullptr;
-            if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"Software\\Corvane", 0, KEY_ALL_ACCESS | view, &software) == 0) {
-                RegDeleteTreeW(software, L"ContractTest");
-                RegCloseKey(software);
-            }
-        }
-    }
-
-    HVR::Win32Platform& platform_ = HVR::Win32Platform::Instance();
-    tsLib::platform::win32::Win32TextOutput text_;
-    tsLib::platform::win32::Win32RegistryTree tree_;
-    tsLib::platform::win32::Win32NarrowCharacters japanese_{932};
-    std::u16string folder_;
-    std::map<std::wstring, std::optional<std::wstring>> variables_;  // as they were before the test
+    win32::Win32Platform& platform_ = win32::Win32Platform::Instance();
+    win32::Win32TextRules japanese_{932};
+    std::optional<Staging> staging_;
 };
 
 }  // namespace
@@ -185,11 +181,9 @@ ContractPlatform& Contract() {
     return contract;
 }
 
-std::u16string Sample(const std::u16string& name) {
-    wchar_t folder[1024] = {};
-    const DWORD length = GetEnvironmentVariableW(L"HALVORA_SAMPLES", folder, 1024);
-    EXPECT_TRUE(length > 0 && length < 1024) << "HALVORA_SAMPLES does not name the folder of signed samples";
-    return FromWide(folder, length) + u'\\' + name;
+HVR::ProtectionCounter& ContractCounter() {
+    static HVR::Win32ProtectionCounter counter(u"Local\\HalvoraProtectionContract");
+    return counter;
 }
 
 }  // namespace tests

@@ -3,8 +3,11 @@
 // After windows.h.
 #include <shlobj.h>
 
+#include <gtest/gtest.h>
+
 #include <cstring>
-#include <memory>
+#include <fstream>
+#include <iterator>
 
 #include "tslib/platform/win32/WideText.h"
 
@@ -15,16 +18,30 @@ using tsLib::platform::win32::ToWide;
 
 namespace {
 
-struct Closer {
-    void operator()(void* handle) const { CloseHandle(handle); }
-};
-using File = std::unique_ptr<void, Closer>;
+std::u16string InFolder(const wchar_t* variable, const std::u16string& name) {
+    const std::wstring folder = VariableText(variable);
+    EXPECT_FALSE(folder.empty()) << testing::PrintToString(std::wstring(variable)) << " is not set";
+    return FromWide((folder + L'\\').c_str()) + name;
+}
 
-File OpenSharing(const std::u16string& path, DWORD access, DWORD disposition) {
-    const HANDLE file =
-        CreateFileW(AnyLength(path).c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                    disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
-    return File(file == INVALID_HANDLE_VALUE ? nullptr : file);
+// Folders below it and all. False when something in it cannot be removed.
+bool RemoveTree(const std::u16string& folder) {
+    WIN32_FIND_DATAW found{};
+    const HANDLE search = FindFirstFileW(AnyLength(folder + u"\\*").c_str(), &found);
+    bool removed = true;
+    if (search != INVALID_HANDLE_VALUE) {
+        do {
+            const std::u16string name = FromWide(found.cFileName);
+            const std::u16string path = folder + u'\\' + name;
+            if (name == u"." || name == u"..") {
+                continue;
+            }
+            const bool isFolder = (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+            removed = (isFolder ? RemoveTree(path) : DeleteFileW(AnyLength(path).c_str()) != FALSE) && removed;
+        } while (FindNextFileW(search, &found));
+        FindClose(search);
+    }
+    return (RemoveDirectoryW(AnyLength(folder).c_str()) || GetLastError() == ERROR_FILE_NOT_FOUND) && removed;
 }
 
 std::string DropHeader(bool wide) {
@@ -39,59 +56,73 @@ std::string DropHeader(bool wide) {
 std::wstring AnyLength(const std::u16string& path) { return L"\\\\?\\" + std::wstring(ToWide(path)); }
 
 bool PutBytes(const std::u16string& path, std::string_view bytes) {
-    const File file = OpenSharing(path, GENERIC_WRITE, CREATE_ALWAYS);
-    DWORD written = 0;
-    return file && WriteFile(file.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) &&
-           written == bytes.size();
+    std::ofstream file(AnyLength(path).c_str(), std::ios::binary);
+    file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    file.close();
+    return file.good();
 }
 
 std::string GetBytes(const std::u16string& path) {
-    const File file = OpenSharing(path, GENERIC_READ, OPEN_EXISTING);
-    LARGE_INTEGER size{};
-    if (!file || !GetFileSizeEx(file.get(), &size)) {
-        return {};
-    }
-    std::string bytes(static_cast<std::size_t>(size.QuadPart), '\0');
-    DWORD read = 0;
-    ReadFile(file.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &read, nullptr);
-    bytes.resize(read);
-    return bytes;
+    std::ifstream file(AnyLength(path).c_str(), std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
-bool RemoveTree(const std::u16string& folder) {
-    WIN32_FIND_DATAW found{};
-    const HANDLE search = FindFirstFileW(AnyLength(folder + u"\\*").c_str(), &found);
-    bool removed = true;
-    if (search != INVALID_HANDLE_VALUE) {
-        do {
-            const std::u16string name = FromWide(found.cFileName);
-            const std::u16string path = folder + u'\\' + name;
-            if (name == u"." || name == u"..") {
-                continue;
-            }
-            removed = ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0
-                           ? RemoveTree(path)
-                           : DeleteFileW(AnyLength(path).c_str()) != FALSE) &&
-                      removed;
-        } while (FindNextFileW(search, &found));
-        FindClose(search);
-    }
-    return (RemoveDirectoryW(AnyLength(folder).c_str()) || GetLastError() == ERROR_FILE_NOT_FOUND) && removed;
-}
-
-std::u16string FreshFolder(const wchar_t* name) {
-    wchar_t windows[MAX_PATH] = {};
-    GetWindowsDirectoryW(windows, MAX_PATH);
-    const std::wstring temp = std::wstring(windows) + L"\\Temp";
+ScratchFolder::ScratchFolder(const wchar_t* name) {
+    static unsigned made = 0;
+    wchar_t buffer[MAX_PATH] = {};
+    GetWindowsDirectoryW(buffer, MAX_PATH);
+    const std::wstring temp = std::wstring(buffer) + L"\\Temp\\";
+    const std::wstring folder = temp + name + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++made);
+    RemoveTree(FromWide(folder.c_str()));  // of an earlier process with this number
     CreateDirectoryW(temp.c_str(), nullptr);
-    const std::wstring folder = temp + L"\\" + name + std::to_wstring(GetCurrentProcessId() % 10000);
-    const std::u16string path = FromWide(folder.c_str());
-    RemoveTree(path);
-    CreateDirectoryW(folder.c_str(), nullptr);
+    EXPECT_TRUE(CreateDirectoryW(folder.c_str(), nullptr));
     // As it is spelled on the volume.
-    wchar_t spelled[MAX_PATH] = {};
-    return std::u16string(FromWide(spelled, GetLongPathNameW(folder.c_str(), spelled, MAX_PATH))) + u'\\';
+    path_ = FromWide(buffer, GetLongPathNameW(folder.c_str(), buffer, MAX_PATH)) + u'\\';
 }
+
+ScratchFolder::~ScratchFolder() {
+    EXPECT_TRUE(RemoveTree(path_.substr(0, path_.size() - 1))) << "something was left open";
+}
+
+DWORD RunProgram(std::wstring commandLine, const std::function<void(HANDLE)>& meanwhile) {
+    STARTUPINFOW startUp{};
+    startUp.cb = sizeof(startUp);
+    PROCESS_INFORMATION started{};
+    if (!CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, CREATE_NO_WINDOW, nullptr, nullptr,
+                        &startUp, &started)) {
+        ADD_FAILURE() << GetLastError() << ": " << testing::PrintToString(commandLine);
+        return ~0U;
+    }
+    if (meanwhile) {
+        meanwhile(started.hProcess);
+    }
+    DWORD code = ~0U;
+    if (WaitForSingleObject(started.hProcess, 60000) != WAIT_OBJECT_0) {
+        TerminateProcess(started.hProcess, code);
+        WaitForSingleObject(started.hProcess, 60000);
+    }
+    GetExitCodeProcess(started.hProcess, &code);
+    CloseHandle(started.hThread);
+    CloseHandle(started.hProcess);
+    return code;
+}
+
+std::u16string Sample(const std::u16string& name) { return InFolder(L"HALVORA_SAMPLES", name); }
+
+std::u16string Staged(const std::u16string& name) { return InFolder(L"HALVORA_STAGE", name); }
+
+std::wstring VariableText(const wchar_t* name) {
+    std::wstring text(0x8000, L'\0');
+    text.resize(GetEnvironmentVariableW(name, text.data(), static_cast<DWORD>(text.size())));
+    return text;
+}
+
+VariableForTest::VariableForTest(const wchar_t* name, const std::u16string& value)
+    : name_(name), before_(VariableText(name)) {
+    SetEnvironmentVariableW(name, ToWide(value));
+}
+
+VariableForTest::~VariableForTest() { SetEnvironmentVariableW(name_, before_.empty() ? nullptr : before_.c_str()); }
 
 DropMemory::DropMemory(std::string_view block) : memory_(GlobalAlloc(GMEM_MOVEABLE, block.size())) {
     if (void* bytes = GlobalLock(memory_); bytes != nullptr) {

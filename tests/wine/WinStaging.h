@@ -3,6 +3,7 @@
 
 #include <windows.h>
 
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,10 +17,46 @@ namespace tests {
 
 bool PutBytes(const std::u16string& path, std::string_view bytes);
 [[nodiscard]] std::string GetBytes(const std::u16string& path);
-// Folders below it and all. False when something in it cannot be removed, because it is still open, say.
-bool RemoveTree(const std::u16string& folder);
-// An empty folder of this process below the Windows folder's Temp, ending in a backslash.
-[[nodiscard]] std::u16string FreshFolder(const wchar_t* name);
+
+// A new empty folder below the Windows folder's Temp for the length of a test. Something in it that is still open at
+// the end is a failure of this test, and of no other: no two folders are the same.
+class ScratchFolder {
+public:
+    explicit ScratchFolder(const wchar_t* name);
+    ~ScratchFolder();
+    ScratchFolder(const ScratchFolder&) = delete;
+    ScratchFolder& operator=(const ScratchFolder&) = delete;
+
+    // Ends in a backslash.
+    [[nodiscard]] const std::u16string& Path() const { return path_; }
+
+private:
+    std::u16string path_;
+};
+
+// Runs a program without a window, and ends it if it does not end by itself within a minute; its exit code, or ~0.
+// `meanwhile` is given the process.
+DWORD RunProgram(std::wstring commandLine, const std::function<void(HANDLE)>& meanwhile = {});
+
+// The full path of a signed sample, or of a file of the staged product. Adds a test failure when the environment
+// variable that names their folder is not set: HALVORA_SAMPLES, HALVORA_STAGE.
+[[nodiscard]] std::u16string Sample(const std::u16string& name);
+[[nodiscard]] std::u16string Staged(const std::u16string& name);
+
+// Empty when it is not set.
+[[nodiscard]] std::wstring VariableText(const wchar_t* name);
+// An environment variable for the length of a test.
+class VariableForTest {
+public:
+    VariableForTest(const wchar_t* name, const std::u16string& value);
+    ~VariableForTest();
+    VariableForTest(const VariableForTest&) = delete;
+    VariableForTest& operator=(const VariableForTest&) = delete;
+
+private:
+    const wchar_t* name_;
+    std::wstring before_;  // empty when it was not set
+};
 
 // A drop handle's memory with these bytes, or with a header (wide or not) before them. Freed by DropMemory's end.
 class DropMemory {

@@ -8,27 +8,14 @@
 
 #include <string_view>
 
-#include "composition/Win32Platform.h"
-
-namespace {
-
-int PlayPart(std::string_view part, const char* argument) {
-    if (part == "--parent-is" && argument != nullptr) {
-        std::uint32_t parent = 0;
-        const auto error = HVR::Win32Platform::Instance().processes.ParentId(parent);
-        return Succeeded(error) && std::to_string(parent) == argument ? 0 : 1;
-    }
-    return -1;
-}
-
-}  // namespace
+#include "tslib/platform/win32/Win32Platform.h"
 
 int main(int count, char** arguments) {
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);
-    if (count > 1) {
-        if (const int code = PlayPart(arguments[1], count > 2 ? arguments[2] : nullptr); code != -1) {
-            return code;
-        }
+    if (count == 3 && std::string_view(arguments[1]) == "--parent-is") {
+        std::uint32_t parent = 0;
+        const auto error = tsLib::platform::win32::Win32Platform::Instance().processes.ParentId(parent);
+        return Succeeded(error) && std::to_string(parent) == arguments[2] ? 0 : 1;
     }
     testing::InitGoogleMock(&count, arguments);
     if (FAILED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED))) {

@@ -3,7 +3,6 @@
 #include <cstring>
 #include <stdexcept>
 
-#include "tools/zebdiag/Console.h"
 #include "tslib/platform/win32/WideText.h"
 
 namespace HVR::zebdiag {

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/zebdiag/ShellMenu.h"
+#include "tools/zebdiag/ShellHandlers.h"
 
 namespace HVR::zebdiag {
 

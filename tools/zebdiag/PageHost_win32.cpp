@@ -1,5 +1,3 @@
-#include "tools/zebdiag/PageHost_win32.h"
-
 #include <windows.h>
 // After windows.h.
 #include <commctrl.h>
@@ -8,6 +6,7 @@
 #include <array>
 
 #include "tools/zebdiag/HandlerObject_win32.h"
+#include "tools/zebdiag/Win32Verbs.h"
 #include "tslib/platform/win32/WideText.h"
 
 namespace HVR::zebdiag {
@@ -104,7 +103,7 @@ void RunSheet(HWND sheet, const std::function<void()>& onShown) {
 
 }  // namespace
 
-PageSheet RunDisplaySheet(Win32Platform& platform, bool show, const std::function<void()>& onShown) {
+PageSheet RunDisplaySheet(tsLib::platform::Registry& registry, bool show, const std::function<void()>& onShown) {
     const ShellApartment apartment;
     const INITCOMMONCONTROLSEX controls{sizeof(controls), ICC_TAB_CLASSES | ICC_STANDARD_CLASSES};
     InitCommonControlsEx(&controls);
@@ -114,7 +113,7 @@ PageSheet RunDisplaySheet(Win32Platform& platform, bool show, const std::functio
         Pages pages;
         pages.reserve(kMostPages);
         std::vector<HandlerObject> handlers;
-        for (const RegisteredHandler& registration : DisplayPageHandlers({platform.registry, platform.registry})) {
+        for (const RegisteredHandler& registration : DisplayPageHandlers(registry)) {
             handlers.push_back(AskForPages(registration, pages));
             result.handlers.push_back(handlers.back().asked);
             modules.push_back(handlers.back().module);

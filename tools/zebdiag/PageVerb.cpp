@@ -1,87 +1,58 @@
-#include "tools/zebdiag/PageVerb.h"
-
-#include <utility>
-
-#include "tools/zebdiag/JsonWriter.h"
+#include "tools/zebdiag/Verbs.h"
+#include "tslib/Utf8.h"
 
 namespace HVR::zebdiag {
 
+using tsLib::ToUtf8;
+
 namespace {
 
-void Print(const PageSheet& sheet, Console& console) {
+void Print(const PageSheet& sheet, const Output& output) {
     for (const AskedHandler& handler : sheet.handlers) {
-        console.Out(
-            "handler     " + Utf8(handler.registration.name) + ", " + Utf8(ClassIdText(handler.registration)) + ": " +
-            (handler.TakesPart() ? Count(handler.commands, "page")
-                                 : handler.step + " failed with " + Hexadecimal(tsLib::Number(handler.result))));
+        output.Line("handler     " + ToUtf8(handler.registration.name) + ", " + Text(handler, "page"));
     }
     for (const std::u16string& title : sheet.titles) {
-        console.Out("page        " + Utf8(title));
+        output.Line("page        " + ToUtf8(title));
     }
 }
 
-void Write(const PageSheet& sheet, Console& console) {
-    JsonWriter json;
-    json.BeginObject().BeginArray("handlers");
+void Write(const PageSheet& sheet, const Output& output) {
+    Json json{{"handlers", Json::array()}, {"pages", Json::array()}};
     for (const AskedHandler& handler : sheet.handlers) {
-        json.BeginObject()
-            .Text("name", handler.registration.name)
-            .Text("clsid", Utf8(ClassIdText(handler.registration)));
-        json.Text("result", Hexadecimal(tsLib::Number(handler.result)));
-        if (handler.TakesPart()) {
-            json.Number("pages", handler.commands);
-        } else {
-            json.Text("step", handler.step);
-        }
-        json.EndObject();
+        Write(handler, "page", json["handlers"].emplace_back(Json{{"name", ToUtf8(handler.registration.name)}}));
     }
-    json.EndArray().BeginArray("pages");
     for (const std::u16string& title : sheet.titles) {
-        json.Element(title);
+        json["pages"].push_back(ToUtf8(title));
     }
-    console.Out(json.EndArray().EndObject().Str());
+    output.Object(json);
 }
 
 }  // namespace
 
-Verb MakePageVerb(PageHost host) {
-    return {
-        u"page",
-        "[--list | --show]",
-        "shows the property pages of the Display control panel's handlers",
-        "  --list   list the pages by their titles (this is the default)\n"
-        "  --show   show the property sheet until the user closes it\n"
-        "\n"
+void AddPageVerb(Program& program, PageHost host) {
+    CLI::App& verb = program.Add(
+        "page", "shows the property pages of the Display control panel's handlers",
         "Creates the registered property-sheet handlers through COM and has them add their pages to one sheet.\n"
         "--show writes a line to stderr when the sheet is on the screen. Exit code 1 when there is no page, 3 when\n"
-        "the sheet could not be made.",
-        WithCommonOptions({{u"--list"}, {u"--show"}}),
-        [host = std::move(host)](const CommandLine& line, Console& console) {
-            if (!line.operands.empty()) {
-                return UsageError(console, u"page", "no operand is expected");
-            }
-            if (line.Has(u"--list") && line.Has(u"--show")) {
-                return UsageError(console, u"page", "--list and --show exclude each other");
-            }
-            const PageSheet sheet = host(line.Has(u"--show"), [&] { console.Err("shown"); });
-            if (line.Has(u"--json")) {
-                Write(sheet, console);
-            } else {
-                Print(sheet, console);
-            }
-            for (const std::u16string& module : sheet.stayLoaded) {
-                console.Err("zebdiag page: " + Utf8(module) + " stays loaded");
-            }
-            if (!sheet.isShown) {
-                console.Err("zebdiag page: the property sheet could not be made");
-                return ExitCode::Error;
-            }
-            if (sheet.titles.empty()) {
-                console.Err("zebdiag page: no handler added a page");
-                return ExitCode::No;
-            }
-            return ExitCode::Yes;
-        }};
+        "the sheet could not be made.");
+    CLI::Option& list = *commandline::AddFlag(verb, "--list", "list the pages by their titles (this is the default)");
+    CLI::Option& show = *commandline::AddFlag(verb, "--show", "show the property sheet until the user closes it");
+    show.excludes(&list);
+    program.SetRun(verb, [&show, host = std::move(host)](const Output& output) {
+        const PageSheet sheet = host(!show.empty(), [&] { output.Narrate("shown"); });
+        if (output.IsJson()) {
+            Write(sheet, output);
+        } else {
+            Print(sheet, output);
+        }
+        for (const std::u16string& module : sheet.stayLoaded) {
+            output.Warn(ToUtf8(module) + " stays loaded");
+        }
+        if (!sheet.isShown) {
+            return output.Answer(ExitCode::Error, "the property sheet could not be made");
+        }
+        return sheet.titles.empty() ? output.Answer(ExitCode::No, "no handler added a page") : ExitCode::Yes;
+    });
 }
 
 }  // namespace HVR::zebdiag

@@ -7,6 +7,8 @@
 #include <cstddef>
 #include <stdexcept>
 
+#include "tslib/platform/Digits.h"
+#include "tslib/platform/win32/Handles.h"
 #include "tslib/platform/win32/WideText.h"
 
 namespace HVR::zebdiag {
@@ -30,39 +32,19 @@ std::optional<std::u16string> Environment(const wchar_t* name) {
     return value;
 }
 
-class Handle {
-public:
-    explicit Handle(HANDLE handle) noexcept : handle_(handle == INVALID_HANDLE_VALUE ? nullptr : handle) {}
-    ~Handle() {
-        if (handle_ != nullptr) {
-            CloseHandle(handle_);
-        }
-    }
-    Handle(const Handle&) = delete;
-    Handle& operator=(const Handle&) = delete;
-    [[nodiscard]] HANDLE Get() const noexcept { return handle_; }
-
-private:
-    HANDLE handle_;
-};
-
 }  // namespace
 
-ReportPlace::ReportPlace(KnownFolders& folders) {
+ReportPlace::ReportPlace(System& system) {
     if (const auto chosen = Environment(kReportVariable)) {
         path_ = *chosen;
         wasThere_ = GetFileAttributesW(ToWide(path_)) != INVALID_FILE_ATTRIBUTES;
         return;
     }
     std::size_t length = 0;
-    if (Failed(folders.TemporaryFolder(path_, length)) || path_.empty()) {
+    if (Failed(system.TemporaryFolder(path_, length)) || path_.empty()) {
         throw std::runtime_error("there is no temporary folder");
     }
-    path_ += u"zebdiag-report-";
-    for (const char digit : std::to_string(GetCurrentProcessId())) {
-        path_ += static_cast<char16_t>(digit);
-    }
-    path_ += u".txt";
+    path_.append(u"zebdiag-report-").append(tsLib::DecimalText(GetCurrentProcessId())).append(u".txt");
     own_ = true;
     DeleteFileW(ToWide(path_));  // of an earlier process with this id, which was ended
     SetEnvironmentVariableW(kReportVariable, ToWide(path_));
@@ -77,7 +59,7 @@ ReportPlace::~ReportPlace() {
 
 std::optional<std::string> ReportPlace::Read(Files& files) const {
     OwnedFile file(files);
-    if (Failed(files.OpenForReading(path_, file.Receive()))) {
+    if (Failed(files.OpenForReading(path_, FileSharing::ReadersAndWriters, file.Receive()))) {
         return std::nullopt;
     }
     std::string text;
@@ -94,12 +76,20 @@ std::optional<std::string> ReportPlace::Read(Files& files) const {
     }
 }
 
-ScannerWatch::ScannerWatch(KnownFolders& folders, Files& files)
-    : report_(folders), files_(files), before_(Scanners()) {}
+void WaitForEnd(HANDLE process, std::uint32_t seconds, StartedScanner& scanner) noexcept {
+    DWORD exitCode = 0;
+    if (WaitForSingleObject(process, seconds * 1000u) == WAIT_OBJECT_0 && GetExitCodeProcess(process, &exitCode) != 0) {
+        scanner.ended = true;
+        scanner.exitCode = exitCode;
+    }
+}
+
+ScannerWatch::ScannerWatch(const Platform& platform)
+    : report_(platform.system), files_(platform.files), before_(Scanners()) {}
 
 std::set<DWORD> ScannerWatch::Scanners() {
     std::set<DWORD> found;
-    const Handle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
+    const win32::UniqueFile snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
     PROCESSENTRY32W entry{};
     entry.dwSize = sizeof(entry);
     for (BOOL more = Process32FirstW(snapshot.Get(), &entry); more != FALSE;
@@ -119,12 +109,10 @@ StartedScanner ScannerWatch::Wait(std::uint32_t seconds) {
         }
         scanner.started = true;
         scanner.processId = process;
-        const Handle handle(OpenProcess(SYNCHRONIZE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE, process));
-        DWORD exitCode = 0;
-        if (handle.Get() != nullptr && WaitForSingleObject(handle.Get(), seconds * 1000u) == WAIT_OBJECT_0 &&
-            GetExitCodeProcess(handle.Get(), &exitCode) != 0) {
-            scanner.ended = true;
-            scanner.exitCode = exitCode;
+        const win32::UniqueKernelHandle handle(
+            OpenProcess(SYNCHRONIZE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE, process));
+        if (handle) {
+            WaitForEnd(handle.Get(), seconds, scanner);
         }
         break;
     }

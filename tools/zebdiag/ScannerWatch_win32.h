@@ -8,9 +8,8 @@
 #include <set>
 #include <string>
 
-#include "tools/zebdiag/ShellMenu.h"
-#include "tslib/platform/Files.h"
-#include "tslib/platform/KnownFolders.h"
+#include "tools/zebdiag/Scanner.h"
+#include "tslib/platform/Platform.h"
 
 namespace HVR::zebdiag {
 
@@ -19,7 +18,7 @@ namespace HVR::zebdiag {
 class ReportPlace {
 public:
     // Throws std::runtime_error when there is no temporary folder.
-    explicit ReportPlace(tsLib::platform::KnownFolders& folders);
+    explicit ReportPlace(tsLib::platform::System& system);
     ~ReportPlace();
     ReportPlace(const ReportPlace&) = delete;
     ReportPlace& operator=(const ReportPlace&) = delete;
@@ -35,11 +34,14 @@ private:
     bool wasThere_ = false;
 };
 
+// Waits for the end of the scanner's process, and says whether and how it ended.
+void WaitForEnd(HANDLE process, std::uint32_t seconds, StartedScanner& scanner) noexcept;
+
 // Finds the scanner that code of others starts in this process: it is told apart by its program's name, and by not
 // being there when the watch began.
 class ScannerWatch {
 public:
-    ScannerWatch(tsLib::platform::KnownFolders& folders, tsLib::platform::Files& files);
+    explicit ScannerWatch(const tsLib::platform::Platform& platform);
 
     // Looks for the scanner and waits for its end, `seconds` in all.
     [[nodiscard]] StartedScanner Wait(std::uint32_t seconds);

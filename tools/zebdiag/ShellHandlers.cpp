@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "tslib/RegistryText.h"
+#include "tslib/Utf8.h"
 
 namespace HVR::zebdiag {
 
@@ -19,15 +20,15 @@ bool IsKnown(const std::vector<RegisteredHandler>& handlers, const tsLib::Guid& 
                        [&](const RegisteredHandler& handler) { return handler.clsid == clsid; });
 }
 
-void AddHandlers(RegistryView registry, RegistryRoot root, const std::u16string& path, const std::u16string& className,
+void AddHandlers(Registry& registry, RegistryRoot root, const std::u16string& path, const std::u16string& className,
                  std::vector<RegisteredHandler>& handlers) {
-    OwnedRegistryKey parent(registry.reader);
-    if (Failed(registry.reader.OpenKey(root, path, kKeyRead, parent.Receive()))) {
+    OwnedRegistryKey parent(registry);
+    if (Failed(registry.OpenKey(root, path, kKeyRead, parent.Receive()))) {
         return;
     }
     std::u16string name;
     for (std::uint32_t index = 0;; ++index) {
-        const SystemError error = registry.enumeration.SubkeyName(parent.Get(), index, kNameCapacity, name);
+        const SystemError error = registry.SubkeyName(parent.Get(), index, kNameCapacity, name);
         if (error == SystemError::MoreData) {
             continue;
         }
@@ -35,10 +36,10 @@ void AddHandlers(RegistryView registry, RegistryRoot root, const std::u16string&
             return;
         }
         std::optional<tsLib::Guid> clsid;
-        OwnedRegistryKey key(registry.reader);
+        OwnedRegistryKey key(registry);
         std::u16string text;
-        if (Succeeded(registry.reader.OpenSubkey(parent.Get(), name, kKeyRead, key.Receive())) &&
-            Succeeded(tsLib::ReadText(registry.reader, key.Get(), {}, text))) {
+        if (Succeeded(registry.OpenSubkey(parent.Get(), name, kKeyRead, key.Receive())) &&
+            Succeeded(tsLib::ReadText(registry, key.Get(), {}, text))) {
             clsid = tsLib::GuidFromText(text);
         }
         if (!clsid) {
@@ -50,44 +51,50 @@ void AddHandlers(RegistryView registry, RegistryRoot root, const std::u16string&
     }
 }
 
+std::string ClassId(const AskedHandler& handler) {
+    const auto& clsid = handler.registration.clsid;
+    return clsid ? tsLib::ToUtf8(tsLib::ToText(*clsid)) : "(no class id)";
+}
+
 }  // namespace
 
-SelectionKind KindOf(std::u16string_view fullPath, bool isFolder) noexcept {
-    const bool isRoot = fullPath.size() == 3 && fullPath.substr(1) == u":\\";
-    return isRoot ? SelectionKind::Drive : isFolder ? SelectionKind::Folder : SelectionKind::File;
-}
-
-std::vector<std::u16string> SelectionClasses(SelectionKind kind) {
-    switch (kind) {
-        case SelectionKind::Drive:
-            return {u"Drive", u"Folder"};
-        case SelectionKind::Folder:
-            return {u"Folder"};
-        default:
-            return {u"*"};
-    }
-}
-
-std::u16string ClassIdText(const RegisteredHandler& handler) {
-    return handler.clsid ? tsLib::ToText(*handler.clsid) : u"(no class id)";
-}
-
-std::vector<RegisteredHandler> ContextMenuHandlers(RegistryView registry, const std::vector<std::u16string>& classes) {
+std::vector<RegisteredHandler> SelectionHandlers(Registry& registry, std::u16string_view fullPath, bool isFolder) {
+    const bool isDrive = fullPath.size() == 3 && fullPath.substr(1) == u":\\";
     std::vector<RegisteredHandler> handlers;
-    for (const std::u16string& className : classes) {
+    const auto add = [&](const std::u16string& className) {
         AddHandlers(registry, RegistryRoot::ClassesRoot, className + u"\\Shellex\\ContextMenuHandlers", className,
                     handlers);
+    };
+    if (isDrive) {
+        add(u"Drive");
     }
+    add(isDrive || isFolder ? u"Folder" : u"*");
     return handlers;
 }
 
-std::vector<RegisteredHandler> DisplayPageHandlers(RegistryView registry) {
+std::vector<RegisteredHandler> DisplayPageHandlers(Registry& registry) {
     std::vector<RegisteredHandler> handlers;
     AddHandlers(registry, RegistryRoot::LocalMachine,
                 u"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Controls Folder\\Display\\shellex\\"
                 u"PropertySheetHandlers",
                 u"Display", handlers);
     return handlers;
+}
+
+std::string Text(const AskedHandler& handler, const std::string& what) {
+    return ClassId(handler) + ": " +
+           (handler.TakesPart() ? Count(handler.commands, what)
+                                : handler.step + " failed with " + Hexadecimal(tsLib::Number(handler.result)));
+}
+
+void Write(const AskedHandler& handler, const std::string& what, Json& json) {
+    json["clsid"] = ClassId(handler);
+    json["result"] = Hexadecimal(tsLib::Number(handler.result));
+    if (handler.TakesPart()) {
+        json[what + "s"] = handler.commands;
+    } else {
+        json["step"] = handler.step;
+    }
 }
 
 }  // namespace HVR::zebdiag

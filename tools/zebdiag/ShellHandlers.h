@@ -1,4 +1,4 @@
-// Which extensions a shell asks for a selection or a property sheet, read from the registry.
+// Which extensions a shell asks for a selection or a property sheet, read from the registry, and how they answered.
 #pragma once
 
 #include <cstdint>
@@ -7,19 +7,12 @@
 #include <string_view>
 #include <vector>
 
+#include "tools/zebdiag/Output.h"
 #include "tslib/Guid.h"
+#include "tslib/platform/HResult.h"
 #include "tslib/platform/Registry.h"
-#include "tslib/platform/RegistryEnumeration.h"
 
 namespace HVR::zebdiag {
-
-enum class SelectionKind : std::uint8_t { File, Folder, Drive };
-
-// A drive's root is a drive. Shares and everything else that is a folder are folders.
-[[nodiscard]] SelectionKind KindOf(std::u16string_view fullPath, bool isFolder) noexcept;
-
-// The registry classes whose handlers are asked, in order. A drive is a folder too.
-[[nodiscard]] std::vector<std::u16string> SelectionClasses(SelectionKind kind);
 
 struct RegisteredHandler {
     std::u16string className;          // "*", "Drive", "Folder"; "Display" for a page
@@ -27,21 +20,32 @@ struct RegisteredHandler {
     std::optional<tsLib::Guid> clsid;  // nothing when the registration names no class
 };
 
-// For people: the class id, or "(no class id)".
-[[nodiscard]] std::u16string ClassIdText(const RegisteredHandler& handler);
-
-struct RegistryView {
-    tsLib::platform::RegistryReader& reader;
-    tsLib::platform::RegistryEnumeration& enumeration;
-};
-
-// The handlers below <class>\Shellex\ContextMenuHandlers of each class. A class that an earlier key named already
-// is left out: a shell makes one object of it. The class id is the key's default value, or else the key's name. What
-// cannot be read is left out; throws std::bad_alloc only.
-[[nodiscard]] std::vector<RegisteredHandler> ContextMenuHandlers(RegistryView registry,
-                                                                 const std::vector<std::u16string>& classes);
+// The handlers that a shell asks for a selection with this first item: those of files, of folders, or of drives and
+// folders for a drive's root. Shares and everything else that is a folder are folders. Handlers are registered below
+// <class>\Shellex\ContextMenuHandlers; a class that an earlier key named already is left out: a shell makes one object
+// of it. The class id is the key's default value, or else the key's name. What cannot be read is left out; throws
+// std::bad_alloc only.
+[[nodiscard]] std::vector<RegisteredHandler> SelectionHandlers(tsLib::platform::Registry& registry,
+                                                               std::u16string_view fullPath, bool isFolder);
 
 // The property-sheet handlers of the Display control panel, found in the same way.
-[[nodiscard]] std::vector<RegisteredHandler> DisplayPageHandlers(RegistryView registry);
+[[nodiscard]] std::vector<RegisteredHandler> DisplayPageHandlers(tsLib::platform::Registry& registry);
+
+// A handler that was asked for commands or pages. When `result` is a failure, `step` names what failed and the handler
+// takes no further part.
+struct AskedHandler {
+    RegisteredHandler registration;
+    tsLib::HResult result = tsLib::HResult::Ok;
+    std::string step;
+    std::uint32_t firstOffset = 0;  // of its commands in the whole menu
+    std::uint32_t commands = 0;
+
+    [[nodiscard]] bool TakesPart() const noexcept { return tsLib::Succeeded(result); }
+};
+
+// "{class id}: 2 commands", or what failed; `what` is "command" or "page".
+[[nodiscard]] std::string Text(const AskedHandler& handler, const std::string& what);
+// The same as members of an object.
+void Write(const AskedHandler& handler, const std::string& what, Json& json);
 
 }  // namespace HVR::zebdiag

@@ -1,5 +1,3 @@
-#include "tools/zebdiag/ShellMenu_win32.h"
-
 #include <windows.h>
 // After windows.h; it has the mask of a Unicode invocation.
 #include <shellapi.h>
@@ -11,7 +9,8 @@
 #include "tools/zebdiag/HandlerObject_win32.h"
 #include "tools/zebdiag/MenuWindow_win32.h"
 #include "tools/zebdiag/ScannerWatch_win32.h"
-#include "tools/zebdiag/SelectionObject_win32.h"
+#include "tools/zebdiag/Selection_win32.h"
+#include "tools/zebdiag/Win32Verbs.h"
 #include "tslib/platform/win32/WideText.h"
 
 namespace HVR::zebdiag {
@@ -61,17 +60,15 @@ std::u16string CommandText(IContextMenu& menu, std::uint32_t offset, UINT type) 
 
 class Win32ShellMenu final : public ShellMenu {
 public:
-    Win32ShellMenu(Win32Platform& platform, std::vector<std::u16string> paths)
+    Win32ShellMenu(const tsLib::platform::Platform& platform, std::vector<std::u16string> paths)
         : paths_(std::move(paths)),
-          watch_(platform.knownFolders, platform.files),
+          watch_(platform),
           selection_(std::make_unique<ShellSelection>(MakeSelection(paths_))) {
-        contents_.isShellObject = selection_->whyNot.empty();
-        contents_.whyNot = selection_->whyNot;
-        const RegistryView registry{platform.registry, platform.registry};
-        const auto classes = SelectionClasses(KindOf(paths_.front(), selection_->isFolder));
+        contents_.whyOwnObject = selection_->whyOwn;
         AppendMenuW(menu_.Get(), MF_STRING, kOpenId, L"&Open");
         SetMenuDefaultItem(menu_.Get(), kOpenId, FALSE);
-        for (const RegisteredHandler& registration : ContextMenuHandlers(registry, classes)) {
+        for (const RegisteredHandler& registration :
+             SelectionHandlers(platform.registry, paths_.front(), selection_->isFolder)) {
             Ask(registration);
         }
         AppendMenuW(menu_.Get(), MF_SEPARATOR, 0, nullptr);
@@ -95,15 +92,16 @@ public:
         return Invoke(index, MAKEINTRESOURCEA(offset), MAKEINTRESOURCEW(offset));
     }
 
-    [[nodiscard]] std::optional<std::size_t> Show(MenuWatcher& watcher) override {
+    [[nodiscard]] std::optional<std::size_t> Show(
+        const std::function<void()>& onShown, const std::function<void(const MenuItem& item)>& onHighlighted) override {
         const auto item = [this](UINT id) -> const MenuItem* {
             const auto found = std::find(ids_.begin(), ids_.end(), id);
             return found == ids_.end() ? nullptr : &contents_.items[static_cast<std::size_t>(found - ids_.begin())];
         };
-        const MenuEvents events{[&] { watcher.OnShown(); },
+        const MenuEvents events{onShown,
                                 [&](UINT id) {
                                     if (const MenuItem* highlighted = item(id); highlighted != nullptr) {
-                                        watcher.OnHighlighted(*highlighted);
+                                        onHighlighted(*highlighted);
                                     }
                                 },
                                 [&](UINT id) {
@@ -220,7 +218,8 @@ private:
 
 }  // namespace
 
-std::unique_ptr<ShellMenu> MakeWin32ShellMenu(Win32Platform& platform, std::vector<std::u16string> paths) {
+std::unique_ptr<ShellMenu> MakeWin32ShellMenu(const tsLib::platform::Platform& platform,
+                                              std::vector<std::u16string> paths) {
     // The shell names a folder without a separator at the end, unless it is a root.
     for (std::u16string& path : paths) {
         while (path.size() > 3 && path.ends_with(u'\\')) {

@@ -1,17 +1,20 @@
-#include "tools/zebdiag/VerifyVerb.h"
-
 #include <array>
 #include <memory>
 #include <utility>
 
-#include "tools/zebdiag/JsonWriter.h"
+#include "tools/zebdiag/Verbs.h"
+#include "tslib/IVerifyTrust.h"
+#include "tslib/RegistryText.h"
+#include "tslib/Utf8.h"
 #include "tslib/VaneRef.h"
 
 namespace HVR::zebdiag {
 
 namespace {
 
+using namespace tsLib::platform;
 using tsLib::IVerifyTrust;
+using tsLib::ToUtf8;
 using tsLib::TrustReport;
 using tsLib::TrustResult;
 
@@ -48,45 +51,49 @@ const char* TestD(const Answer& answer) {
     return answer.verdict == TrustResult::Trusted ? "passed" : "failed";
 }
 
-void PrintJson(const Answer& answer, Console& console) {
-    JsonWriter json;
-    json.BeginObject();
+// The names are arrays of a fixed size that end at a NUL.
+std::string Utf8(const char16_t* text) { return ToUtf8(text); }
+
+Json ToJson(const Answer& answer) {
+    Json json = Json::object();
     if (answer.path) {
-        json.Text("file", *answer.path);
+        json["file"] = ToUtf8(*answer.path);
     }
-    json.Number("level", answer.level).Bool("driver", answer.driverMode);
-    json.Number("result", static_cast<std::uint32_t>(answer.verdict)).Text("name", tsLib::Name(answer.verdict));
-    json.Bool("refused", tsLib::RefusesFile(answer.verdict));
-    if (answer.described) {
-        const TrustReport& report = answer.report;
-        json.Number("flags", report.flags).BeginArray("findings");
-        for (const NamedFlag& flag : kFlagNames) {
-            if ((report.flags & flag.bits) == flag.bits) {
-                json.Element(flag.name);
-            }
-        }
-        json.EndArray();
-        if (const char* testD = TestD(answer)) {
-            json.Text("testD", std::string_view(testD));
-        }
-        json.Text("platformAnswer", Hexadecimal(static_cast<std::uint32_t>(report.platformAnswer)));
-        json.Bool("throughCatalog", (report.flags & tsLib::kThroughCatalog) != 0);
-        json.Text("catalog", std::u16string_view(report.catalogPath));
-        json.BeginObject("signer");
-        json.Text("commonName", std::u16string_view(report.commonName));
-        json.Text("organizationalUnit", std::u16string_view(report.organizationalUnit));
-        json.Text("organization", std::u16string_view(report.organization));
-        json.Text("locality", std::u16string_view(report.locality));
-        json.Text("state", std::u16string_view(report.state));
-        json.Text("country", std::u16string_view(report.country)).EndObject();
-        json.Bool("signerReadDespiteRefusal", answer.signerDespiteRefusal);
+    json["level"] = answer.level;
+    json["driver"] = answer.driverMode;
+    json["result"] = static_cast<std::uint32_t>(answer.verdict);
+    json["name"] = tsLib::Name(answer.verdict);
+    json["refused"] = tsLib::RefusesFile(answer.verdict);
+    if (!answer.described) {
+        return json;
     }
-    console.Out(json.EndObject().Str());
+    const TrustReport& report = answer.report;
+    json["flags"] = report.flags;
+    json["findings"] = Json::array();
+    for (const NamedFlag& flag : kFlagNames) {
+        if ((report.flags & flag.bits) == flag.bits) {
+            json["findings"].push_back(flag.name);
+        }
+    }
+    if (const char* testD = TestD(answer)) {
+        json["testD"] = testD;
+    }
+    json["platformAnswer"] = Hexadecimal(static_cast<std::uint32_t>(report.platformAnswer));
+    json["throughCatalog"] = (report.flags & tsLib::kThroughCatalog) != 0;
+    json["catalog"] = Utf8(report.catalogPath);
+    json["signer"] = {{"commonName", Utf8(report.commonName)},
+                      {"organizationalUnit", Utf8(report.organizationalUnit)},
+                      {"organization", Utf8(report.organization)},
+                      {"locality", Utf8(report.locality)},
+                      {"state", Utf8(report.state)},
+                      {"country", Utf8(report.country)}};
+    json["signerReadDespiteRefusal"] = answer.signerDespiteRefusal;
+    return json;
 }
 
-void PrintText(const Answer& answer, Console& console) {
-    console.Out("file      " + (answer.path ? Utf8(*answer.path) : std::string("(not found)")));
-    console.Out("verdict   " + std::string(tsLib::Name(answer.verdict)) + " (" +
+void Print(const Answer& answer, const Output& output) {
+    output.Line("file      " + (answer.path ? ToUtf8(*answer.path) : std::string("(not found)")));
+    output.Line("verdict   " + std::string(tsLib::Name(answer.verdict)) + " (" +
                 std::to_string(static_cast<std::uint32_t>(answer.verdict)) + ") at level " +
                 std::to_string(answer.level) + (answer.driverMode ? ", as a driver" : "") +
                 (tsLib::RefusesFile(answer.verdict) ? "; the product refuses this file" : ""));
@@ -101,26 +108,23 @@ void PrintText(const Answer& answer, Console& console) {
             flags += flag.name;
         }
     }
-    console.Out(flags);
-    console.Out("platform  " + Hexadecimal(static_cast<std::uint32_t>(report.platformAnswer)));
-    console.Out("catalog   " + ((report.flags & tsLib::kThroughCatalog) != 0
-                                    ? Utf8(std::u16string_view(report.catalogPath))
-                                    : std::string("none")));
+    output.Line(flags);
+    output.Line("platform  " + Hexadecimal(static_cast<std::uint32_t>(report.platformAnswer)));
+    output.Line("catalog   " +
+                ((report.flags & tsLib::kThroughCatalog) != 0 ? Utf8(report.catalogPath) : std::string("none")));
     if ((report.flags & tsLib::kSignerFound) == 0) {
-        console.Out("signer    none");
+        output.Line("signer    none");
         return;
     }
-    const auto name = [](std::string_view key, const char16_t* value) {
-        return std::string(key) + "=" + Utf8(std::u16string_view(value));
-    };
-    console.Out("signer    " + name("CN", report.commonName) + ", " + name("OU", report.organizationalUnit) + ", " +
+    const auto name = [](std::string_view key, const char16_t* value) { return std::string(key) + "=" + Utf8(value); };
+    output.Line("signer    " + name("CN", report.commonName) + ", " + name("OU", report.organizationalUnit) + ", " +
                 name("O", report.organization) + ", " + name("L", report.locality) + ", " + name("ST", report.state) +
                 ", " + name("C", report.country) +
                 (answer.signerDespiteRefusal ? " (read although the signature is refused)" : ""));
     const auto test = [&](std::string_view label, std::uint32_t bits) {
         return std::string(label) + ((report.flags & bits) == bits ? " passed" : " failed");
     };
-    console.Out("tests     " + test("A", tsLib::kTestAPassed) + ", " + test("B", tsLib::kTestBPassed) + ", " +
+    output.Line("tests     " + test("A", tsLib::kTestAPassed) + ", " + test("B", tsLib::kTestBPassed) + ", " +
                 test("C", tsLib::kTestCPassed) + (TestD(answer) != nullptr ? std::string(", D ") + TestD(answer) : ""));
 }
 
@@ -148,100 +152,130 @@ void Describe(IVerifyTrust& verifier, Answer& answer) {
     answer.described = true;
 }
 
+// Finds what the verifier is to be asked about, and asks it. The paths are for the report alone: the verdict is the
+// verifier's, which finds the file by itself.
 class VerifyVerb {
 public:
-    VerifyVerb(tsLib::TrustVerifierFactory& verifiers, VerifyTargets& targets)
-        : verifiers_(&verifiers), targets_(&targets) {}
+    VerifyVerb(CLI::App& verb, const Platform& platform, tsLib::TrustVerifiers& verifiers, LoadedModules findLoaded)
+        : platform_(&platform),
+          verifiers_(&verifiers),
+          findLoaded_(std::move(findLoaded)),
+          file_(verb.add_option("FILE", "the file to judge")),
+          pid_(verb.add_option("--pid", "the image file of a running process")->type_name("ID")),
+          module_(verb.add_option("--module", "the file of a module loaded in zebdiag itself, such as wintrust.dll")
+                      ->type_name("NAME")),
+          classId_(verb.add_option("--clsid", "the server registered for a COM class")->type_name("{CLASS-ID}")),
+          level_(verb.add_option("--level", "how strictly the signer is judged, 1 to 5 (3: what the product asks for)")
+                     ->type_name("N")),
+          driver_(commandline::AddFlag(verb, "--driver", "judge FILE as a kernel driver")) {}
 
-    ExitCode operator()(const CommandLine& line, Console& console) const {
-        const std::size_t targets = line.operands.size() + std::size_t{line.Has(u"--pid")} +
-                                    std::size_t{line.Has(u"--module")} + std::size_t{line.Has(u"--clsid")};
-        if (targets != 1) {
-            return UsageError(console, u"verify", "one FILE, or one of --pid, --module and --clsid, is needed");
+    ExitCode operator()(const Output& output) const {
+        if (file_->count() + pid_->count() + module_->count() + classId_->count() != 1) {
+            throw UsageError("one FILE, or one of --pid, --module and --clsid, is needed");
         }
         Answer answer;
-        answer.driverMode = line.Has(u"--driver");
-        if (answer.driverMode && line.operands.empty()) {
-            return UsageError(console, u"verify", "--driver goes with a FILE alone");
+        answer.driverMode = !driver_->empty();
+        if (answer.driverMode && file_->empty()) {
+            throw UsageError("--driver goes with a FILE alone");
         }
         answer.level = tsLib::kProductTrustLevel;
-        if (const auto* level = line.Value(u"--level")) {
-            const auto number = Number(*level);
-            if (!number || *number < 1 || *number > 5) {
-                return UsageError(console, u"verify", "--level takes a number from 1 to 5");
+        if (!level_->empty()) {
+            const auto level = commandline::Number(commandline::Text(*level_));
+            if (!level || *level < 1 || *level > 5) {
+                throw UsageError("--level takes a number from 1 to 5");
             }
-            answer.level = *number;
+            answer.level = *level;
         }
         const tsLib::VaneRef<IVerifyTrust> verifier(verifiers_->Create());
         if (!verifier || verifier->Initialize(true) != 1) {
-            console.Err("zebdiag verify: no trust verifier could be made");
-            return ExitCode::Error;
+            return output.Answer(ExitCode::Error, "no trust verifier could be made");
         }
-        if (const auto mistake = Ask(*verifier, line, answer)) {
-            return UsageError(console, u"verify", *mistake);
-        }
+        Ask(*verifier, answer);
         Describe(*verifier, answer);
-        if (line.Has(u"--json")) {
-            PrintJson(answer, console);
+        if (output.IsJson()) {
+            output.Object(ToJson(answer));
         } else {
-            PrintText(answer, console);
+            Print(answer, output);
         }
         return answer.verdict == TrustResult::Trusted ? ExitCode::Yes : ExitCode::No;
     }
 
 private:
-    // Fills in the verdict and the path; returns what is wrong with the command line, if anything.
-    std::optional<std::string> Ask(IVerifyTrust& verifier, const CommandLine& line, Answer& answer) const {
-        if (const auto* pid = line.Value(u"--pid")) {
-            const auto number = Number(*pid);
-            if (!number) {
-                return "--pid takes a process id";
+    // Fills in the verdict and the path.
+    void Ask(IVerifyTrust& verifier, Answer& answer) const {
+        if (!pid_->empty()) {
+            const auto processId = commandline::Number(commandline::Text(*pid_));
+            if (!processId) {
+                throw UsageError("--pid takes a process id");
             }
-            answer.verdict = verifier.VerifyProcess(*number, answer.level);
-            answer.path = targets_->ProcessPath(*number);
-        } else if (const auto* module = line.Value(u"--module")) {
-            const auto handle = targets_->LoadedModule(*module);
-            if (!handle) {
-                return "no module " + Utf8(*module) + " is loaded in this process";
+            answer.verdict = verifier.VerifyProcess(*processId, answer.level);
+            answer.path = ProcessPath(*processId);
+        } else if (!module_->empty()) {
+            const std::u16string name = commandline::Text(*module_);
+            const auto module = findLoaded_(name);
+            if (!module) {
+                throw UsageError("no module " + ToUtf8(name) + " is loaded in this process");
             }
-            answer.verdict = verifier.VerifyModule(*handle, answer.level);
-            answer.path = targets_->ModulePath(*handle);
-        } else if (const auto* classId = line.Value(u"--clsid")) {
-            const auto guid = tsLib::GuidFromText(*classId);
-            if (!guid) {
-                return "--clsid takes a class id in braces";
+            answer.verdict = verifier.VerifyModule(*module, answer.level);
+            answer.path = ModulePath(*module);
+        } else if (!classId_->empty()) {
+            const auto classId = tsLib::GuidFromText(commandline::Text(*classId_));
+            if (!classId) {
+                throw UsageError("--clsid takes a class id in braces");
             }
-            answer.verdict = verifier.VerifyComServer(*guid, answer.level);
-            answer.path = targets_->ComServerPath(*guid);
+            answer.verdict = verifier.VerifyComServer(*classId, answer.level);
+            answer.path = ComServerPath(*classId);
         } else {
-            answer.path = line.operands.front();
+            answer.path = commandline::Text(*file_);
             answer.verdict = verifier.VerifyFile(answer.path->c_str(), answer.level, answer.driverMode);
+        }
+    }
+    std::optional<std::u16string> ProcessPath(std::uint32_t processId) const {
+        if (processId == platform_->processes.CurrentId()) {
+            return ModulePath(kMainExecutable);
+        }
+        std::u16string path;
+        return Succeeded(platform_->processes.ImageFileName(processId, path)) ? std::optional(path) : std::nullopt;
+    }
+    std::optional<std::u16string> ModulePath(ModuleHandle module) const {
+        std::u16string path;
+        return Succeeded(platform_->modules.FileName(module, 32768, path)) ? std::optional(path) : std::nullopt;
+    }
+    std::optional<std::u16string> ComServerPath(const tsLib::Guid& classId) const {
+        for (const char16_t* server : {u"\\InprocServer32", u"\\LocalServer32"}) {
+            OwnedRegistryKey key(platform_->registry);
+            std::u16string path;
+            if (Succeeded(platform_->registry.OpenKey(RegistryRoot::ClassesRoot,
+                                                      u"CLSID\\" + tsLib::ToText(classId) + server, kKeyRead,
+                                                      key.Receive())) &&
+                Succeeded(tsLib::ReadText(platform_->registry, key.Get(), {}, path))) {
+                return path;
+            }
         }
         return std::nullopt;
     }
 
-    tsLib::TrustVerifierFactory* verifiers_;
-    VerifyTargets* targets_;
+    const Platform* platform_;
+    tsLib::TrustVerifiers* verifiers_;
+    LoadedModules findLoaded_;
+    const CLI::Option* file_;
+    const CLI::Option* pid_;
+    const CLI::Option* module_;
+    const CLI::Option* classId_;
+    const CLI::Option* level_;
+    const CLI::Option* driver_;
 };
 
 }  // namespace
 
-Verb MakeVerifyVerb(tsLib::TrustVerifierFactory& verifiers, VerifyTargets& targets) {
-    return {u"verify",
-            "FILE | --pid ID | --module NAME | --clsid {CLASS-ID} [--level N] [--driver]",
-            "whether a file, process, loaded module or COM server is trusted, and why",
-            "  --level N        how strictly the signer is judged, 1 to 5 (3: what the product asks for)\n"
-            "  --driver         judge FILE as a kernel driver\n"
-            "  --pid ID         the image file of a running process\n"
-            "  --module NAME    the file of a module loaded in zebdiag itself, such as wintrust.dll\n"
-            "  --clsid {ID}     the server registered for a COM class\n"
-            "\n"
-            "Prints the verdict by name and number, the findings, the platform's last answer, whether a catalog was\n"
-            "used, the signer's names and the signer tests. The product refuses a file only for \"not trusted\" (3).\n"
-            "Exit code 0 when trusted, 1 for every other verdict.",
-            WithCommonOptions(
-                {{u"--level", true}, {u"--driver"}, {u"--pid", true}, {u"--module", true}, {u"--clsid", true}}),
-            VerifyVerb(verifiers, targets)};
+void AddVerifyVerb(Program& program, const Platform& platform, tsLib::TrustVerifiers& verifiers,
+                   LoadedModules findLoaded) {
+    CLI::App& verb = program.Add(
+        "verify", "whether a file, process, loaded module or COM server is trusted, and why",
+        "Takes one FILE, or one of --pid, --module and --clsid. Prints the verdict by name and number, the findings,\n"
+        "the platform's last answer, whether a catalog was used, the signer's names and the signer tests. The\n"
+        "product refuses a file only for \"not trusted\" (3). Exit code 0 when trusted, 1 for every other verdict.");
+    program.SetRun(verb, VerifyVerb(verb, platform, verifiers, std::move(findLoaded)));
 }
 
 }  // namespace HVR::zebdiag

@@ -1,4 +1,4 @@
-// Reading files.
+// Files and folders: reading and searching.
 #pragma once
 
 #include <cstddef>
@@ -12,26 +12,51 @@
 namespace tsLib::platform {
 
 enum class FileHandle : std::uintptr_t {};
+enum class SearchHandle : std::uintptr_t {};
+
+inline constexpr std::uint32_t kAttributeDirectory = 0x10;
+
+struct FoundEntry {
+    std::uint32_t attributes = 0;
+    std::u16string name;  // without the folder
+};
+
+// Who else may have the file open meanwhile.
+enum class FileSharing : std::uint8_t {
+    // Readers alone: while the handle is open the file can be neither written, nor renamed over, nor deleted. A file
+    // that somebody has open for writing is a SharingViolation.
+    Readers,
+    // Writers too: for a file that is read at once and judged by what was read.
+    ReadersAndWriters,
+};
 
 // Paths are full paths of any length; the implementation deals with the platform's limits. A missing file is
 // FileNotFound, a missing folder on the way PathNotFound. Outputs are untouched on failure; std::bad_alloc may be
-// thrown and nothing else.
+// thrown and nothing else. One search is used on one thread at a time.
 class Files {
 public:
     // The platform's attribute bits of a file or folder.
     virtual SystemError Attributes(const std::u16string& path, std::uint32_t& attributes) = 0;
-    // Opens an existing file for reading with read sharing only: while the handle is open the file can be neither
-    // written, nor renamed over, nor deleted. A file that somebody has open for writing is a SharingViolation.
-    virtual SystemError OpenForReading(const std::u16string& path, FileHandle& file) = 0;
+    // Opens an existing file for reading.
+    virtual SystemError OpenForReading(const std::u16string& path, FileSharing sharing, FileHandle& file) = 0;
     virtual SystemError Size(FileHandle file, std::uint64_t& bytes) = 0;
     // Reads at most buffer.size() bytes from the current position; count 0 with Success is the end of the file.
     virtual SystemError Read(FileHandle file, std::span<std::byte> buffer, std::size_t& count) = 0;
     virtual void Close(FileHandle file) noexcept = 0;
+
+    // `pattern` is a full path whose last part may hold wildcards. "*.*" finds every entry, also names without a dot,
+    // and the two entries "." and "..", in the order of the file system. FileNotFound when nothing matches,
+    // PathNotFound when the folder is missing. The caller closes the search (OwnedSearch).
+    virtual SystemError FindFirst(const std::u16string& pattern, SearchHandle& search, FoundEntry& entry) = 0;
+    // NoMoreFiles after the last entry.
+    virtual SystemError FindNext(SearchHandle search, FoundEntry& entry) = 0;
+    virtual void CloseSearch(SearchHandle search) noexcept = 0;
 
 protected:
     ~Files() = default;
 };
 
 using OwnedFile = Owned<Files, FileHandle, &Files::Close>;
+using OwnedSearch = Owned<Files, SearchHandle, &Files::CloseSearch>;
 
 }  // namespace tsLib::platform

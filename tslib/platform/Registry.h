@@ -34,10 +34,10 @@ struct RegistryValue {
     std::vector<std::byte> data;
 };
 
-// Reading. A key or value that does not exist is FileNotFound; a key without the needed access is AccessDenied.
-// Keys may be used from any thread. Operations may throw std::bad_alloc and nothing else; outputs are untouched on
-// failure.
-class RegistryReader {
+// A key or value that does not exist is FileNotFound; a key without the needed access is AccessDenied. Keys may be used
+// from any thread, and may change or go at any time: others write the registry too. Operations may throw
+// std::bad_alloc and nothing else; outputs are untouched on failure.
+class Registry {
 public:
     // Opens root\path. The caller owns the key (OwnedRegistryKey).
     virtual SystemError OpenKey(RegistryRoot root, const std::u16string& path, std::uint32_t access,
@@ -46,24 +46,40 @@ public:
                                    RegistryKey& key) = 0;
     // An empty name reads the key's default value.
     virtual SystemError ReadValue(RegistryKey key, const std::u16string& name, RegistryValue& value) = 0;
-    virtual void CloseKey(RegistryKey key) noexcept = 0;
 
-protected:
-    ~RegistryReader() = default;
-};
-
-// Writing. CreateKey makes every missing key on the way and opens what exists.
-class Registry : public RegistryReader {
-public:
+    // Makes every missing key on the way and opens what exists.
     virtual SystemError CreateKey(RegistryRoot root, const std::u16string& path, std::uint32_t access,
                                   RegistryKey& key) = 0;
     virtual SystemError WriteValue(RegistryKey key, const std::u16string& name, const RegistryValue& value) = 0;
     virtual SystemError DeleteValue(RegistryKey key, const std::u16string& name) = 0;
 
+    // The number of subkeys, and the longest name's length in characters without the terminator.
+    virtual SystemError SubkeyInfo(RegistryKey key, std::uint32_t& count, std::uint32_t& longestName) = 0;
+    // The name of subkey `index`, counted from 0. MoreData when it does not fit `capacity` characters, terminator
+    // included; NoMoreItems when there is no such index.
+    virtual SystemError SubkeyName(RegistryKey key, std::uint32_t index, std::uint32_t capacity,
+                                   std::u16string& name) = 0;
+
+    // Deletes a key with its values, in the process's own view. Each component of the path must be non-empty, since a
+    // path that names the root by accident would cost the whole hive: InvalidParameter. KeyHasChildren, and nothing is
+    // deleted, when it has subkeys. (The platform itself says AccessDenied there, which could not be told from missing
+    // rights.)
+    virtual SystemError DeleteKey(RegistryRoot root, const std::u16string& path) = 0;
+    // The same with everything below the key. A failure may leave it half deleted.
+    virtual SystemError DeleteTree(RegistryRoot root, const std::u16string& path) = 0;
+
+    // Deletes the subkey with its values and all keys below it, in the registry view that `parent` was opened with
+    // (RegDeleteTreeW on a key that was opened with kKeyWrite and kKeyRead). FileNotFound when there is no such subkey;
+    // InvalidParameter for an empty path, which the platform would take for the parent's own content. After any other
+    // failure part of the tree may be gone.
+    virtual SystemError DeleteSubkeyTree(RegistryKey parent, const std::u16string& path) = 0;
+
+    virtual void CloseKey(RegistryKey key) noexcept = 0;
+
 protected:
     ~Registry() = default;
 };
 
-using OwnedRegistryKey = Owned<RegistryReader, RegistryKey, &RegistryReader::CloseKey>;
+using OwnedRegistryKey = Owned<Registry, RegistryKey, &Registry::CloseKey>;
 
 }  // namespace tsLib::platform

@@ -6,7 +6,7 @@
 #include <span>
 #include <string>
 
-#include "tslib/platform/CatalogAdmin.h"
+#include "tslib/platform/Catalogs.h"
 
 namespace tsLib::platform {
 

@@ -1,65 +1,47 @@
 #include "tslib/verifytrust/CatalogFileHash.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <string_view>
+
+#include "tslib/Tracer.h"
+#include "tslib/platform/Digits.h"
 
 namespace tsLib {
 
-using platform::SystemError;
-
-namespace {
-
-std::u16string HexText(std::span<const std::byte> bytes) {
-    constexpr char16_t kDigits[] = u"0123456789ABCDEF";
-    std::u16string text;
-    text.reserve(bytes.size() * 2);
-    for (const std::byte byte : bytes) {
-        text += kDigits[std::to_integer<unsigned>(byte >> 4)];
-        text += kDigits[std::to_integer<unsigned>(byte & std::byte{0x0F})];
-    }
-    return text;
-}
-
-}  // namespace
-
-CatalogFileHash::CatalogFileHash(platform::Files& files, platform::CatalogHasher& hasher, const Tracer& tracer,
-                                 platform::CatalogContextHandle context, const std::u16string& path, bool sha256) {
+CatalogFileHash::CatalogFileHash(const platform::Platform& platform, const CatalogContext& context,
+                                 const std::u16string& path, bool sha256) {
     if (path.empty()) {
         return;
     }
-    platform::OwnedFile file(files);
-    error_ = files.OpenForReading(path, file.Receive());
+    const Tracer tracer(platform.trace);
+    platform::OwnedFile file(platform.files);
+    error_ = platform.files.OpenForReading(path, platform::FileSharing::Readers, file.Receive());
     if (Failed(error_)) {
         tracer.Warning(TraceEvent::CatalogFileUnopened, error_, path);
         return;
     }
-    error_ = Compute(hasher, context, file.Get(), sha256);
-    if (successful_) {
-        tag_ = HexText(bytes_);
-        path_ = path;
-    } else {
-        bytes_.clear();
-    }
-    tracer.Information(TraceEvent::CatalogHashMade, std::u16string_view(successful_ ? u"TRUE" : u"FALSE"),
-                       bytes_.size(), error_);
-}
-
-SystemError CatalogFileHash::Compute(platform::CatalogHasher& hasher, platform::CatalogContextHandle context,
-                                     platform::FileHandle file, bool sha256) {
-    const bool useSha256 = hasher.HasSha256Hash() && context != platform::CatalogContextHandle{} && sha256;
+    const bool useSha256 = sha256 && context.Acquired() && platform.catalogs.HasSha256Hash();
     const auto hash = [&](std::span<std::byte> buffer, std::uint32_t& size) {
-        return useSha256 ? hasher.Sha256Hash(context, file, buffer, size) : hasher.Hash(file, buffer, size);
+        return useSha256 ? platform.catalogs.Sha256Hash(context.Handle(), file.Get(), buffer, size)
+                         : platform.catalogs.Hash(file.Get(), buffer, size);
     };
     std::uint32_t size = 0;
-    SystemError error = hash({}, size);
-    if (size == 0) {
-        return error;
+    error_ = hash({}, size);
+    if (size != 0) {
+        bytes_.resize(size);
+        error_ = hash(bytes_, size);
+        // The second call may tell a smaller size than the first.
+        bytes_.resize(Succeeded(error_) ? std::min<std::size_t>(size, bytes_.size()) : 0);
     }
-    bytes_.resize(size);
-    error = hash(bytes_, size);
-    bytes_.resize(std::min<std::size_t>(size, bytes_.size()));
-    successful_ = Succeeded(error) && !bytes_.empty();
-    return error;
+    if (Successful()) {
+        for (const std::byte byte : bytes_) {
+            AppendHex<2>(tag_, std::to_integer<std::uint8_t>(byte));
+        }
+        path_ = path;
+    }
+    tracer.Information(TraceEvent::CatalogHashMade, std::u16string_view(Successful() ? u"TRUE" : u"FALSE"),
+                       bytes_.size(), error_);
 }
 
 }  // namespace tsLib

@@ -2,14 +2,12 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <span>
 #include <string>
 #include <vector>
 
-#include "tslib/Tracer.h"
-#include "tslib/platform/CatalogAdmin.h"
-#include "tslib/platform/Files.h"
+#include "tslib/platform/Platform.h"
+#include "tslib/verifytrust/CatalogContext.h"
 
 namespace tsLib {
 
@@ -18,10 +16,10 @@ class CatalogFileHash {
 public:
     // An empty path gives an empty, unsuccessful hash, as does every failure. The SHA-256 hash is made when it is
     // wanted, the context is acquired and the system can; otherwise the SHA-1 hash. Throws std::bad_alloc only.
-    CatalogFileHash(platform::Files& files, platform::CatalogHasher& hasher, const Tracer& tracer,
-                    platform::CatalogContextHandle context, const std::u16string& path, bool sha256);
+    CatalogFileHash(const platform::Platform& platform, const CatalogContext& context, const std::u16string& path,
+                    bool sha256);
 
-    [[nodiscard]] bool Successful() const noexcept { return successful_; }
+    [[nodiscard]] bool Successful() const noexcept { return !bytes_.empty(); }
     // Empty when not successful, as are the tag and the path.
     [[nodiscard]] std::span<const std::byte> Bytes() const noexcept { return bytes_; }
     // The member tag: the bytes in upper-case hexadecimal.
@@ -31,14 +29,10 @@ public:
     [[nodiscard]] platform::SystemError Error() const noexcept { return error_; }
 
 private:
-    platform::SystemError Compute(platform::CatalogHasher& hasher, platform::CatalogContextHandle context,
-                                  platform::FileHandle file, bool sha256);
-
     std::vector<std::byte> bytes_;
     std::u16string tag_;
     std::u16string path_;
     platform::SystemError error_ = platform::SystemError::Success;
-    bool successful_ = false;
 };
 
 }  // namespace tsLib

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "tslib/Tracer.h"
+
 namespace tsLib {
 
 using platform::CatalogHandle;
@@ -9,20 +11,21 @@ using platform::SystemError;
 
 CatalogIterator::CurrentCatalog::~CurrentCatalog() {
     if (handle_ != CatalogHandle{}) {
-        admin_.ReleaseCatalog(context_, handle_);
+        catalogs_.ReleaseCatalog(context_, handle_);
     }
 }
 
 SystemError CatalogIterator::CurrentCatalog::GoOn(std::span<const std::byte> hash) {
-    return admin_.NextCatalog(context_, hash, std::exchange(handle_, CatalogHandle{}), handle_);
+    return catalogs_.NextCatalog(context_, hash, std::exchange(handle_, CatalogHandle{}), handle_);
 }
 
-CatalogIterator::CatalogIterator(platform::CatalogAdmin& admin, const Tracer& tracer, const CatalogContext& context,
+CatalogIterator::CatalogIterator(const platform::Platform& platform, const CatalogContext& context,
                                  const CatalogFileHash& hash)
-    : current_(admin, context.Handle()) {
+    : current_(platform.catalogs, context.Handle()) {
     if (!context.Acquired() || !hash.Successful()) {
         return;
     }
+    const Tracer tracer(platform.trace);
     for (;;) {
         if (const SystemError error = current_.GoOn(hash.Bytes()); Failed(error)) {
             if (error != SystemError::NotFound) {
@@ -31,7 +34,7 @@ CatalogIterator::CatalogIterator(platform::CatalogAdmin& admin, const Tracer& tr
             return;
         }
         std::u16string path;
-        if (const SystemError error = admin.CatalogPath(current_.Get(), path); Failed(error)) {
+        if (const SystemError error = platform.catalogs.CatalogPath(current_.Get(), path); Failed(error)) {
             tracer.Error(TraceEvent::CatalogPathUnread, error);
             return;
         }
@@ -41,23 +44,24 @@ CatalogIterator::CatalogIterator(platform::CatalogAdmin& admin, const Tracer& tr
 
 namespace {
 
-bool FindOutSha256(const CatalogServices& services, const std::u16string& path) {
-    if (services.systemInfo.IsAtLeast(6, 2)) {
+bool FindOutSha256(const platform::Platform& platform, const std::u16string& path) {
+    if (platform.system.IsAtLeast(6, 2)) {
         return true;
     }
-    const CatalogContext context(services.admin, services.tracer, true);
+    const CatalogContext context(platform, true);
     if (!context.Acquired()) {
         return context.Sha256();
     }
-    const CatalogFileHash hash(services.files, services.hasher, services.tracer, context.Handle(), path, true);
-    return !hash.Successful() || !CatalogIterator(services.admin, services.tracer, context, hash).AtEnd();
+    const CatalogFileHash hash(platform, context, path, true);
+    return !hash.Successful() || !CatalogIterator(platform, context, hash).AtEnd();
 }
 
 }  // namespace
 
-bool ChooseSha256(const CatalogServices& services, platform::TrustAnswer embeddedAnswer, const std::u16string& path) {
-    const bool sha256 = FindOutSha256(services, path);
-    services.tracer.Verbose(TraceEvent::CatalogAlgorithmChosen, sha256, embeddedAnswer);
+bool ChooseSha256(const platform::Platform& platform, platform::TrustAnswer embeddedAnswer,
+                  const std::u16string& path) {
+    const bool sha256 = FindOutSha256(platform, path);
+    Tracer(platform.trace).Verbose(TraceEvent::CatalogAlgorithmChosen, sha256, embeddedAnswer);
     return sha256;
 }
 

@@ -2,14 +2,11 @@
 #pragma once
 
 #include <cstddef>
+#include <span>
 #include <string>
 #include <vector>
 
-#include "tslib/Tracer.h"
-#include "tslib/platform/CatalogAdmin.h"
-#include "tslib/platform/Files.h"
-#include "tslib/platform/SystemInfo.h"
-#include "tslib/platform/TrustProvider.h"
+#include "tslib/platform/Platform.h"
 #include "tslib/verifytrust/CatalogContext.h"
 #include "tslib/verifytrust/CatalogFileHash.h"
 
@@ -19,10 +16,9 @@ namespace tsLib {
 class CatalogIterator {
 public:
     // Empty and at its end when the context is not acquired, the hash failed or no catalog holds it; a failure on the
-    // way ends the list where it stands. Context and administrator must outlive the object, which may keep a catalog
-    // open. Throws std::bad_alloc only.
-    CatalogIterator(platform::CatalogAdmin& admin, const Tracer& tracer, const CatalogContext& context,
-                    const CatalogFileHash& hash);
+    // way ends the list where it stands. The context must outlive the object, which may keep a catalog open. Throws
+    // std::bad_alloc only.
+    CatalogIterator(const platform::Platform& platform, const CatalogContext& context, const CatalogFileHash& hash);
 
     [[nodiscard]] bool AtEnd() const noexcept { return next_ == paths_.size(); }
     // The path to try; only when not at the end.
@@ -33,8 +29,8 @@ private:
     // The catalog of the enumeration at hand. Going on gives it up to the platform, whatever comes of it.
     class CurrentCatalog {
     public:
-        CurrentCatalog(platform::CatalogAdmin& admin, platform::CatalogContextHandle context) noexcept
-            : admin_(admin), context_(context) {}
+        CurrentCatalog(platform::Catalogs& catalogs, platform::CatalogContextHandle context) noexcept
+            : catalogs_(catalogs), context_(context) {}
         CurrentCatalog(const CurrentCatalog&) = delete;
         CurrentCatalog& operator=(const CurrentCatalog&) = delete;
         ~CurrentCatalog();
@@ -42,7 +38,7 @@ private:
         [[nodiscard]] platform::CatalogHandle Get() const noexcept { return handle_; }
 
     private:
-        platform::CatalogAdmin& admin_;
+        platform::Catalogs& catalogs_;
         platform::CatalogContextHandle context_;
         platform::CatalogHandle handle_{};
     };
@@ -52,18 +48,10 @@ private:
     std::size_t next_ = 0;
 };
 
-struct CatalogServices {
-    platform::SystemInfo& systemInfo;
-    platform::CatalogAdmin& admin;
-    platform::CatalogHasher& hasher;
-    platform::Files& files;
-    Tracer tracer;
-};
-
 // Whether the file is to be looked up in SHA-256 catalogs: always from Windows 8 on; before that when a SHA-256 catalog
 // lists the file, or when that cannot be found out although the system knows such catalogs. `embeddedAnswer` is what
 // the provider said of the file itself, for the trace. Throws std::bad_alloc only.
-[[nodiscard]] bool ChooseSha256(const CatalogServices& services, platform::TrustAnswer embeddedAnswer,
+[[nodiscard]] bool ChooseSha256(const platform::Platform& platform, platform::TrustAnswer embeddedAnswer,
                                 const std::u16string& path);
 
 }  // namespace tsLib

@@ -41,13 +41,13 @@ public:
                                              std::unique_ptr<HashRecord>& record) = 0;
 };
 
-class HashProviderFactory {
+class HashProviders {
 public:
     // A provider for one verifier; null when none can be had now, and the next verification asks again. Any thread.
     [[nodiscard]] virtual std::unique_ptr<HashProvider> Create() = 0;
 
 protected:
-    ~HashProviderFactory() = default;
+    ~HashProviders() = default;
 };
 
 // A provider that knows no file.
@@ -58,7 +58,7 @@ public:
     }
 };
 
-class NullHashProviderFactory final : public HashProviderFactory {
+class NullHashProviders final : public HashProviders {
 public:
     [[nodiscard]] std::unique_ptr<HashProvider> Create() override { return std::make_unique<NullHashProvider>(); }
 };

@@ -2,6 +2,10 @@
 
 #include <algorithm>
 #include <string_view>
+#include <utility>
+
+#include "tslib/AsciiCase.h"
+#include "tslib/Tracer.h"
 
 namespace tsLib {
 
@@ -14,13 +18,8 @@ constexpr std::u16string_view kRedirectors[] = {u"\\Device\\Mup", u"\\Device\\La
 constexpr std::u16string_view kObjectManager = u"\\??\\";
 constexpr std::u16string_view kObjectManagerUnc = u"\\??\\UNC\\";
 
-constexpr char16_t Upper(char16_t unit) noexcept {
-    return unit >= u'a' && unit <= u'z' ? static_cast<char16_t>(unit - u'a' + u'A') : unit;
-}
-
 bool StartsWith(std::u16string_view text, std::u16string_view prefix) noexcept {
-    return text.size() >= prefix.size() && std::equal(prefix.begin(), prefix.end(), text.begin(),
-                                                      [](char16_t a, char16_t b) { return Upper(a) == Upper(b); });
+    return EqualsAscii(text.substr(0, prefix.size()), prefix);
 }
 
 // \Device\HarddiskVolume1 must not match \Device\HarddiskVolume10\x.
@@ -28,11 +27,7 @@ bool StartsWithElements(std::u16string_view path, std::u16string_view prefix) no
     return StartsWith(path, prefix) && (path.size() == prefix.size() || path[prefix.size()] == u'\\');
 }
 
-std::u16string Joined(std::u16string_view head, std::u16string_view tail) {
-    std::u16string text;
-    text.reserve(head.size() + tail.size());
-    return text.append(head).append(tail);
-}
+std::u16string Joined(std::u16string_view head, std::u16string_view tail) { return std::u16string(head).append(tail); }
 
 // Makes \\server\share\x of \;connection\server\share\x. Empty when no server is left.
 std::u16string UncFromRedirected(std::u16string_view rest) {
@@ -69,7 +64,8 @@ std::u16string FromNative(PathForms& forms, std::u16string_view path) {
     }
     if (StartsWith(path, kObjectManager)) {
         const std::u16string_view rest = path.substr(kObjectManager.size());
-        const bool drive = rest.size() >= 2 && Upper(rest[0]) >= u'A' && Upper(rest[0]) <= u'Z' && rest[1] == u':';
+        const bool drive =
+            rest.size() >= 2 && LowerAscii(rest[0]) >= u'a' && LowerAscii(rest[0]) <= u'z' && rest[1] == u':';
         return Joined(drive ? u"" : u"\\\\?\\", rest);
     }
     return {};
@@ -86,7 +82,9 @@ void TakeLongForm(PathForms& forms, const Tracer& tracer, std::u16string& path) 
 
 }  // namespace
 
-std::u16string NormalizePath(PathForms& forms, const Tracer& tracer, const std::u16string& path) {
+std::u16string NormalizePath(const platform::Platform& platform, const std::u16string& path) {
+    PathForms& forms = platform.pathForms;
+    const Tracer tracer(platform.trace);
     std::u16string normalized;
     if (const auto error = forms.ExpandEnvironment(path, normalized); Failed(error)) {
         tracer.Verbose(TraceEvent::TrustPathFormFailed, error, path);

@@ -3,8 +3,7 @@
 
 #include <string>
 
-#include "tslib/Tracer.h"
-#include "tslib/platform/PathForms.h"
+#include "tslib/platform/Platform.h"
 
 namespace tsLib {
 
@@ -18,7 +17,6 @@ namespace tsLib {
 //                                                                                 would be relative to a folder
 // Prefixes match in either letter case and end where a path element ends. A transformation that fails leaves the text
 // before it. Throws std::bad_alloc only.
-[[nodiscard]] std::u16string NormalizePath(platform::PathForms& forms, const Tracer& tracer,
-                                           const std::u16string& path);
+[[nodiscard]] std::u16string NormalizePath(const platform::Platform& platform, const std::u16string& path);
 
 }  // namespace tsLib

@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "tslib/Tracer.h"
-#include "tslib/platform/Clock.h"
+#include "tslib/platform/Platform.h"
 
 namespace tsLib {
 
@@ -13,14 +13,14 @@ inline constexpr std::uint32_t kSlowProviderMilliseconds = 500;
 
 // Makes the call and returns what it returns; one that took longer than 500 ms is traced with `what` and the path.
 template <class Call>
-auto TimedCall(const platform::Clock& clock, const Tracer& tracer, TraceEvent slow, std::u16string_view what,
-               std::u16string_view path, Call&& call) {
-    const std::uint32_t start = clock.TickCount();
+auto TimedCall(const platform::Platform& platform, TraceEvent slow, std::u16string_view what, std::u16string_view path,
+               Call&& call) {
+    const std::uint32_t start = platform.system.TickCount();
     auto result = call();
     // The count wraps around; the difference of unsigned numbers is right all the same.
-    const std::uint32_t elapsed = clock.TickCount() - start;
+    const std::uint32_t elapsed = platform.system.TickCount() - start;
     if (elapsed > kSlowProviderMilliseconds) {
-        tracer.Warning(slow, elapsed, what, path);
+        Tracer(platform.trace).Warning(slow, elapsed, what, path);
     }
     return result;
 }

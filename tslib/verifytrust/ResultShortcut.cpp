@@ -12,13 +12,13 @@ using platform::SystemError;
 namespace {
 
 // Only a word that was read changes the output.
-bool ReadWord(const TrustServices& services, HashProvider& provider, platform::FileHandle file,
+bool ReadWord(const platform::Platform& platform, HashProvider& provider, platform::FileHandle file,
               const ShortcutRequest& request, std::uint32_t& word) {
     const auto timed = [&](std::u16string_view what, auto&& call) {
-        return TimedCall(services.clock, services.tracer, TraceEvent::TrustHashProviderSlow, what, request.path, call);
+        return TimedCall(platform, TraceEvent::TrustHashProviderSlow, what, request.path, call);
     };
-    const auto absent = [&services](SystemError error, std::uint32_t step) {
-        services.tracer.Verbose(TraceEvent::TrustShortcutAbsent, error, step);
+    const auto absent = [&platform](SystemError error, std::uint32_t step) {
+        Tracer(platform.trace).Verbose(TraceEvent::TrustShortcutAbsent, error, step);
         return false;
     };
     std::unique_ptr<HashRecord> record;
@@ -50,21 +50,24 @@ bool WordSatisfies(std::uint32_t word, TrustLevel level, bool driverMode) noexce
     }
 }
 
-std::optional<TrustResult> VerdictFromShortcut(const TrustServices& services, HashProvider& provider,
+std::optional<TrustResult> VerdictFromShortcut(const platform::Platform& platform, HashProvider& provider,
                                                const ShortcutRequest& request, bool& systemComponent) {
     systemComponent = false;
-    platform::OwnedFile file(services.files);
-    if (const SystemError error = services.files.OpenForReading(request.path, file.Receive()); Failed(error)) {
-        services.tracer.Information(TraceEvent::TrustShortcutUnopened, error, request.path);
+    const Tracer tracer(platform.trace);
+    platform::OwnedFile file(platform.files);
+    if (const SystemError error =
+            platform.files.OpenForReading(request.path, platform::FileSharing::Readers, file.Receive());
+        Failed(error)) {
+        tracer.Information(TraceEvent::TrustShortcutUnopened, error, request.path);
         return TrustResult::FileError;
     }
     std::uint32_t word = 0;
-    if (!ReadWord(services, provider, file.Get(), request, word) || (word & kDoNotRelyOnCached) != 0) {
+    if (!ReadWord(platform, provider, file.Get(), request, word) || (word & kDoNotRelyOnCached) != 0) {
         return std::nullopt;
     }
     const auto verdict =
         WordSatisfies(word, request.level, request.driverMode) ? TrustResult::Trusted : TrustResult::NotTrusted;
-    services.tracer.Verbose(TraceEvent::TrustShortcutAnswer, word, request.level, static_cast<std::uint32_t>(verdict));
+    tracer.Verbose(TraceEvent::TrustShortcutAnswer, word, request.level, static_cast<std::uint32_t>(verdict));
     if (verdict == TrustResult::Trusted) {
         systemComponent = (word & kSystemComponent) != 0;
     } else if (request.driverMode) {

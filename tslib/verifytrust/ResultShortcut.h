@@ -5,8 +5,8 @@
 #include <string>
 
 #include "tslib/TrustResult.h"
+#include "tslib/platform/Platform.h"
 #include "tslib/verifytrust/HashProvider.h"
-#include "tslib/verifytrust/TrustServices.h"
 
 namespace tsLib {
 
@@ -21,7 +21,7 @@ struct ShortcutRequest {
 // for it or the word says that it must not be relied on, or it refuses the file in driver mode. FileError when the file
 // cannot be opened; it is held open, which keeps it from being changed, until the word is read. `systemComponent` is
 // set with Trusted alone, and cleared otherwise. Throws what the provider throws, and std::bad_alloc.
-[[nodiscard]] std::optional<TrustResult> VerdictFromShortcut(const TrustServices& services, HashProvider& provider,
+[[nodiscard]] std::optional<TrustResult> VerdictFromShortcut(const platform::Platform& platform, HashProvider& provider,
                                                              const ShortcutRequest& request, bool& systemComponent);
 
 // Whether a kept word of TrustFlags satisfies a level. In driver mode level 4 also needs kDriverVerified; the other

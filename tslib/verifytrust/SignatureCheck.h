@@ -5,8 +5,7 @@
 #include <string>
 
 #include "tslib/TrustResult.h"
-#include "tslib/platform/TrustProvider.h"
-#include "tslib/verifytrust/TrustServices.h"
+#include "tslib/platform/Platform.h"
 
 namespace tsLib {
 
@@ -24,18 +23,17 @@ struct FileCheck {
     std::int32_t revocationMode;
 };
 
-struct SignatureFinding {
-    TrustResult verdict = TrustResult::NotTrusted;
+struct SignatureFindings {
     platform::TrustAnswer platformAnswer = 0;  // the provider's last one
     std::u16string catalogPath;                // of the catalog that verified the file; empty when none did
 };
 
 // Asks for the embedded signature first; when that is refused, for each catalog that lists the file, in the
 // administrator's order, until one verifies. Level 3 consults no catalog unless the check is thorough. FileError when
-// no catalog context can be had; OutOfMemory when memory ran out on the way, whatever the provider answered.
-[[nodiscard]] SignatureFinding CheckSignature(const TrustServices& services, const FileCheck& check);
+// no catalog context can be had. Throws std::bad_alloc, which stands for OutOfMemory whatever the provider answered.
+TrustResult CheckSignature(const platform::Platform& platform, const FileCheck& check, SignatureFindings& findings);
 
-// The verdict for the provider's final answer. `memoryRanOut` goes before every answer.
-TrustResult MapAnswer(platform::TrustAnswer answer, platform::TrustProvider& provider, bool memoryRanOut);
+// The verdict for the provider's final answer.
+TrustResult MapAnswer(platform::TrustAnswer answer, platform::TrustProvider& provider);
 
 }  // namespace tsLib

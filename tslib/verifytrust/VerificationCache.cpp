@@ -1,8 +1,8 @@
 #include "tslib/verifytrust/VerificationCache.h"
 
 #include <algorithm>
-#include <iterator>
-#include <new>
+
+#include "tslib/platform/Boundary.h"
 
 namespace tsLib {
 
@@ -45,9 +45,8 @@ TrustResult VerificationCache::Lookup(std::u16string_view path, TrustLevel level
     auto result = TrustResult::FileError;
     {
         const std::lock_guard lock(mutex_);
-        Found found;
-        if (Find(hash, optionA, optionB, found)) {
-            const Queue::iterator entry = *found.place;
+        if (const auto found = Find(hash, optionA, optionB)) {
+            const Queue::iterator entry = *found->place;
             result = TrustResult::NotTrusted;
             if (Satisfies(entry->level, static_cast<std::int32_t>(level), levelConflict)) {
                 extraFlag = entry->extraFlag;
@@ -56,7 +55,7 @@ TrustResult VerificationCache::Lookup(std::u16string_view path, TrustLevel level
             if (maximum_ != 0) {
                 // Relinking the node needs no memory, so the lookup cannot fail here.
                 queue_.splice(queue_.end(), queue_, entry);
-                std::rotate(found.place, found.place + 1, found.chain->end());
+                std::rotate(found->place, found->place + 1, found->chain->end());
             }
         }
     }
@@ -76,11 +75,14 @@ TrustResult VerificationCache::Add(std::u16string_view path, TrustLevel level, s
     }
     const std::uint64_t hash = PathHash(rules_, path);
     const auto newLevel = static_cast<std::int32_t>(level);
-    try {
+    const auto memoryShort = [&] {
+        tracer_.Error(TraceEvent::CacheMemoryShort, path);
+        return TrustResult::OutOfMemory;
+    };
+    return AtBoundary(memoryShort, [&] {
         const std::lock_guard lock(mutex_);
-        Found found;
-        if (Find(hash, optionA, optionB, found)) {
-            Entry& entry = **found.place;
+        if (const auto found = Find(hash, optionA, optionB)) {
+            Entry& entry = **found->place;
             bool conflict = false;
             if (!Satisfies(entry.level, newLevel, conflict) && entry.level < 3) {
                 entry.level = newLevel;
@@ -92,13 +94,10 @@ TrustResult VerificationCache::Add(std::u16string_view path, TrustLevel level, s
         }
         Append({hash, newLevel, optionA, extraFlag, optionB});
         if (maximum_ != 0 && queue_.size() > maximum_) {
-            DropOldest();
+            DropOldest(index_.find(queue_.front().pathHash));
         }
         return TrustResult::Trusted;
-    } catch (const std::bad_alloc&) {
-        tracer_.Error(TraceEvent::CacheMemoryShort, path);
-        return TrustResult::OutOfMemory;
-    }
+    });
 }
 
 TrustResult VerificationCache::Remove(std::u16string_view path) noexcept {
@@ -109,13 +108,8 @@ TrustResult VerificationCache::Remove(std::u16string_view path) noexcept {
     const std::uint64_t hash = PathHash(rules_, path);
     {
         const std::lock_guard lock(mutex_);
-        const auto chain = index_.find(hash);
-        if (chain != index_.end()) {
-            queue_.erase(chain->second.front());
-            chain->second.erase(chain->second.begin());
-            if (chain->second.empty()) {
-                index_.erase(chain);
-            }
+        if (const auto chain = index_.find(hash); chain != index_.end()) {
+            DropOldest(chain);
             return TrustResult::Trusted;
         }
     }
@@ -133,7 +127,7 @@ TrustResult VerificationCache::Clear() noexcept {
 TrustResult VerificationCache::SetMaximum(std::uint32_t count) noexcept {
     const std::lock_guard lock(mutex_);
     while (queue_.size() > count) {
-        DropOldest();
+        DropOldest(index_.find(queue_.front().pathHash));
     }
     maximum_ = count;
     return TrustResult::Trusted;
@@ -144,43 +138,36 @@ std::uint32_t VerificationCache::GetMaximum() noexcept {
     return maximum_;
 }
 
-bool VerificationCache::Find(std::uint64_t hash, std::uint8_t optionA, std::int32_t optionB, Found& found) noexcept {
+std::optional<VerificationCache::Found> VerificationCache::Find(std::uint64_t hash, std::uint8_t optionA,
+                                                                std::int32_t optionB) noexcept {
     const auto chain = index_.find(hash);
     if (chain == index_.end()) {
-        return false;
+        return std::nullopt;
     }
     const auto place =
         std::find_if(chain->second.begin(), chain->second.end(), [optionA, optionB](const Queue::iterator& entry) {
             return entry->optionA == optionA && entry->optionB == optionB;
         });
-    found = {&chain->second, place};
-    return place != chain->second.end();
+    return place == chain->second.end() ? std::nullopt : std::optional<Found>({&chain->second, place});
 }
 
-// All memory is taken before the store changes in a way that can be seen.
+// All memory is taken before the store changes.
 void VerificationCache::Append(const Entry& entry) {
-    Queue node;
-    node.push_back(entry);
-    const auto chain = index_.try_emplace(entry.pathHash).first;
-    try {
+    Queue node{entry};
+    if (const auto chain = index_.find(entry.pathHash); chain != index_.end()) {
         chain->second.push_back(node.begin());
-    } catch (...) {
-        if (chain->second.empty()) {
-            index_.erase(chain);
-        }
-        throw;
+    } else {
+        index_.try_emplace(entry.pathHash, Chain{node.begin()});
     }
     queue_.splice(queue_.end(), node);
 }
 
-// The oldest entry of all is also the first of its chain.
-void VerificationCache::DropOldest() noexcept {
-    const auto chain = index_.find(queue_.front().pathHash);
+void VerificationCache::DropOldest(Index::iterator chain) noexcept {
+    queue_.erase(chain->second.front());
     chain->second.erase(chain->second.begin());
     if (chain->second.empty()) {
         index_.erase(chain);
     }
-    queue_.pop_front();
 }
 
 }  // namespace tsLib

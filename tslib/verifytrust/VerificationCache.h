@@ -1,10 +1,10 @@
 // Which files were found trusted, and at which level, for the life of the process.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <list>
 #include <mutex>
+#include <optional>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
@@ -23,7 +23,8 @@ namespace tsLib {
 // empty path (or a null one) and a zero level give InvalidArgument. When memory runs out the store stays as it was.
 class VerificationCache {
 public:
-    VerificationCache(platform::TextRules& rules, Tracer tracer) noexcept : rules_(rules), tracer_(tracer) {}
+    VerificationCache(platform::TextRules& rules, platform::TraceOutput& trace) noexcept
+        : rules_(rules), tracer_(trace) {}
     VerificationCache(const VerificationCache&) = delete;
     VerificationCache& operator=(const VerificationCache&) = delete;
 
@@ -55,21 +56,23 @@ private:
         std::int32_t optionB;
     };
     using Queue = std::list<Entry>;
-    using Chain = std::vector<Queue::iterator>;  // the entries of one path hash, in queue order
+    using Chain = std::vector<Queue::iterator>;              // the entries of one path hash, in queue order
+    using Index = std::unordered_map<std::uint64_t, Chain>;  // no chain is ever empty
 
     struct Found {
         Chain* chain;
         Chain::iterator place;
     };
-    [[nodiscard]] bool Find(std::uint64_t hash, std::uint8_t optionA, std::int32_t optionB, Found& found) noexcept;
+    [[nodiscard]] std::optional<Found> Find(std::uint64_t hash, std::uint8_t optionA, std::int32_t optionB) noexcept;
     void Append(const Entry& entry);
-    void DropOldest() noexcept;
+    // Drops the first entry of a chain; that of the queue's first entry begins with it.
+    void DropOldest(Index::iterator chain) noexcept;
 
     platform::TextRules& rules_;
     Tracer tracer_;
     std::mutex mutex_;
     Queue queue_;
-    std::unordered_map<std::uint64_t, Chain> index_;  // no chain is ever empty
+    Index index_;
     std::uint32_t maximum_ = 0;
 };
 

@@ -1,9 +1,10 @@
 #include "tslib/verifytrust/VerifyFile.h"
 
 #include <cstddef>
-#include <memory>
-#include <span>
-#include <utility>
+#include <vector>
+
+#include "tslib/IVerifyTrust.h"
+#include "tslib/Tracer.h"
 
 namespace tsLib {
 
@@ -11,8 +12,7 @@ using platform::SystemError;
 
 namespace {
 
-TrustResult JudgeSigner(const TrustServices& services, const FileCheck& check, bool wantSubject,
-                        FileFindings& findings) {
+TrustResult CheckSigner(const platform::Platform& platform, const FileCheck& check, FileFindings& findings) {
     const bool throughCatalog = !findings.catalogPath.empty();
     if (throughCatalog) {
         findings.flags |= kThroughCatalog;
@@ -20,65 +20,59 @@ TrustResult JudgeSigner(const TrustServices& services, const FileCheck& check, b
     // A catalog is opened in the form of an embedded signature, too. A platform that does not take its content for one
     // leaves the signer of such a file unknown.
     const std::u16string& signedFile = throughCatalog ? findings.catalogPath : check.path;
-    platform::OwnedSignature signature(services.signatures);
-    if (const SystemError error = services.signatures.Open(signedFile, signature.Receive()); Failed(error)) {
-        services.tracer.Error(TraceEvent::TrustSignatureUnopened, error, signedFile);
+    const Tracer tracer(platform.trace);
+    const auto fails = [&](TraceEvent event, SystemError error) {
+        if (Failed(error)) {
+            tracer.Error(event, error, signedFile);
+        }
+        return Failed(error);
+    };
+    platform::Signatures& signatures = platform.signatures;
+    platform::OwnedSignature signature(signatures);
+    if (fails(TraceEvent::TrustSignatureUnopened, signatures.Open(signedFile, signature.Receive()))) {
         return TrustResult::CannotDetermine;
     }
     findings.flags |= kSignatureOpened;
 
     std::uint32_t size = 0;
-    SystemError error = services.signatures.SignerInfoSize(signature.Get(), size);
-    if (Failed(error) || size == 0) {
-        services.tracer.Error(TraceEvent::TrustSignerUnread, error, signedFile);
+    if (fails(TraceEvent::TrustSignerUnread, signatures.SignerInfoSize(signature.Get(), size)) || size == 0) {
         return TrustResult::CannotDetermine;
     }
-    const auto bytes = std::make_unique_for_overwrite<std::byte[]>(size);
-    const std::span<std::byte> signerInfo(bytes.get(), size);
-    error = services.signatures.SignerInfo(signature.Get(), signerInfo);
-    if (Failed(error)) {
-        services.tracer.Error(TraceEvent::TrustSignerUnread, error, signedFile);
+    std::vector<std::byte> signerInfo(size);
+    if (fails(TraceEvent::TrustSignerUnread, signatures.SignerInfo(signature.Get(), signerInfo))) {
         return TrustResult::CannotDetermine;
     }
-
-    platform::OwnedCertificate certificate(services.signatures);
-    error = services.signatures.FindSignerCertificate(signature.Get(), signerInfo, certificate.Receive());
-    if (Failed(error)) {
-        services.tracer.Error(TraceEvent::TrustSignerNotFound, error, signedFile);
+    platform::OwnedCertificate certificate(signatures);
+    if (fails(TraceEvent::TrustSignerNotFound,
+              signatures.FindSignerCertificate(signature.Get(), signerInfo, certificate.Receive()))) {
         return TrustResult::CannotDetermine;
     }
     findings.flags |= kSignerFound;
 
-    SignerTests tests(services.certificates, services.textRules, services.tracer);
-    if (wantSubject) {
-        findings.subject = tests.ReadSubject(certificate.Get());
-    }
-    const TrustResult verdict = tests.Judge(certificate.Get(), check.level, check.driverMode, findings.flags);
-    services.tracer.Information(TraceEvent::TrustSignerJudged, findings.flags, check.level,
-                                static_cast<std::uint32_t>(verdict));
+    findings.subject = ReadSubject(signatures, certificate.Get());
+    const TrustResult verdict =
+        JudgeSigner(platform, certificate.Get(), findings.subject, check.level, check.driverMode, findings.flags);
+    tracer.Information(TraceEvent::TrustSignerJudged, findings.flags, check.level, static_cast<std::uint32_t>(verdict));
     return verdict;
 }
 
 }  // namespace
 
-TrustResult VerifyFile(const TrustServices& services, const FileCheck& check, bool wantSubject,
-                       FileFindings& findings) {
+TrustResult VerifyFile(const platform::Platform& platform, const FileCheck& check, FileFindings& findings) {
     std::uint32_t attributes = 0;
-    if (const SystemError error = services.files.Attributes(check.path, attributes); Failed(error)) {
-        services.tracer.Information(TraceEvent::TrustFileNotFound, error, check.path);
+    if (const SystemError error = platform.files.Attributes(check.path, attributes); Failed(error)) {
+        Tracer(platform.trace).Information(TraceEvent::TrustFileNotFound, error, check.path);
         return TrustResult::FileError;
     }
-    SignatureFinding signature = CheckSignature(services, check);
-    findings.platformAnswer = signature.platformAnswer;
-    findings.catalogPath = std::move(signature.catalogPath);
-    const bool refused = signature.verdict != TrustResult::Trusted;
-    if (signature.verdict == TrustResult::OutOfMemory || (refused && !check.thorough)) {
-        return signature.verdict;
+    const TrustResult signature = CheckSignature(platform, check, findings);
+    const bool refused = signature != TrustResult::Trusted;
+    if (refused && !check.thorough) {
+        return signature;
     }
-    const TrustResult signer = JudgeSigner(services, check, wantSubject, findings);
+    const TrustResult signer = CheckSigner(platform, check, findings);
     const bool keepsSignatureVerdict =
         signer == TrustResult::Trusted || (refused && signer == TrustResult::CannotDetermine);
-    return keepsSignatureVerdict ? signature.verdict : signer;
+    return keepsSignatureVerdict ? signature : signer;
 }
 
 }  // namespace tsLib

@@ -1,9 +1,6 @@
 #include "tslib/verifytrust/tsVerifyTrustImpl.h"
 
-#include <algorithm>
 #include <cstddef>
-#include <new>
-#include <optional>
 #include <string_view>
 
 #include "tslib/verifytrust/NormalizedPath.h"
@@ -33,24 +30,29 @@ bool IsOrdinaryRefusal(TrustResult verdict) noexcept {
     }
 }
 
+bool IsSystemComponent(TrustResult verdict, const FileFindings& findings) noexcept {
+    return verdict == TrustResult::Trusted && (findings.flags & kSystemComponent) != 0;
+}
+
 }  // namespace
 
-tsVerifyTrustImpl::tsVerifyTrustImpl(const TrustServices& services, TrustProcessState& process,
-                                     const VerifierOptions& options) noexcept
-    : services_(services),
-      process_(process),
+tsVerifyTrustImpl::tsVerifyTrustImpl(TrustContext& context, const VerifierOptions& options) noexcept
+    : context_(context),
+      platform_(context.platform),
+      tracer_(context.platform.trace),
       initial_(options),
       alternatePolicy_(options.alternatePolicy),
       useFileCache_(options.useFileCache),
       useResultShortcut_(options.useResultShortcut),
       providerMode2_(options.providerMode2) {}
 
-TrustResult tsVerifyTrustImpl::Traced(TrustResult verdict, TrustLevel level, std::u16string_view path) noexcept {
+TrustResult tsVerifyTrustImpl::Traced(TrustResult verdict, TrustLevel level, const char16_t* path) const noexcept {
     const auto number = static_cast<std::uint32_t>(verdict);
+    const std::u16string_view text = path == nullptr ? std::u16string_view() : path;
     if (IsOrdinaryRefusal(verdict)) {
-        services_.tracer.Verbose(TraceEvent::TrustRefused, number, level, path);
+        tracer_.Verbose(TraceEvent::TrustRefused, number, level, text);
     } else if (verdict != TrustResult::Trusted) {
-        services_.tracer.Error(TraceEvent::TrustRefused, number, level, path);
+        tracer_.Error(TraceEvent::TrustRefused, number, level, text);
     }
     return verdict;
 }
@@ -58,13 +60,13 @@ TrustResult tsVerifyTrustImpl::Traced(TrustResult verdict, TrustLevel level, std
 std::uint32_t tsVerifyTrustImpl::Initialize(bool loadSettings) noexcept {
     ResetSettings();
     if (loadSettings) {
-        SetAlternatePolicyOption(services_.policy == nullptr || services_.policy->IsAlternateTrustPolicy());
+        SetAlternatePolicyOption(!context_.policy || context_.policy->IsAlternateTrustPolicy());
     }
-    try {
-        (void)EnsureHashProvider();
-    } catch (...) {
-        services_.tracer.Warning(TraceEvent::TrustNoHashProvider);
-    }
+    const auto without = [this]() -> HashProvider* {
+        tracer_.Warning(TraceEvent::TrustNoHashProvider);
+        return nullptr;
+    };
+    (void)AtBoundary(without, [this] { return EnsureHashProvider(); });
     return 1;
 }
 
@@ -78,7 +80,7 @@ void tsVerifyTrustImpl::ResetSettings() noexcept {
 HashProvider* tsVerifyTrustImpl::EnsureHashProvider() {
     const std::lock_guard lock(hashProviderMutex_);
     if (hashProvider_ == nullptr) {
-        hashProvider_ = services_.hashProviders.Create();
+        hashProvider_ = context_.hashProviders.Create();
     }
     return hashProvider_.get();
 }
@@ -87,63 +89,61 @@ std::int32_t tsVerifyTrustImpl::RevocationMode() const noexcept {
     return alternatePolicy_ ? kRevocationNone : kRevocationWholeChain;
 }
 
-TrustResult tsVerifyTrustImpl::VerifyFully(const std::u16string& path, TrustLevel level, bool driverMode, bool thorough,
-                                           bool wantSubject, FileFindings& findings) {
-    const FileCheck check{path, level, driverMode, thorough, RevocationMode()};
-    return tsLib::VerifyFile(services_, check, wantSubject, findings);
-}
-
 TrustResult tsVerifyTrustImpl::Verify(const char16_t* path, TrustLevel level, bool driverMode, bool& systemComponent) {
     if (IsAbsent(path, level)) {
         return TrustResult::InvalidArgument;
     }
-    const std::u16string normalized = NormalizePath(services_.pathForms, services_.tracer, path);
+    const std::u16string normalized = NormalizePath(platform_, path);
     HashProvider* const provider = EnsureHashProvider();
     if (useResultShortcut_ && provider != nullptr && level != 5) {
         const auto mode = providerMode2_ ? HashResultMode::Mode2 : HashResultMode::Mode1;
-        const auto verdict =
-            VerdictFromShortcut(services_, *provider, {normalized, level, driverMode, mode}, systemComponent);
-        if (verdict) {
+        if (const auto verdict =
+                VerdictFromShortcut(platform_, *provider, {normalized, level, driverMode, mode}, systemComponent)) {
             return *verdict;
         }
     }
-    const bool useFileCache = useFileCache_;
-    const std::uint8_t optionA = driverMode ? 1 : 0;
-    const std::int32_t optionB = RevocationMode();
-    if (useFileCache) {
-        std::uint8_t extraFlag = 0;
-        bool conflict = false;
-        const TrustResult kept = process_.cache.Lookup(normalized, level, optionA, extraFlag, optionB, conflict);
-        services_.tracer.Verbose(TraceEvent::TrustCacheAnswer, static_cast<std::uint32_t>(kept), level, conflict,
-                                 normalized);
-        // An entry that does not satisfy the level refuses, also where the levels are not comparable.
-        if (kept == TrustResult::Trusted || kept == TrustResult::NotTrusted) {
-            systemComponent = extraFlag != 0;
-            return kept;
-        }
+    const FileCheck check{normalized, level, driverMode, false, RevocationMode()};
+    return useFileCache_ ? VerifyThroughCache(check, systemComponent) : VerifyWithoutCache(check, systemComponent);
+}
+
+TrustResult tsVerifyTrustImpl::VerifyThroughCache(const FileCheck& check, bool& systemComponent) {
+    const std::uint8_t optionA = check.driverMode ? 1 : 0;
+    const std::int32_t optionB = check.revocationMode;
+    std::uint8_t extraFlag = 0;
+    bool conflict = false;
+    TrustResult kept = context_.cache.Lookup(check.path, check.level, optionA, extraFlag, optionB, conflict);
+    tracer_.Verbose(TraceEvent::TrustCacheAnswer, static_cast<std::uint32_t>(kept), check.level, conflict, check.path);
+    // An entry that does not satisfy the level refuses, also where the levels are not comparable.
+    if (kept == TrustResult::Trusted || kept == TrustResult::NotTrusted) {
+        systemComponent = extraFlag != 0;
+        return kept;
     }
-    FileFindings findings;
-    const FileCheck check{normalized, level, driverMode, false, optionB};
-    const TrustResult verdict = tsLib::VerifyFile(services_, check, false, findings);
-    systemComponent = verdict == TrustResult::Trusted && (findings.flags & kSystemComponent) != 0;
-    if (verdict == TrustResult::Trusted && useFileCache) {
-        const TrustResult kept =
-            process_.cache.Add(normalized, systemComponent ? 4 : level, optionA, systemComponent ? 1 : 0, optionB);
+    const TrustResult verdict = VerifyWithoutCache(check, systemComponent);
+    if (verdict == TrustResult::Trusted) {
+        kept = context_.cache.Add(check.path, systemComponent ? 4 : check.level, optionA, systemComponent ? 1 : 0,
+                                  optionB);
         if (kept != TrustResult::Trusted) {
-            services_.tracer.Warning(TraceEvent::TrustCacheNotKept, static_cast<std::uint32_t>(kept), normalized);
+            tracer_.Warning(TraceEvent::TrustCacheNotKept, static_cast<std::uint32_t>(kept), check.path);
         }
     }
+    return verdict;
+}
+
+TrustResult tsVerifyTrustImpl::VerifyWithoutCache(const FileCheck& check, bool& systemComponent) const {
+    FileFindings findings;
+    const TrustResult verdict = tsLib::VerifyFile(platform_, check, findings);
+    systemComponent = IsSystemComponent(verdict, findings);
     return verdict;
 }
 
 TrustResult tsVerifyTrustImpl::VerifyFile(const char16_t* path, TrustLevel level, bool driverMode,
                                           bool* systemComponent) noexcept {
     bool component = false;
-    const TrustResult verdict = Guarded([&] { return Verify(path, level, driverMode, component); });
+    const TrustResult verdict = AtVerdictBoundary([&] { return Verify(path, level, driverMode, component); });
     if (systemComponent != nullptr) {
         *systemComponent = component && verdict == TrustResult::Trusted;
     }
-    return Traced(verdict, level, path == nullptr ? std::u16string_view() : std::u16string_view(path));
+    return Traced(verdict, level, path);
 }
 
 TrustResult tsVerifyTrustImpl::VerifyFile(const char* path, TrustLevel level, bool driverMode,
@@ -151,20 +151,19 @@ TrustResult tsVerifyTrustImpl::VerifyFile(const char* path, TrustLevel level, bo
     if (systemComponent != nullptr) {
         *systemComponent = false;
     }
-    if (path == nullptr) {
-        return Traced(TrustResult::InvalidArgument, level, {});
-    }
     std::u16string wide;
-    const TrustResult converted = Guarded([&] {
-        const SystemError error = services_.textRules.FromNarrow(path, wide);
-        if (Failed(error)) {
-            services_.tracer.Warning(TraceEvent::TrustNarrowPathRefused, error);
+    const TrustResult converted = AtVerdictBoundary([&] {
+        if (path == nullptr) {
             return TrustResult::InvalidArgument;
         }
-        return TrustResult::Trusted;
+        const SystemError error = platform_.textRules.FromNarrow(path, wide);
+        if (Failed(error)) {
+            tracer_.Warning(TraceEvent::TrustNarrowPathRefused, error);
+        }
+        return Failed(error) ? TrustResult::InvalidArgument : TrustResult::Trusted;
     });
     return converted == TrustResult::Trusted ? VerifyFile(wide.c_str(), level, driverMode, systemComponent)
-                                             : Traced(converted, level, {});
+                                             : Traced(converted, level, nullptr);
 }
 
 TrustResult tsVerifyTrustImpl::VerifyFile(const char16_t* path, TrustLevel level) noexcept {
@@ -186,33 +185,33 @@ TrustResult tsVerifyTrustImpl::VerifyFile(const char* path, bool driverMode) noe
     return VerifyFile(path, kProductTrustLevel, driverMode, nullptr);
 }
 
+TrustResult tsVerifyTrustImpl::VerifyFully(const char16_t* path, TrustLevel level, bool driverMode, bool thorough,
+                                           FileFindings& findings) const {
+    if (IsAbsent(path, level)) {
+        return TrustResult::InvalidArgument;
+    }
+    const std::u16string normalized = NormalizePath(platform_, path);
+    return tsLib::VerifyFile(platform_, {normalized, level, driverMode, thorough, RevocationMode()}, findings);
+}
+
 TrustResult tsVerifyTrustImpl::VerifyFileThorough(const char16_t* path, TrustLevel level) noexcept {
-    const TrustResult verdict = Guarded([&] {
-        if (IsAbsent(path, level)) {
-            return TrustResult::InvalidArgument;
-        }
+    const TrustResult verdict = AtVerdictBoundary([&] {
         FileFindings findings;
-        return VerifyFully(NormalizePath(services_.pathForms, services_.tracer, path), level, false, true, false,
-                           findings);
+        return VerifyFully(path, level, false, true, findings);
     });
-    return Traced(verdict, level, path == nullptr ? std::u16string_view() : std::u16string_view(path));
+    return Traced(verdict, level, path);
 }
 
 TrustResult tsVerifyTrustImpl::DescribeFile(const char16_t* path, TrustLevel level, bool driverMode, bool thorough,
                                             TrustReport* report) noexcept {
     if (report == nullptr || report->size != sizeof(TrustReport)) {
-        return Traced(TrustResult::InvalidArgument, level, {});
+        return Traced(TrustResult::InvalidArgument, level, path);
     }
     *report = {};
     report->size = sizeof(TrustReport);
     FileFindings findings;
-    const TrustResult verdict = Guarded([&] {
-        if (IsAbsent(path, level)) {
-            return TrustResult::InvalidArgument;
-        }
-        return VerifyFully(NormalizePath(services_.pathForms, services_.tracer, path), level, driverMode, thorough,
-                           true, findings);
-    });
+    const TrustResult verdict =
+        AtVerdictBoundary([&] { return VerifyFully(path, level, driverMode, thorough, findings); });
     const auto copy = []<std::size_t size>(std::u16string_view text, char16_t(&to)[size]) {
         to[text.copy(to, size - 1)] = u'\0';
     };
@@ -223,7 +222,7 @@ TrustResult tsVerifyTrustImpl::DescribeFile(const char16_t* path, TrustLevel lev
     };
     report->flags = findings.flags;
     report->platformAnswer = findings.platformAnswer;
-    report->systemComponent = verdict == TrustResult::Trusted && (findings.flags & kSystemComponent) != 0 ? 1 : 0;
+    report->systemComponent = IsSystemComponent(verdict, findings) ? 1 : 0;
     copy(findings.catalogPath, report->catalogPath);
     copyName(SignerAttribute::CommonName, report->commonName);
     copyName(SignerAttribute::OrganizationalUnit, report->organizationalUnit);
@@ -231,7 +230,7 @@ TrustResult tsVerifyTrustImpl::DescribeFile(const char16_t* path, TrustLevel lev
     copyName(SignerAttribute::Locality, report->locality);
     copyName(SignerAttribute::State, report->state);
     copyName(SignerAttribute::Country, report->country);
-    return Traced(verdict, level, path == nullptr ? std::u16string_view() : std::u16string_view(path));
+    return Traced(verdict, level, path);
 }
 
 }  // namespace tsLib

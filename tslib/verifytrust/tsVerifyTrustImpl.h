@@ -2,16 +2,17 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 #include <memory>
 #include <mutex>
-#include <new>
 #include <string>
 
 #include "tslib/IVaneBaseImpl.h"
 #include "tslib/IVerifyTrust.h"
+#include "tslib/Tracer.h"
+#include "tslib/platform/Boundary.h"
 #include "tslib/verifytrust/HashProvider.h"
-#include "tslib/verifytrust/TrustProcessState.h"
-#include "tslib/verifytrust/TrustServices.h"
+#include "tslib/verifytrust/TrustContext.h"
 #include "tslib/verifytrust/VerifyFile.h"
 
 namespace tsLib {
@@ -26,8 +27,7 @@ struct VerifierOptions {
 
 class tsVerifyTrustImpl : public IVaneBaseImpl<CVaneThreadSafeRefCount, IVerifyTrust, kIVerifyTrustId> {
 public:
-    tsVerifyTrustImpl(const TrustServices& services, TrustProcessState& process,
-                      const VerifierOptions& options) noexcept;
+    tsVerifyTrustImpl(TrustContext& context, const VerifierOptions& options) noexcept;
 
     std::uint32_t Initialize(bool loadSettings) noexcept override;
     void ResetSettings() noexcept override;
@@ -55,21 +55,29 @@ public:
     TrustResult VerifyFile(const char* path, bool driverMode) noexcept override;
 
 private:
-    // The boundary: what a body throws becomes a verdict.
+    // The boundary of an operation that answers a verdict.
     template <class Body>
-    TrustResult Guarded(Body&& body) noexcept;
-    TrustResult Traced(TrustResult verdict, TrustLevel level, std::u16string_view path) noexcept;
+    TrustResult AtVerdictBoundary(Body&& body) const noexcept;
+    // Returns the verdict. A null path is an empty one.
+    TrustResult Traced(TrustResult verdict, TrustLevel level, const char16_t* path) const noexcept;
+    // Verifies the file whose path `find` puts out; FileError when it answers false, and has traced why.
+    template <class Find>
+    TrustResult VerifyFound(TrustLevel level, Find&& find) noexcept;
+    [[nodiscard]] bool FindProcess(std::uint32_t processId, std::u16string& path) const;
 
+    // The full form, with its shortcuts and without its boundary.
     TrustResult Verify(const char16_t* path, TrustLevel level, bool driverMode, bool& systemComponent);
-    TrustResult VerifyFully(const std::u16string& path, TrustLevel level, bool driverMode, bool thorough,
-                            bool wantSubject, FileFindings& findings);
-    platform::SystemError ProcessPath(std::uint32_t processId, std::u16string& path);
-    platform::SystemError ComServerPath(const std::u16string& classId, std::u16string& path);
+    TrustResult VerifyThroughCache(const FileCheck& check, bool& systemComponent);
+    TrustResult VerifyWithoutCache(const FileCheck& check, bool& systemComponent) const;
+    // The full check alone.
+    TrustResult VerifyFully(const char16_t* path, TrustLevel level, bool driverMode, bool thorough,
+                            FileFindings& findings) const;
     HashProvider* EnsureHashProvider();
     [[nodiscard]] std::int32_t RevocationMode() const noexcept;
 
-    const TrustServices services_;
-    TrustProcessState& process_;
+    TrustContext& context_;
+    const platform::Platform& platform_;
+    Tracer tracer_;
     const VerifierOptions initial_;
     std::atomic<bool> alternatePolicy_;
     std::atomic<bool> useFileCache_;
@@ -80,15 +88,12 @@ private:
 };
 
 template <class Body>
-TrustResult tsVerifyTrustImpl::Guarded(Body&& body) noexcept {
-    try {
-        return body();
-    } catch (const std::bad_alloc&) {
-        return TrustResult::OutOfMemory;
-    } catch (...) {
-        services_.tracer.Error(TraceEvent::TrustUnexpectedFailure);
+TrustResult tsVerifyTrustImpl::AtVerdictBoundary(Body&& body) const noexcept {
+    const auto unexpected = [this] {
+        tracer_.Error(TraceEvent::TrustUnexpectedFailure);
         return TrustResult::CannotDetermine;
-    }
+    };
+    return AtBoundary(TrustResult::OutOfMemory, unexpected, body);
 }
 
 }  // namespace tsLib

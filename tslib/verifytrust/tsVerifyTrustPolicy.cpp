@@ -1,8 +1,7 @@
 #include "tslib/verifytrust/tsVerifyTrustPolicy.h"
 
-#include <cstring>
-
 #include "tslib/RegistryText.h"
+#include "tslib/platform/Boundary.h"
 
 namespace tsLib {
 
@@ -17,31 +16,22 @@ constexpr const char16_t* kTrustPolicy = u"TrustPolicy";
 }  // namespace
 
 bool tsVerifyTrustPolicy::IsAlternateTrustPolicy() noexcept {
-    using Policy = TrustProcessState::Policy;
-    const Policy known = state_.alternatePolicy.load(std::memory_order_relaxed);
-    if (known != Policy::Unread) {
-        return known == Policy::On;
+    const Known known = known_.load(std::memory_order_relaxed);
+    if (known != Known::Unread) {
+        return known == Known::On;
     }
     bool on = true;
-    auto error = SystemError::InternalError;
-    try {
-        error = Read(on);
-    } catch (...) {
-    }
+    const SystemError error = AtBoundary(SystemError::InternalError, [&] { return Read(on); });
     if (Failed(error)) {
         tracer_.Information(TraceEvent::TrustPolicyUnread, error);
         return true;
     }
-    state_.alternatePolicy.store(on ? Policy::On : Policy::Off, std::memory_order_relaxed);
+    known_.store(on ? Known::On : Known::Off, std::memory_order_relaxed);
     return on;
 }
 
 bool tsVerifyTrustPolicy::SetAlternateTrustPolicy(bool on) noexcept {
-    auto error = SystemError::InternalError;
-    try {
-        error = Write(on);
-    } catch (...) {
-    }
+    const SystemError error = AtBoundary(SystemError::InternalError, [&] { return Write(on); });
     if (Failed(error)) {
         tracer_.Error(TraceEvent::TrustPolicyUnwritten, error);
     }
@@ -49,7 +39,7 @@ bool tsVerifyTrustPolicy::SetAlternateTrustPolicy(bool on) noexcept {
 }
 
 bool tsVerifyTrustPolicy::KeyPath(std::u16string& path) {
-    if (!settings_.Root(path)) {
+    if (!isolation_.Root(path)) {
         return false;
     }
     path += kSubkey;
@@ -63,7 +53,7 @@ SystemError tsVerifyTrustPolicy::Read(bool& on) {
     }
     platform::OwnedRegistryKey key(registry_);
     SystemError error = registry_.OpenKey(platform::RegistryRoot::LocalMachine, path,
-                                          platform::kKeyRead | settings_.RegistryViewFlag(), key.Receive());
+                                          platform::kKeyRead | isolation_.RegistryViewFlag(), key.Receive());
     std::uint32_t number = 0;
     if (Succeeded(error)) {
         error = ReadDword(registry_, key.Get(), kAlternateTrustPolicy, number);
@@ -80,19 +70,15 @@ SystemError tsVerifyTrustPolicy::Write(bool on) {
         return SystemError::PathNotFound;
     }
     platform::OwnedRegistryKey key(registry_);
-    const std::uint32_t access = platform::kKeyWrite | settings_.RegistryViewFlag();
-    if (!on) {
-        const SystemError error = registry_.OpenKey(platform::RegistryRoot::LocalMachine, path, access, key.Receive());
-        return Failed(error) ? error : registry_.DeleteValue(key.Get(), kTrustPolicy);
-    }
-    const SystemError error = registry_.CreateKey(platform::RegistryRoot::LocalMachine, path, access, key.Receive());
+    const std::uint32_t access = platform::kKeyWrite | isolation_.RegistryViewFlag();
+    constexpr auto kRoot = platform::RegistryRoot::LocalMachine;
+    const SystemError error = on ? registry_.CreateKey(kRoot, path, access, key.Receive())
+                                 : registry_.OpenKey(kRoot, path, access, key.Receive());
     if (Failed(error)) {
         return error;
     }
-    constexpr std::uint32_t kOn = 1;
-    platform::RegistryValue value{platform::kValueDword, std::vector<std::byte>(sizeof(kOn))};
-    std::memcpy(value.data.data(), &kOn, sizeof(kOn));
-    return registry_.WriteValue(key.Get(), kAlternateTrustPolicy, value);
+    return on ? registry_.WriteValue(key.Get(), kAlternateTrustPolicy, DwordValue(1))
+              : registry_.DeleteValue(key.Get(), kTrustPolicy);
 }
 
 }  // namespace tsLib

@@ -4,9 +4,16 @@
 
 namespace tsLib {
 
-IVerifyTrust* CreateTrustVerifierStatic(const TrustServices& services, TrustProcessState& process,
-                                        const VerifierOptions& options) noexcept {
-    return new (std::nothrow) tsVerifyTrustImpl(services, process, options);
+IVerifyTrust* CreateTrustVerifierStatic(TrustContext& context, const VerifierOptions& options) noexcept {
+    return new (std::nothrow) tsVerifyTrustImpl(context, options);
+}
+
+IVerifyTrust* TrustContext::Create() noexcept { return CreateTrustVerifierStatic(*this); }
+
+ComponentModule::Entry VerifierComponent(TrustContext& context) {
+    return {kTrustVerifierObjectId, [&context](ModuleObjectCount& count) -> IVaneBase* {
+                return MakeCounted<tsVerifyTrustImpl>(count, context, VerifierOptions{});
+            }};
 }
 
 }  // namespace tsLib

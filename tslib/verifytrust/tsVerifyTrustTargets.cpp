@@ -10,118 +10,110 @@ using platform::SystemError;
 
 namespace {
 
-// Of a path, terminator included.
+// Of a path, in characters with its terminator.
 constexpr std::size_t kLongestPath = 32768;
 constexpr std::size_t kModulePathCapacity = 260;
-constexpr std::size_t kComServerPathCapacity = 260;
+// Of a COM server's registered path, in bytes with its terminator.
+constexpr std::size_t kComServerBytes = 520;
 
-SystemError ReadServer(platform::RegistryReader& registry, const std::u16string& key, std::u16string& path) {
+SystemError ReadServer(platform::Registry& registry, const std::u16string& key, std::u16string& path) {
     platform::OwnedRegistryKey opened(registry);
     SystemError error =
         registry.OpenKey(platform::RegistryRoot::ClassesRoot, key, platform::kKeyRead, opened.Receive());
-    std::u16string text;
     if (Succeeded(error)) {
-        error = ReadText(registry, opened.Get(), {}, text);
+        error = ReadText(registry, opened.Get(), {}, path);
     }
-    if (Failed(error)) {
-        return error;
+    if (Succeeded(error) && (path.size() + 1) * sizeof(char16_t) > kComServerBytes) {
+        error = SystemError::MoreData;
     }
-    if (text.size() > kComServerPathCapacity) {
-        return SystemError::MoreData;
-    }
-    path = std::move(text);
-    return SystemError::Success;
-}
-
-}  // namespace
-
-SystemError tsVerifyTrustImpl::ProcessPath(std::uint32_t processId, std::u16string& path) {
-    if (processId == services_.processes.CurrentId()) {
-        return services_.modules.FileName(platform::kMainExecutable, kLongestPath, path);
-    }
-    return services_.processes.ImageFileName(processId, path);
-}
-
-TrustResult tsVerifyTrustImpl::VerifyProcess(std::uint32_t processId, TrustLevel level) noexcept {
-    return Guarded([&] {
-        if (level == 0) {
-            return Traced(TrustResult::InvalidArgument, level, {});
-        }
-        std::u16string path;
-        if (const SystemError error = ProcessPath(processId, path); Failed(error)) {
-            services_.tracer.Warning(TraceEvent::TrustProcessUnresolved, error, processId);
-            return Traced(TrustResult::FileError, level, {});
-        }
-        return VerifyFile(path.c_str(), level, false);
-    });
-}
-
-TrustResult tsVerifyTrustImpl::VerifyCurrentProcess(TrustLevel level) noexcept {
-    if (level == kProductTrustLevel && process_.currentProcessTrusted.load(std::memory_order_relaxed)) {
-        return TrustResult::Trusted;
-    }
-    const TrustResult verdict = VerifyProcess(services_.processes.CurrentId(), level);
-    if (level == kProductTrustLevel && verdict == TrustResult::Trusted) {
-        process_.currentProcessTrusted.store(true, std::memory_order_relaxed);
-    }
-    return verdict;
-}
-
-TrustResult tsVerifyTrustImpl::VerifyParentProcess(TrustLevel level) noexcept {
-    if (level == kProductTrustLevel && process_.parentProcessTrusted.load(std::memory_order_relaxed)) {
-        return TrustResult::Trusted;
-    }
-    const TrustResult verdict = Guarded([&] {
-        if (level == 0) {
-            return Traced(TrustResult::InvalidArgument, level, {});
-        }
-        std::uint32_t parent = 0;
-        if (const SystemError error = services_.processes.ParentId(parent); Failed(error)) {
-            services_.tracer.Warning(TraceEvent::TrustProcessUnresolved, error, parent);
-            return Traced(TrustResult::FileError, level, {});
-        }
-        return VerifyProcess(parent, level);
-    });
-    if (level == kProductTrustLevel && verdict == TrustResult::Trusted) {
-        process_.parentProcessTrusted.store(true, std::memory_order_relaxed);
-    }
-    return verdict;
-}
-
-TrustResult tsVerifyTrustImpl::VerifyModule(platform::ModuleHandle module, TrustLevel level) noexcept {
-    return Guarded([&] {
-        if (level == 0) {
-            return Traced(TrustResult::InvalidArgument, level, {});
-        }
-        std::u16string path;
-        if (const SystemError error = services_.modules.FileName(module, kModulePathCapacity, path); Failed(error)) {
-            services_.tracer.Warning(TraceEvent::TrustModuleUnresolved, error);
-            return Traced(TrustResult::FileError, level, {});
-        }
-        return VerifyFile(path.c_str(), level);
-    });
+    return error;
 }
 
 // Only a server that is not registered makes way for the next one: with an in-process server that is there but cannot
 // be read, a verdict on the local server would be one on the wrong file.
-SystemError tsVerifyTrustImpl::ComServerPath(const std::u16string& classId, std::u16string& path) {
+SystemError ReadComServer(platform::Registry& registry, const std::u16string& classId, std::u16string& path) {
     const std::u16string key = u"CLSID\\" + classId;
-    const SystemError error = ReadServer(services_.registry, key + u"\\InprocServer32", path);
-    return error == SystemError::FileNotFound ? ReadServer(services_.registry, key + u"\\LocalServer32", path) : error;
+    const SystemError error = ReadServer(registry, key + u"\\InprocServer32", path);
+    return error == SystemError::FileNotFound ? ReadServer(registry, key + u"\\LocalServer32", path) : error;
+}
+
+// Remembers a success at level 3 in `trusted`.
+template <class Verify>
+TrustResult Remembering(std::atomic<bool>& trusted, TrustLevel level, Verify&& verify) noexcept {
+    if (level == kProductTrustLevel && trusted.load(std::memory_order_relaxed)) {
+        return TrustResult::Trusted;
+    }
+    const TrustResult verdict = verify();
+    if (level == kProductTrustLevel && verdict == TrustResult::Trusted) {
+        trusted.store(true, std::memory_order_relaxed);
+    }
+    return verdict;
+}
+
+}  // namespace
+
+template <class Find>
+TrustResult tsVerifyTrustImpl::VerifyFound(TrustLevel level, Find&& find) noexcept {
+    std::u16string path;
+    const TrustResult found = AtVerdictBoundary([&] {
+        if (level == 0) {
+            return TrustResult::InvalidArgument;
+        }
+        return find(path) ? TrustResult::Trusted : TrustResult::FileError;
+    });
+    return found == TrustResult::Trusted ? VerifyFile(path.c_str(), level) : Traced(found, level, nullptr);
+}
+
+// Of this process not even a handle is needed.
+bool tsVerifyTrustImpl::FindProcess(std::uint32_t processId, std::u16string& path) const {
+    const SystemError error = processId == platform_.processes.CurrentId()
+                                  ? platform_.modules.FileName(platform::kMainExecutable, kLongestPath, path)
+                                  : platform_.processes.ImageFileName(processId, path);
+    if (Failed(error)) {
+        tracer_.Warning(TraceEvent::TrustProcessUnresolved, error, processId);
+    }
+    return Succeeded(error);
+}
+
+TrustResult tsVerifyTrustImpl::VerifyProcess(std::uint32_t processId, TrustLevel level) noexcept {
+    return VerifyFound(level, [&](std::u16string& path) { return FindProcess(processId, path); });
+}
+
+TrustResult tsVerifyTrustImpl::VerifyCurrentProcess(TrustLevel level) noexcept {
+    return Remembering(context_.currentProcessTrusted, level,
+                       [&] { return VerifyProcess(platform_.processes.CurrentId(), level); });
+}
+
+TrustResult tsVerifyTrustImpl::VerifyParentProcess(TrustLevel level) noexcept {
+    const auto findParent = [this](std::u16string& path) {
+        std::uint32_t parent = 0;
+        if (const SystemError error = platform_.processes.ParentId(parent); Failed(error)) {
+            tracer_.Warning(TraceEvent::TrustProcessUnresolved, error, parent);
+            return false;
+        }
+        return FindProcess(parent, path);
+    };
+    return Remembering(context_.parentProcessTrusted, level, [&] { return VerifyFound(level, findParent); });
+}
+
+TrustResult tsVerifyTrustImpl::VerifyModule(platform::ModuleHandle module, TrustLevel level) noexcept {
+    return VerifyFound(level, [&](std::u16string& path) {
+        const SystemError error = platform_.modules.FileName(module, kModulePathCapacity, path);
+        if (Failed(error)) {
+            tracer_.Warning(TraceEvent::TrustModuleUnresolved, error);
+        }
+        return Succeeded(error);
+    });
 }
 
 TrustResult tsVerifyTrustImpl::VerifyComServer(const Guid& classId, TrustLevel level) noexcept {
-    return Guarded([&] {
-        if (level == 0) {
-            return Traced(TrustResult::InvalidArgument, level, {});
-        }
+    return VerifyFound(level, [&](std::u16string& path) {
         const std::u16string text = ToText(classId);
-        std::u16string path;
-        if (const SystemError error = ComServerPath(text, path); Failed(error)) {
-            services_.tracer.Warning(TraceEvent::TrustComServerUnresolved, error, text);
-            return Traced(TrustResult::FileError, level, {});
+        const SystemError error = ReadComServer(platform_.registry, text, path);
+        if (Failed(error)) {
+            tracer_.Warning(TraceEvent::TrustComServerUnresolved, error, text);
         }
-        return VerifyFile(path.c_str(), level);
+        return Succeeded(error);
     });
 }
 

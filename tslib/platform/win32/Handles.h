@@ -26,12 +26,6 @@ struct KernelHandleTraits {
     static void Close(Value value) noexcept { CloseHandle(value); }
 };
 
-struct RegistryKeyTraits {
-    using Value = HKEY;
-    static Value Invalid() noexcept { return nullptr; }
-    static void Close(Value value) noexcept { RegCloseKey(value); }
-};
-
 // Closing keeps the thread's last error.
 template <class Traits>
 class UniqueHandle {
@@ -50,10 +44,6 @@ public:
 
     [[nodiscard]] Value Get() const noexcept { return value_; }
     [[nodiscard]] explicit operator bool() const noexcept { return value_ != Traits::Invalid(); }
-    [[nodiscard]] Value* Receive() noexcept {
-        Reset();
-        return &value_;
-    }
     [[nodiscard]] Value Release() noexcept { return std::exchange(value_, Traits::Invalid()); }
     void Reset(Value value = Traits::Invalid()) noexcept {
         if (value_ != Traits::Invalid()) {
@@ -69,7 +59,6 @@ private:
 
 using UniqueFile = UniqueHandle<FileHandleTraits>;
 using UniqueKernelHandle = UniqueHandle<KernelHandleTraits>;
-using UniqueRegistryKey = UniqueHandle<RegistryKeyTraits>;
 
 // The opaque number of a valid platform handle, and back.
 template <class Opaque, class Value>
@@ -79,6 +68,16 @@ template <class Opaque, class Value>
 template <class Value, class Opaque>
 [[nodiscard]] Value FromSeam(Opaque handle) noexcept {
     return reinterpret_cast<Value>(static_cast<std::uintptr_t>(handle));
+}
+
+// Hands over what a call has just made; null is that call's failure and leaves the output alone.
+template <class Opaque, class Value>
+SystemError Give(Value* made, Opaque& handle) noexcept {
+    if (made == nullptr) {
+        return LastFailure();
+    }
+    handle = ToSeam<Opaque>(made);
+    return SystemError::Success;
 }
 
 }  // namespace tsLib::platform::win32

@@ -13,6 +13,9 @@ inline SystemError LastFailure() noexcept {
     return error == ERROR_SUCCESS ? SystemError::InternalError : static_cast<SystemError>(error);
 }
 
+// The outcome of a call that has just answered.
+inline SystemError FromBool(BOOL done) noexcept { return done ? SystemError::Success : LastFailure(); }
+
 // The answer of the registry functions and others that return their error.
 inline SystemError FromStatus(LSTATUS status) noexcept {
     return static_cast<SystemError>(static_cast<std::uint32_t>(status));

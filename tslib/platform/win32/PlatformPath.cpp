@@ -4,6 +4,7 @@
 
 #include <string_view>
 
+#include "tslib/platform/FullPath.h"
 #include "tslib/platform/win32/WideText.h"
 
 namespace tsLib::platform::win32 {
@@ -13,24 +14,7 @@ namespace {
 constexpr std::u16string_view kPrefix = u"\\\\?\\";
 constexpr std::u16string_view kUncPrefix = u"\\\\?\\UNC\\";
 
-bool IsSeparator(char16_t unit) { return unit == u'\\' || unit == u'/'; }
-
-bool StartsAtDrive(std::u16string_view path) {
-    const auto letter = static_cast<char16_t>(path.empty() ? 0 : path[0] | 0x20);
-    return path.size() >= 3 && letter >= u'a' && letter <= u'z' && path[1] == u':' && IsSeparator(path[2]);
-}
-
-// \\server\... but neither \\?\... nor \\.\..., which are not to be touched.
-bool StartsAtShare(std::u16string_view path) {
-    return path.size() >= 3 && IsSeparator(path[0]) && IsSeparator(path[1]) && path[2] != u'?' && path[2] != u'.' &&
-           !IsSeparator(path[2]);
-}
-
 }  // namespace
-
-bool IsFullyQualified(const std::u16string& path) noexcept {
-    return StartsAtDrive(path) || StartsAtShare(path) || path.starts_with(kPrefix);
-}
 
 std::u16string PlatformPath(const std::u16string& path) {
     if (path.size() < kLongPathLength || HoldsNul(path) || (!StartsAtDrive(path) && !StartsAtShare(path))) {
@@ -38,17 +22,11 @@ std::u16string PlatformPath(const std::u16string& path) {
     }
     // Behind the prefix the platform takes a path literally, so it is normalised before.
     std::u16string full;
-    for (DWORD size = static_cast<DWORD>(path.size()) + 1;;) {
-        full.resize(size);
-        const DWORD length = GetFullPathNameW(ToWide(path), size, ToWide(full.data()), nullptr);
-        if (length == 0) {
-            return path;
-        }
-        if (length < size) {
-            full.resize(length);
-            break;
-        }
-        size = length + 1;
+    const bool isFull = FillText(path.size() + 1, full, [&](wchar_t* buffer, DWORD size) {
+        return WithTerminator(GetFullPathNameW(ToWide(path), size, buffer, nullptr));
+    });
+    if (!isFull) {
+        return path;
     }
     if (StartsAtDrive(full)) {
         return full.insert(0, kPrefix);
@@ -63,7 +41,7 @@ std::u16string WithoutLongPrefix(const std::u16string& path) {
     if (path.starts_with(kUncPrefix)) {
         return u"\\\\" + path.substr(kUncPrefix.size());
     }
-    return path.starts_with(kPrefix) ? path.substr(kPrefix.size()) : path;
+    return IsLiteralPath(path) ? path.substr(kPrefix.size()) : path;
 }
 
 }  // namespace tsLib::platform::win32

@@ -10,10 +10,6 @@ namespace tsLib::platform::win32 {
 // characters before files, and their limit is used for both.
 inline constexpr std::size_t kLongPathLength = 248;
 
-// Whether the path starts at a drive's root, at a share, or with the prefix below, so that the platform searches for it
-// nowhere.
-[[nodiscard]] bool IsFullyQualified(const std::u16string& path) noexcept;
-
 // A path that starts at a drive or a share and is kLongPathLength long or longer comes back normalised and with the
 // prefix \\?\ or \\?\UNC\; every other path comes back as it is. Throws std::bad_alloc only.
 [[nodiscard]] std::u16string PlatformPath(const std::u16string& path);

@@ -21,6 +21,23 @@ static_assert(sizeof(wchar_t) == sizeof(char16_t));
     return {FromWide(text), length};
 }
 
+// Calls fill(buffer, size) with more and more room until the text fits, and tells whether it did. What `fill` returns
+// counts the terminator: the size of the text that it wrote, the size that it wants when that is larger, or 0 for a
+// failure.
+template <class Fill>
+[[nodiscard]] bool FillText(std::size_t size, std::u16string& text, Fill fill) {
+    for (std::size_t needed = 0;; size = needed) {
+        text.resize(size);
+        needed = fill(ToWide(text.data()), static_cast<unsigned long>(size));
+        if (needed <= size) {
+            text.resize(needed == 0 ? 0 : needed - 1);
+            return needed != 0;
+        }
+    }
+}
+// What `fill` returns for a call whose answer leaves the terminator out when it wrote the text.
+[[nodiscard]] constexpr std::size_t WithTerminator(std::size_t answer) noexcept { return answer == 0 ? 0 : answer + 1; }
+
 // The platform stops reading at a NUL, so a text that holds one would name something else than its whole says.
 [[nodiscard]] inline bool HoldsNul(std::u16string_view text) noexcept {
     return text.find(u'\0') != std::u16string_view::npos;

@@ -2,7 +2,7 @@
 
 #include <optional>
 
-#include "tslib/DropBlock.h"
+#include "tslib/platform/DropBlock.h"
 #include "tslib/platform/DropList.h"
 
 struct HDROP__;  // what the platform's HDROP points to

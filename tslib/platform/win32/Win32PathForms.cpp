@@ -1,4 +1,4 @@
-#include "tslib/platform/win32/Win32PathForms.h"
+#include "tslib/platform/win32/Win32Platform.h"
 
 #include <windows.h>
 // After windows.h.
@@ -23,21 +23,13 @@ SystemError Win32PathForms::ExpandEnvironment(const std::u16string& text, std::u
     if (HoldsNul(text)) {
         return SystemError::InvalidParameter;
     }
-    // The answer counts the terminator. The environment may change between two calls, hence the loop.
     std::u16string result;
-    for (std::size_t size = text.size() + 64;;) {
-        result.resize(size);
-        const DWORD needed = ExpandEnvironmentStringsW(ToWide(text), ToWide(result.data()), static_cast<DWORD>(size));
-        if (needed == 0) {
-            return LastFailure();
-        }
-        if (needed <= size) {
-            result.resize(needed - 1);
-            expanded = std::move(result);
-            return SystemError::Success;
-        }
-        size = needed;
+    if (!FillText(text.size() + 64, result,
+                  [&](wchar_t* buffer, DWORD size) { return ExpandEnvironmentStringsW(ToWide(text), buffer, size); })) {
+        return LastFailure();
     }
+    expanded = std::move(result);
+    return SystemError::Success;
 }
 
 SystemError Win32PathForms::LongPath(const std::u16string& path, std::u16string& longPath) {
@@ -46,19 +38,13 @@ SystemError Win32PathForms::LongPath(const std::u16string& path, std::u16string&
     }
     const std::u16string given = PlatformPath(path);
     std::u16string result;
-    for (std::size_t size = given.size() + 64;;) {
-        result.resize(size);
-        const DWORD length = GetLongPathNameW(ToWide(given), ToWide(result.data()), static_cast<DWORD>(size));
-        if (length == 0) {
-            return LastFailure();
-        }
-        if (length < size) {
-            result.resize(length);
-            longPath = given == path ? std::move(result) : WithoutLongPrefix(result);
-            return SystemError::Success;
-        }
-        size = length + std::size_t{1};
+    if (!FillText(given.size() + 64, result, [&](wchar_t* buffer, DWORD size) {
+            return WithTerminator(GetLongPathNameW(ToWide(given), buffer, size));
+        })) {
+        return LastFailure();
     }
+    longPath = given == path ? std::move(result) : WithoutLongPrefix(result);
+    return SystemError::Success;
 }
 
 SystemError Win32PathForms::DosDeviceTarget(char16_t driveLetter, std::u16string& target) {

@@ -1,10 +1,13 @@
-#include "tslib/platform/win32/Win32Processes.h"
+#include "tslib/platform/win32/Win32Platform.h"
 
 #include <windows.h>
 // After windows.h.
 #include <psapi.h>
 #include <tlhelp32.h>
 
+#include <utility>
+
+#include "tslib/platform/win32/CallArguments.h"
 #include "tslib/platform/win32/Handles.h"
 #include "tslib/platform/win32/WideText.h"
 
@@ -12,22 +15,28 @@ namespace tsLib::platform::win32 {
 
 namespace {
 
-bool CreationTime(HANDLE process, std::uint64_t& time) noexcept {
-    FILETIME created{};
-    FILETIME unused{};
-    if (!GetProcessTimes(process, &created, &unused, &unused, &unused)) {
-        return false;
-    }
-    time = (std::uint64_t{created.dwHighDateTime} << 32) | created.dwLowDateTime;
-    return true;
+UniqueKernelHandle OpenForQuery(std::uint32_t processId) noexcept {
+    return UniqueKernelHandle(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, processId));
 }
 
-// Whether the process began after this one, so that it cannot have started it.
-bool IsYoungerThanThis(std::uint32_t processId) noexcept {
-    const UniqueKernelHandle process(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, processId));
-    std::uint64_t theirs = 0;
-    std::uint64_t ours = 0;
-    return process && CreationTime(process.Get(), theirs) && CreationTime(GetCurrentProcess(), ours) && theirs > ours;
+// The time when a process began; 0, which is later than no other, when it cannot be had.
+std::uint64_t CreationTime(HANDLE process) noexcept {
+    FILETIME created{};
+    FILETIME unused{};
+    if (process == nullptr || !GetProcessTimes(process, &created, &unused, &unused, &unused)) {
+        return 0;
+    }
+    return (std::uint64_t{created.dwHighDateTime} << 32) | created.dwLowDateTime;
+}
+
+// Calls visit(entry) for every process of the snapshot.
+template <class Visit>
+void ForEachProcess(HANDLE snapshot, Visit visit) {
+    PROCESSENTRY32W entry{};
+    entry.dwSize = sizeof(entry);
+    for (BOOL more = Process32FirstW(snapshot, &entry); more; more = Process32NextW(snapshot, &entry)) {
+        visit(entry);
+    }
 }
 
 }  // namespace
@@ -39,20 +48,16 @@ SystemError Win32Processes::ParentId(std::uint32_t& parent) {
     if (!snapshot) {
         return LastFailure();
     }
-    PROCESSENTRY32W entry{};
-    entry.dwSize = sizeof(entry);
-    const DWORD own = GetCurrentProcessId();
     DWORD found = 0;
-    for (BOOL more = Process32FirstW(snapshot.Get(), &entry); more; more = Process32NextW(snapshot.Get(), &entry)) {
-        if (entry.th32ProcessID == own) {
-            found = entry.th32ParentProcessID;
-        }
-    }
-    bool running = false;
-    for (BOOL more = Process32FirstW(snapshot.Get(), &entry); more; more = Process32NextW(snapshot.Get(), &entry)) {
-        running = running || (found != 0 && entry.th32ProcessID == found);
-    }
-    if (!running || IsYoungerThanThis(found)) {
+    ForEachProcess(snapshot.Get(), [&found, own = GetCurrentProcessId()](const PROCESSENTRY32W& entry) {
+        found = entry.th32ProcessID == own ? entry.th32ParentProcessID : found;
+    });
+    bool isRunning = false;
+    ForEachProcess(snapshot.Get(), [&](const PROCESSENTRY32W& entry) {
+        isRunning = isRunning || (found != 0 && entry.th32ProcessID == found);
+    });
+    // A process that began after this one cannot have started it.
+    if (!isRunning || CreationTime(OpenForQuery(found).Get()) > CreationTime(GetCurrentProcess())) {
         return SystemError::NotFound;
     }
     parent = found;
@@ -60,49 +65,40 @@ SystemError Win32Processes::ParentId(std::uint32_t& parent) {
 }
 
 SystemError Win32Processes::ImageFileName(std::uint32_t processId, std::u16string& path) {
-    const UniqueKernelHandle process(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, processId));
+    const UniqueKernelHandle process = OpenForQuery(processId);
     if (!process) {
         return LastFailure();
     }
-    std::u16string name;
-    for (DWORD size = 1024; size <= 0x8000; size *= 2) {
-        name.resize(size);
-        const DWORD length = GetProcessImageFileNameW(process.Get(), ToWide(name.data()), size);
-        if (length != 0 && length < size) {
-            name.resize(length);
-            path = std::move(name);
-            return SystemError::Success;
-        }
-        if (length == 0 && GetLastError() != ERROR_INSUFFICIENT_BUFFER) {
-            return LastFailure();
-        }
-    }
-    return SystemError::InsufficientBuffer;
-}
-
-SystemError Win32ProcessStarter::Start(const std::u16string& commandLine, std::uint32_t creationFlags,
-                                       StartedProcess& started) {
-    if (HoldsNul(commandLine)) {
-        return SystemError::InvalidParameter;
-    }
-    std::u16string writable = commandLine;  // CreateProcessW writes into its argument
-    STARTUPINFOW startUp{};
-    startUp.cb = sizeof(startUp);
-    PROCESS_INFORMATION information{};
-    if (!CreateProcessW(nullptr, ToWide(writable.data()), nullptr, nullptr, FALSE, creationFlags, nullptr, nullptr,
-                        &startUp, &information)) {
+    std::u16string name(0x8000, u'\0');  // no name is longer
+    const DWORD length = GetProcessImageFileNameW(process.Get(), ToWide(name.data()), static_cast<DWORD>(name.size()));
+    if (length == 0) {
         return LastFailure();
     }
-    started = {ToSeam<ProcessHandle>(information.hProcess), ToSeam<ThreadHandle>(information.hThread),
-               information.dwProcessId, information.dwThreadId};
+    path.assign(name, 0, length);
     return SystemError::Success;
 }
 
-void Win32ProcessStarter::CloseThread(ThreadHandle thread) noexcept {
+SystemError Win32Processes::Start(const std::u16string& commandLine, std::uint32_t creationFlags,
+                                  StartedProcess& started) {
+    if (HoldsNul(commandLine)) {
+        return SystemError::InvalidParameter;
+    }
+    std::u16string writable = commandLine;
+    STARTUPINFOW startUp;
+    PROCESS_INFORMATION made{};
+    if (!std::apply(CreateProcessW, ProcessArguments(ToWide(writable.data()), creationFlags, startUp, made))) {
+        return LastFailure();
+    }
+    started = {ToSeam<ProcessHandle>(made.hProcess), ToSeam<ThreadHandle>(made.hThread), made.dwProcessId,
+               made.dwThreadId};
+    return SystemError::Success;
+}
+
+void Win32Processes::CloseThread(ThreadHandle thread) noexcept {
     const UniqueKernelHandle closing(FromSeam<HANDLE>(thread));
 }
 
-void Win32ProcessStarter::CloseProcess(ProcessHandle process) noexcept {
+void Win32Processes::CloseProcess(ProcessHandle process) noexcept {
     const UniqueKernelHandle closing(FromSeam<HANDLE>(process));
 }
 

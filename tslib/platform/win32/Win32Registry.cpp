@@ -1,37 +1,64 @@
-#include "tslib/platform/win32/Win32Registry.h"
+#include "tslib/platform/win32/Win32Platform.h"
 
 #include <algorithm>
 
 #include "tslib/platform/win32/Handles.h"
-#include "tslib/platform/win32/RegistryRoots.h"
 #include "tslib/platform/win32/WideText.h"
 
 namespace tsLib::platform::win32 {
 
 namespace {
 
-SystemError Open(HKEY parent, const std::u16string& path, std::uint32_t access, RegistryKey& key) noexcept {
+HKEY RootKey(RegistryRoot root) noexcept {
+    switch (root) {
+        case RegistryRoot::ClassesRoot:
+            return HKEY_CLASSES_ROOT;
+        case RegistryRoot::CurrentUser:
+            return HKEY_CURRENT_USER;
+        default:
+            return HKEY_LOCAL_MACHINE;
+    }
+}
+
+// RegDeleteTreeW empties the key itself when the name is missing, so no path with an empty element may get there.
+bool IsCompletePath(const std::u16string& path) noexcept {
+    return !path.empty() && !HoldsNul(path) && path.front() != u'\\' && path.back() != u'\\' &&
+           path.find(u"\\\\") == std::u16string::npos;
+}
+
+// The key that open(path, &key) opens or makes.
+template <class Open>
+SystemError OpenWith(const std::u16string& path, RegistryKey& key, Open open) noexcept {
     if (HoldsNul(path)) {
         return SystemError::InvalidParameter;
     }
     HKEY opened = nullptr;
-    const SystemError error = FromStatus(RegOpenKeyExW(parent, ToWide(path), 0, access, &opened));
+    const SystemError error = FromStatus(open(ToWide(path), &opened));
     if (Succeeded(error)) {
         key = ToSeam<RegistryKey>(opened);
     }
     return error;
 }
 
+SystemError OpenBelow(HKEY parent, const std::u16string& path, std::uint32_t access, RegistryKey& key) noexcept {
+    return OpenWith(path, key,
+                    [=](const wchar_t* name, HKEY* opened) { return RegOpenKeyExW(parent, name, 0, access, opened); });
+}
+
+SystemError DeleteTreeBelow(HKEY parent, const std::u16string& path) noexcept {
+    return IsCompletePath(path) ? FromStatus(RegDeleteTreeW(parent, ToWide(path))) : SystemError::InvalidParameter;
+}
+
 }  // namespace
 
 SystemError Win32Registry::OpenKey(RegistryRoot root, const std::u16string& path, std::uint32_t access,
                                    RegistryKey& key) {
-    return Open(RootKey(root), path, access, key);
+    return OpenBelow(RootKey(root), path, access, key);
 }
 
 SystemError Win32Registry::OpenSubkey(RegistryKey parent, const std::u16string& path, std::uint32_t access,
                                       RegistryKey& key) {
-    return Open(FromSeam<HKEY>(parent), path, access, key);
+    return OpenBelow(FromSeam<HKEY>(parent), path, access, key);
 }
 
 SystemError Win32Registry::ReadValue(RegistryKey key, const std::u16string& name, RegistryValue& value) {
@@ -60,20 +87,19 @@ SystemError Win32Registry::ReadValue(RegistryKey key, const std::u16string& name
     }
 }
 
-void Win32Registry::CloseKey(RegistryKey key) noexcept { const UniqueRegistryKey closing(FromSeam<HKEY>(key)); }
+void Win32Registry::CloseKey(RegistryKey key) noexcept {
+    if (key != RegistryKey{}) {
+        const LastErrorKeeper keeper;
+        RegCloseKey(FromSeam<HKEY>(key));
+    }
+}
 
 SystemError Win32Registry::CreateKey(RegistryRoot root, const std::u16string& path, std::uint32_t access,
                                      RegistryKey& key) {
-    if (HoldsNul(path)) {
-        return SystemError::InvalidParameter;
-    }
-    HKEY created = nullptr;
-    const SystemError error = FromStatus(RegCreateKeyExW(RootKey(root), ToWide(path), 0, nullptr,
-                                                         REG_OPTION_NON_VOLATILE, access, nullptr, &created, nullptr));
-    if (Succeeded(error)) {
-        key = ToSeam<RegistryKey>(created);
-    }
-    return error;
+    return OpenWith(path, key, [=](const wchar_t* name, HKEY* made) {
+        return RegCreateKeyExW(RootKey(root), name, 0, nullptr, REG_OPTION_NON_VOLATILE, access, nullptr, made,
+                               nullptr);
+    });
 }
 
 SystemError Win32Registry::WriteValue(RegistryKey key, const std::u16string& name, const RegistryValue& value) {
@@ -90,10 +116,8 @@ SystemError Win32Registry::WriteValue(RegistryKey key, const std::u16string& nam
 }
 
 SystemError Win32Registry::DeleteValue(RegistryKey key, const std::u16string& name) {
-    if (HoldsNul(name)) {
-        return SystemError::InvalidParameter;
-    }
-    return FromStatus(RegDeleteValueW(FromSeam<HKEY>(key), ToWide(name)));
+    return HoldsNul(name) ? SystemError::InvalidParameter
+                          : FromStatus(RegDeleteValueW(FromSeam<HKEY>(key), ToWide(name)));
 }
 
 SystemError Win32Registry::SubkeyInfo(RegistryKey key, std::uint32_t& count, std::uint32_t& longestName) {
@@ -124,8 +148,25 @@ SystemError Win32Registry::SubkeyName(RegistryKey key, std::uint32_t index, std:
 }
 
 SystemError Win32Registry::DeleteSubkeyTree(RegistryKey parent, const std::u16string& path) {
-    return IsCompletePath(path) ? FromStatus(RegDeleteTreeW(FromSeam<HKEY>(parent), ToWide(path)))
-                                : SystemError::InvalidParameter;
+    return DeleteTreeBelow(FromSeam<HKEY>(parent), path);
+}
+
+SystemError Win32Registry::DeleteKey(RegistryRoot root, const std::u16string& path) {
+    if (!IsCompletePath(path)) {
+        return SystemError::InvalidParameter;
+    }
+    OwnedRegistryKey key(*this);
+    std::uint32_t subkeys = 0;
+    std::uint32_t longestName = 0;
+    SystemError error = OpenKey(root, path, KEY_QUERY_VALUE | DELETE, key.Receive());
+    if (Failed(error) || Failed(error = SubkeyInfo(key.Get(), subkeys, longestName))) {
+        return error;
+    }
+    return subkeys != 0 ? SystemError::KeyHasChildren : FromStatus(RegDeleteKeyW(RootKey(root), ToWide(path)));
+}
+
+SystemError Win32Registry::DeleteTree(RegistryRoot root, const std::u16string& path) {
+    return DeleteTreeBelow(RootKey(root), path);
 }
 
 }  // namespace tsLib::platform::win32

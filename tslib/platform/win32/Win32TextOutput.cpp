@@ -2,6 +2,7 @@
 
 #include <limits>
 
+#include "tslib/platform/win32/CallArguments.h"
 #include "tslib/platform/win32/Handles.h"
 #include "tslib/platform/win32/PlatformPath.h"
 #include "tslib/platform/win32/WideText.h"
@@ -16,9 +17,7 @@ StreamState Win32TextOutput::Open(const std::u16string& path) {
     if (HoldsNul(path)) {
         return state_;
     }
-    UniqueFile opened(CreateFileW(ToWide(PlatformPath(path)), GENERIC_WRITE,
-                                  FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, CREATE_ALWAYS,
-                                  FILE_ATTRIBUTE_NORMAL, nullptr));
+    UniqueFile opened(std::apply(CreateFileW, WritingArguments(ToWide(PlatformPath(path)))));
     if (opened) {
         if (GetFileType(opened.Get()) == FILE_TYPE_DISK) {
             state_ = StreamState::Good;

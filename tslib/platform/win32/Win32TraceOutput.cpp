@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "tslib/platform/Digits.h"
 #include "tslib/platform/win32/LastError.h"
 #include "tslib/platform/win32/WideText.h"
 
@@ -23,17 +24,7 @@ public:
             Add(unit < u' ' || unit == u'"' ? u'?' : unit);
         }
     }
-    void Add(std::uint64_t number) noexcept {
-        char16_t digits[20];
-        std::size_t count = 0;
-        do {
-            digits[count++] = static_cast<char16_t>(u'0' + number % 10);
-            number /= 10;
-        } while (number != 0);
-        while (count != 0) {
-            Add(digits[--count]);
-        }
-    }
+    void Add(std::uint64_t number) noexcept { Add(std::u16string_view(DecimalText(number))); }
     [[nodiscard]] std::u16string_view Text() const noexcept { return {units_, length_}; }
     [[nodiscard]] const wchar_t* Terminate() noexcept {
         units_[length_] = u'\n';

@@ -1,0 +1,140 @@
+# What test.sh runs, and how it counts; sourced by it after common.sh.
+
+passed=0 failed=0 skipped=0
+
+# Every check by the name that is shown and asked for, with its command.
+declare -A checks=(
+    [formatting]="scripts/lint.sh format"
+    [clang-tidy]="scripts/lint.sh tidy"
+    [presets]="scripts/check-presets.sh"
+    ["share of test code"]="scripts/check-share.sh"
+    ["no plain signer names in modules"]="scripts/check-enciphered.sh"
+    ["imports of the modules"]="scripts/check-imports.sh"
+    ["strings of all languages"]="scripts/check-strings.sh"
+)
+windows_checks=("no plain signer names in modules" "imports of the modules" "strings of all languages")
+
+# check NAME: one pass or one failure.
+check() {
+    local name=$1
+    printf '  %-34s' "$name"
+    local log="$LOG/check-${name//[^A-Za-z0-9]/-}.log"
+    ${checks[$name]} >"$log" 2>&1 </dev/null &
+    if wait $!; then
+        passed=$((passed + 1))
+        say "ok$(sed -n 's/^note: /, /p' "$log")"
+    else
+        failed=$((failed + 1))
+        say "FAILED"
+        tail -n "${HALVORA_LOG_LINES:-40}" "$log" >&2
+    fi
+}
+
+# suite NAME COMMAND...: runs a GoogleTest binary and adds its counts to ours.
+suite() {
+    local name=$1 start=$SECONDS
+    shift
+    printf '  %-34s' "$name"
+    local log="$LOG/suite-${name//[^A-Za-z0-9]/-}.log" code=0
+    within 900 "$@" >"$log" 2>&1 </dev/null || code=$?
+    tr -d '\r' <"$log" >"$log.clean" && mv "$log.clean" "$log"
+    local ran ok skip
+    ran=$(sed -n 's/^\[==========\] \([0-9]*\) tests\{0,1\} from .* ran.*/\1/p' "$log" | awk '{ n += $1 } END { print n + 0 }')
+    ok=$(sed -n 's/^\[  PASSED  \] \([0-9]*\) tests\{0,1\}\..*/\1/p' "$log" | awk '{ n += $1 } END { print n + 0 }')
+    skip=$(sed -n 's/^\[  SKIPPED \] \([0-9]*\) tests\{0,1\}, .*/\1/p' "$log" | awk '{ n += $1 } END { print n + 0 }')
+    local bad=$((ran - ok - skip))
+    # A binary that died, or that ran nothing, is a failure whatever it counted.
+    if [ "$code" -ne 0 ] && [ "$bad" -eq 0 ] || [ "$ran" -eq 0 ]; then
+        bad=$((bad + 1))
+    fi
+    passed=$((passed + ok)) failed=$((failed + bad)) skipped=$((skipped + skip))
+    printf '%d passed' "$ok"
+    [ "$skip" -eq 0 ] || printf ', %d skipped' "$skip"
+    if [ "$bad" -ne 0 ]; then
+        printf ', %d FAILED (exit code %d)\n' "$bad" "$code"
+        grep -E '^\[  FAILED  \]|Failure$|ERROR: |SUMMARY: |runtime error' "$log" | sort -u | head -n 30 >&2 || true
+        tail -n "${HALVORA_LOG_LINES:-40}" "$log" >&2
+    else
+        printf ' (%d s)\n' $((SECONDS - start))
+    fi
+}
+
+# within SECONDS COMMAND...: ends a program that does not end; a function of ours counts its own time.
+within() {
+    local limit=$1
+    shift
+    if [ "$(type -t "$1")" = function ]; then "$@"; else timeout --kill-after=10 "$limit" "$@"; fi
+}
+
+closing_count() {
+    printf '%d passed, %d failed, %d skipped\n' "$passed" "$failed" "$skipped"
+    [ "$failed" -eq 0 ] && [ "$passed" -gt 0 ]
+}
+
+build_host() { step "build with ASan and UBSan" build host-asan; }
+host_tests() {
+    ASAN_OPTIONS=detect_stack_use_after_return=1:strict_string_checks=1 UBSAN_OPTIONS=print_stacktrace=1 \
+        timeout --kill-after=10 900 "$OUT/host-asan/tests/halvora_tests" "$@"
+}
+
+build_windows() {
+    step "build for Windows" build windows
+    scripts/samples.sh
+    scripts/stage.sh
+    scripts/wine-prefix.sh
+    export HALVORA_SAMPLES HALVORA_STAGE
+    HALVORA_SAMPLES=$(windows_path "$OUT/samples")
+    HALVORA_STAGE=$(windows_path "$OUT/windows/stage")
+}
+windows_tests() { timeout --kill-after=10 900 wine "$OUT/windows/tests/halvora_wine_tests.exe" "$@"; }
+# Tests of what a process keeps for good: each in a process of its own, where no earlier test has paid for it.
+alone_tests() { timeout --kill-after=10 300 wine "$OUT/windows/tests/halvora_alone_tests.exe" "$@"; }
+
+# names_of COMMAND...: Suite.Test of a GoogleTest binary, one a line.
+names_of() {
+    "$@" --gtest_list_tests 2>/dev/null | tr -d '\r' |
+        awk '/^[^ ].*\.( |$)/ { suite = $1 } /^  [^ ]/ { print suite $1 }'
+}
+
+alone() {
+    each_alone() {
+        local name
+        for name in $(names_of alone_tests); do alone_tests --gtest_filter="$name"; done
+    }
+    suite "leaks, a process for each test" each_alone
+}
+
+# Quiet set-up for questions about single tests.
+list_tests() {
+    build_host >/dev/null
+    build_windows >/dev/null
+    names_of host_tests | sed 's/^/host     /'
+    names_of windows_tests | sed 's/^/windows  /'
+    names_of alone_tests | sed 's/^/alone    /'
+    printf 'check    %s\n' "${!checks[@]}" | sort
+}
+
+# only_test NAME: the check of that name, or the tests whose Suite or Suite.Test it is, in every binary that has it.
+only_test() {
+    local name=$1 suite_name=${1%%.*} found=0
+    if [ -n "${checks[$name]:-}" ]; then
+        case "$name" in *modules* | *languages*) build_windows ;; esac
+        check "$name"
+        return
+    fi
+    [[ "$name" == *.* ]] || name+=".*"
+    # The sources say which binary has the suite, so that only that one is built.
+    in_sources() { git grep -qE "TEST(_F|_P)?\((${suite_name//\*/.*})," -- "$@"; }
+    if in_sources tests ':!tests/wine'; then
+        found=1
+        build_host
+        suite "host: $name" host_tests --gtest_filter="$name"
+    fi
+    if in_sources tests/wine tests/contract; then
+        found=1
+        build_windows
+        in_sources tests/wine/alone || suite "windows: $name" windows_tests --gtest_filter="$name"
+        ! in_sources tests/wine/alone || suite "alone: $name" alone_tests --gtest_filter="$name"
+    fi
+    [ $found -eq 1 ] || die "no test or check is called '$1'; ./test.sh --list has the names"
+}

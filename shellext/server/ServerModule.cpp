@@ -1,0 +1,25 @@
+#include "shellext/server/ServerModule.h"
+
+#include "composition/modules/RuntimeMemory.h"
+
+namespace HVR {
+
+namespace {
+
+constinit HMODULE moduleInstance = nullptr;
+
+}  // namespace
+
+constinit ModuleLock serverLock;
+
+HMODULE ModuleInstance() noexcept { return moduleInstance; }
+
+void KeepModuleInstance(HMODULE module, DWORD reason, const void* processEnds) noexcept {
+    if (reason == DLL_PROCESS_ATTACH) {
+        moduleInstance = module;
+    } else if (reason == DLL_PROCESS_DETACH && processEnds == nullptr) {
+        GiveRuntimeMemoryBack();
+    }
+}
+
+}  // namespace HVR

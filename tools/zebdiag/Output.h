@@ -1,0 +1,63 @@
+// What a verb answers, and to whom.
+#pragma once
+
+#include <cstdint>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <string_view>
+
+namespace HVR::zebdiag {
+
+// The exit codes of every verb; a script may rely on them.
+enum class ExitCode : int {
+    Yes = 0,    // the question was answered with yes, or the work was done
+    No = 1,     // answered with no: not trusted, not expandable, not started
+    Usage = 2,  // the command line cannot be understood; nothing was done
+    Error = 3,  // the question could not be answered
+};
+
+// Text is UTF-8; a line end is added to each line.
+class Console {
+public:
+    virtual void Out(std::string_view line) = 0;
+    virtual void Err(std::string_view line) = 0;
+
+protected:
+    ~Console() = default;
+};
+
+using Json = nlohmann::ordered_json;  // keys stay in the order given
+
+// Where one run of a verb writes: lines for people, or one JSON object. What is passed must outlive it.
+class Output {
+public:
+    Output(Console& console, std::string_view verb, bool isJson) noexcept
+        : console_(console), verb_(verb), isJson_(isJson) {}
+
+    [[nodiscard]] bool IsJson() const noexcept { return isJson_; }
+    void Line(std::string_view line) const { console_.Out(line); }
+    // On one line; U+FFFD takes the place of what is not UTF-8.
+    void Object(const Json& json) const;
+    // Each line of the text, moved to the right.
+    void Indented(std::string_view text) const;
+    // For whoever watches: what happens now.
+    void Narrate(std::string_view line) const { console_.Err(line); }
+    void Warn(std::string_view what) const;
+    // A warning that says why the answer is this one.
+    [[nodiscard]] ExitCode Answer(ExitCode code, std::string_view why) const {
+        Warn(why);
+        return code;
+    }
+
+private:
+    Console& console_;
+    std::string_view verb_;
+    bool isJson_;
+};
+
+// "0x" and eight upper-case hexadecimal digits.
+[[nodiscard]] std::string Hexadecimal(std::uint32_t number);
+// "1 page", "2 pages".
+[[nodiscard]] std::string Count(std::uint64_t count, std::string_view what);
+
+}  // namespace HVR::zebdiag
