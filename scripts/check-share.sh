@@ -2,7 +2,7 @@
 # How much of the code is tests: a quarter to a third is wanted. Above LIMIT percent this fails, and it only ever goes
 # down.
 source "$(dirname "$0")/common.sh"
-LIMIT=42  # on its way down to 35
+LIMIT=35
 lines() { tr '\n' '\0' | xargs -0 -r cat | wc -l; }
 code=$(git ls-files --cached --others --exclude-standard -- '*.cpp' '*.h' '*.rc' '*.idl' '*.rgs' '*.sh' '*.cmake' '*CMakeLists.txt')
 tests=$(grep -E '^tests/|^test\.sh$|^scripts/(check-.*|cli-tests|suites)\.sh$' <<<"$code")

@@ -5,7 +5,6 @@ source "$(dirname "$0")/common.sh"
 PRODUCT="$WINEPREFIX/drive_c/Program Files/Halvora"
 SAMPLES=$(windows_path "$OUT/samples")
 ran=0 passed=0
-failures=()
 
 # expect EXIT-CODE STDOUT-REGEX STDERR-REGEX ARGUMENT...: an empty expression wants no output at all.
 expect() {
@@ -21,8 +20,7 @@ expect() {
         passed=$((passed + 1))
         echo "[       OK ] zebdiag $*"
     else
-        failures+=("zebdiag $*")
-        echo "zebdiag $*: $wrong: Failure"
+        echo "[  FAILED  ] zebdiag $*: $wrong"
         cat "$OUT/cli.out" "$OUT/cli.err"
     fi
 }
@@ -31,24 +29,13 @@ matches() {
 }
 verdict() { echo "\"result\":$1,"; }
 
-# Who is trusted at which level. Refusals before the signer is judged look into catalogs at every level but 3, and Wine
-# has no SHA-256 catalogs: it answers "file error" (2) there.
-for level in 1 2 3 4 5; do
-    expect 0 "$(verdict 1)" "" verify "$SAMPLES\\good.exe" --level "$level" --json
-    expect 0 "$(verdict 1)" "" verify "$SAMPLES\\second.exe" --level "$level" --json
-done
-expect 0 "$(verdict 1)" "" verify "$SAMPLES\\other-names.exe" --level 1 --json
-expect 0 "$(verdict 1)" "" verify "$SAMPLES\\other-names.exe" --level 2 --json
-for level in 3 4 5; do expect 1 "$(verdict 3).*\"commonName\":\"Unrelated Signing\"" "" verify "$SAMPLES\\other-names.exe" --level $level --json; done
-expect 1 "$(verdict 3)" "" verify "$SAMPLES\\unit.exe" --json
-expect 0 "$(verdict 1)" "" verify "$SAMPLES\\unit.exe" --level 4 --json
+expect 0 "$(verdict 1)" "" verify "$SAMPLES\\good.exe" --json
+expect 1 "$(verdict 3).*\"commonName\":\"Unrelated Signing\"" "" verify "$SAMPLES\\other-names.exe" --json
 expect 0 "$(verdict 1).*\"test-A\"" "" verify "$SAMPLES\\legacy.exe" --level 1 --json
-expect 1 "$(verdict 3)" "" verify "$SAMPLES\\no-usage.exe" --level 1 --json
 expect 0 "A passed, B passed, C passed, D passed" "" verify "$SAMPLES\\good.exe" --level 5
 expect 1 "A passed, B failed, C passed, D failed" "" verify "$SAMPLES\\unit.exe" --level 5
 expect 0 "system-component" "" verify "$SAMPLES\\system.exe" --level 4
 expect 0 "driver-verified" "" verify "$SAMPLES\\driver.sys" --level 4 --driver
-expect 1 "$(verdict 3)" "" verify "$SAMPLES\\good.exe" --level 4 --driver --json
 expect 1 "not trusted \(3\).*platform  0x80096010.*read although the signature is refused" "" verify "$SAMPLES\\tampered.exe"
 expect 1 "not trusted \(3\).*platform  0x800B0100.*signer    none" "" verify "$SAMPLES\\unsigned.exe"
 expect 1 "$(verdict 2)" "" verify "$SAMPLES\\missing.exe" --json
@@ -64,18 +51,13 @@ expect 1 "" "cannot expand" expand '%NOSUCH%'
 expect 1 '^\{"text":"a%%b","expanded":false\}~$' "cannot expand" expand 'a%%b' --json
 expect 0 '^C:\\Program Files\\Halvora\\Help\\Grüße.chm~$' "" path 7 'Grüße.chm'
 expect 0 '^C:\\windows\\system32\\drivers\\HvrBoot.sys~$' "" path 6 HvrBoot.sys
-expect 0 '^C:\\Program Files\\Halvora\\Drivers\\HvrScan.sys~$' "" path 6 HvrScan.sys
 expect 0 '"result":"0x00000000","path":"C:\\\\Program Files\\\\Halvora\\\\"' "" path 0 --json
 expect 2 "" "0x80070057" path 13
 
 expect 2 "usage: zebdiag .OPTIONS. VERB" ""
-expect 0 "verify .*expand .*path .*scan .*menu .*page .*objects .*create .*protection " "" --help
 for verb in verify expand path scan objects create protection menu page; do expect 0 "usage: zebdiag $verb" "" "$verb" --help; done
-expect 2 "" "unknown verb" nonsense
 expect 2 "" "--level takes a number from 1 to 5" verify x --level 6
 expect 2 "" "is needed" verify
-expect 2 "" "not expected: b" verify a b
-expect 2 "" "not expected: --wrong" verify a --wrong
 expect 2 "" "PATH is required" scan
 expect 0 "infected=0" "" scan --wait 60 'C:\windows\win.ini'
 expect 0 '"started":true.*"scannerExitCode":0' "" scan --wait 60 --json 'C:\windows\win.ini'
@@ -93,7 +75,6 @@ expect 1 '^result    0x80010202 the object lacks the interface~$' "" create "$co
 expect 1 '^result    0x80010300 module missing~$' "" create "$unknown" "$base"
 expect 2 "" "IID is required" create "$control"
 expect 2 "" "ids in braces" create "${control#?}" "$base"
-expect 0 '^protection is not suspended~$' "" protection
 expect 0 '^\{"suspensions":0,"suspended":false\}~$' "" protection --json
 cp "$OUT/windows/stage/.unsigned/tsQrtCtl.dll" "$PRODUCT/tsQrtCtl.dll"
 expect 1 "\\$control  registry~.*not trusted \\(3\\); the product refuses this module~  entry points  not looked at" "" objects
@@ -101,8 +82,6 @@ expect 1 '0x80010303 module not trusted' "" create "$control" "$base"
 mv "$PRODUCT/tsVrTrst.dll" "$OUT/cli.verifier"
 expect 0 'success' "" create "$control" "$base"
 mv "$OUT/cli.verifier" "$PRODUCT/tsVrTrst.dll"
-rm "$PRODUCT/tsQrtCtl.dll"
-expect 1 '0x80010300 module missing' "" create "$control" "$base"
 cp "$OUT/windows/stage/tsQrtCtl.dll" "$PRODUCT/tsQrtCtl.dll"
 
 # The library in a real menu. Without a display there are no windows; ./demo.sh shows those.
@@ -118,9 +97,7 @@ expect 0 '"dataObject":"own",.*"class":"Folder",.*"offset":0' "" menu --json 'C:
 expect 0 'OrloMenu of Drive, .*    0  &Scan with Halvora' "" menu 'C:\'
 expect 0 '"invoked":"OrloMenu","result":"0x00000000","started":true,"ended":true,.*item.tC:.*win.ini' "" \
     menu --invoke NimShellScan --wait 60 --json 'C:\windows\win.ini'
-expect 0 'invoked     OrloMenu, result 0x00000000~.*~  item.C:\\windows\\win.ini~.*infected=0' "" menu --invoke 0 --wait 60 'C:\windows\win.ini'
 expect 1 'result 0x80004005' "refused" menu --invoke nimshellscan 'C:\windows\win.ini'
-expect 1 'P&roperties~$' "no handler has this command" menu --invoke 1 'C:\windows\win.ini'
 expect 3 "" "there is no C:.missing" menu 'C:\missing'
 expect 3 'Orlo Shell Extensions, .*: 1 page~' "the property sheet could not be made" page
 libraries /u /s
@@ -128,5 +105,4 @@ expect 1 "" "no handler added a page" page
 
 echo "[==========] $ran tests from 1 test suite ran."
 echo "[  PASSED  ] $passed tests."
-for failure in "${failures[@]}"; do echo "[  FAILED  ] $failure"; done
 [ "$passed" -eq "$ran" ]

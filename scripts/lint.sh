@@ -8,7 +8,7 @@ case "${1:-}" in
     format) clang-format-16 --dry-run -Werror "${sources[@]}" ;;
     fix) clang-format-16 -i "${sources[@]}" ;;
     tidy)
-        [ -f "$OUT/host-asan/compile_commands.json" ] || cmake --preset host-asan
+        [ -f "$OUT/host/compile_commands.json" ] || cmake --preset host
         # Shipped portable code: what the host compiles and a host process loads.
         mapfile -t portable < <(printf '%s\n' "${sources[@]}" |
             grep -E '^(tslib|AgentCore|resources|shellext)/.*\.cpp$' | grep -vE '/win32/|^shellext/server/')
@@ -22,7 +22,7 @@ case "${1:-}" in
             local sum
             sum=$(cat "$file" "${file%.cpp}.h" .clang-tidy 2>/dev/null | sha256sum)
             [ -f "$stamp" ] && [ "$(cat "$stamp")" = "$sum" ] && return 0
-            clang-tidy -p "$OUT/host-asan" --quiet --extra-arg=-Wno-unknown-warning-option "$file" && printf '%s' "$sum" >"$stamp"
+            clang-tidy -p "$OUT/host" --quiet --extra-arg=-Wno-unknown-warning-option "$file" && printf '%s' "$sum" >"$stamp"
         }
         export -f run_one
         export OUT

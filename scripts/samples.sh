@@ -5,7 +5,7 @@ source "$(dirname "$0")/common.sh"
 SAMPLES="$OUT/samples"
 BUILT="$OUT/windows/tests/samples"
 EXE="$BUILT/sample.exe"
-DLL="$BUILT/sample.dll"
+DLL="$BUILT/component.dll"
 fresh() {
     [ -f "$SAMPLES/.ready" ] || return 1
     local input
@@ -17,18 +17,17 @@ fresh() {
 "$ROOT/scripts/wine-prefix.sh"
 
 sign() { "$ROOT/scripts/dev-signing.sh" "$@"; }
-# tamper FROM TO [OFFSET]: one byte changed, of the code by default; the signature stays where it is.
+# tamper FROM TO: one byte of the code changed; the signature stays where it is.
 tamper() {
     cp "$1" "$2"
-    printf '\xA5' | dd of="$2" bs=1 seek="${3:-1100}" conv=notrunc status=none
-    cmp -s "$1" "$2" && printf '\x5A' | dd of="$2" bs=1 seek="${3:-1100}" conv=notrunc status=none
+    printf '\xA5' | dd of="$2" bs=1 seek=1100 conv=notrunc status=none
+    cmp -s "$1" "$2" && printf '\x5A' | dd of="$2" bs=1 seek=1100 conv=notrunc status=none
     ! cmp -s "$1" "$2"
 }
 make_samples() {
     rm -rf "$SAMPLES"
     mkdir -p "$SAMPLES"
     cp "$EXE" "$SAMPLES/unsigned.exe"
-    cp "$DLL" "$SAMPLES/unsigned.dll"
     sign main "$EXE" "$SAMPLES/good.exe"
     sign main "$DLL" "$SAMPLES/good.dll"
     sign second "$EXE" "$SAMPLES/second.exe"
@@ -39,17 +38,9 @@ make_samples() {
     sign system "$EXE" "$SAMPLES/system.exe"
     sign no-usage "$EXE" "$SAMPLES/no-usage.exe"
     sign legacy "$EXE" "$SAMPLES/legacy.exe"
-    sign main "$BUILT/verify-self.exe" "$SAMPLES/verify-self.exe"
-    cp "$BUILT/verify-self.exe" "$SAMPLES/verify-self-unsigned.exe"
     tamper "$SAMPLES/good.exe" "$SAMPLES/tampered.exe"
     tamper "$SAMPLES/good.dll" "$SAMPLES/tampered.dll"
-    local component
-    for component in component component-no-factory component-no-count; do
-        sign main "$BUILT/$component.dll" "$SAMPLES/$component.dll"
-    done
-    cp "$BUILT/component.dll" "$SAMPLES/component-unsigned.dll"
-    # In the message for DOS, so that the module still works when it is loaded all the same.
-    tamper "$SAMPLES/component.dll" "$SAMPLES/component-tampered.dll" 90
+    cp "$SAMPLES/good.dll" "$SAMPLES/component.dll"
     # Catalogs that list the unsigned file. Wine cannot enumerate one with a newer digest (docs/platform.md).
     wine "$BUILT/make-catalog.exe" "$(windows_path "$SAMPLES/unsigned.exe")" "$(windows_path "$SAMPLES/unsigned.cat")"
     HALVORA_SIGN_DIGEST=sha1 sign main "$SAMPLES/unsigned.cat" "$SAMPLES/signed.cat"

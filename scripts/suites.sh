@@ -1,6 +1,7 @@
 # What test.sh runs, and how it counts; sourced by it after common.sh.
 
 passed=0 failed=0 skipped=0
+within="timeout --kill-after=10 900"
 
 # Every check by the name that is shown and asked for, with its command.
 declare -A checks=(
@@ -30,13 +31,13 @@ check() {
     fi
 }
 
-# suite NAME COMMAND...: runs a GoogleTest binary and adds its counts to ours.
+# suite NAME COMMAND...: runs a GoogleTest binary, which must end by itself, and adds its counts to ours.
 suite() {
     local name=$1 start=$SECONDS
     shift
     printf '  %-34s' "$name"
     local log="$LOG/suite-${name//[^A-Za-z0-9]/-}.log" code=0
-    within 900 "$@" >"$log" 2>&1 </dev/null || code=$?
+    "$@" >"$log" 2>&1 </dev/null || code=$?
     tr -d '\r' <"$log" >"$log.clean" && mv "$log.clean" "$log"
     local ran ok skip
     ran=$(sed -n 's/^\[==========\] \([0-9]*\) tests\{0,1\} from .* ran.*/\1/p' "$log" | awk '{ n += $1 } END { print n + 0 }')
@@ -59,13 +60,6 @@ suite() {
     fi
 }
 
-# within SECONDS COMMAND...: ends a program that does not end; a function of ours counts its own time.
-within() {
-    local limit=$1
-    shift
-    if [ "$(type -t "$1")" = function ]; then "$@"; else timeout --kill-after=10 "$limit" "$@"; fi
-}
-
 closing_count() {
     printf '%d passed, %d failed, %d skipped\n' "$passed" "$failed" "$skipped"
     [ "$failed" -eq 0 ] && [ "$passed" -gt 0 ]
@@ -74,7 +68,7 @@ closing_count() {
 build_host() { step "build with ASan and UBSan" build host-asan; }
 host_tests() {
     ASAN_OPTIONS=detect_stack_use_after_return=1:strict_string_checks=1 UBSAN_OPTIONS=print_stacktrace=1 \
-        timeout --kill-after=10 900 "$OUT/host-asan/tests/halvora_tests" "$@"
+        $within "$OUT/host-asan/tests/halvora_tests" "$@"
 }
 
 build_windows() {
@@ -86,9 +80,9 @@ build_windows() {
     HALVORA_SAMPLES=$(windows_path "$OUT/samples")
     HALVORA_STAGE=$(windows_path "$OUT/windows/stage")
 }
-windows_tests() { timeout --kill-after=10 900 wine "$OUT/windows/tests/halvora_wine_tests.exe" "$@"; }
+windows_tests() { $within wine "$OUT/windows/tests/halvora_wine_tests.exe" "$@"; }
 # Tests of what a process keeps for good: each in a process of its own, where no earlier test has paid for it.
-alone_tests() { timeout --kill-after=10 300 wine "$OUT/windows/tests/halvora_alone_tests.exe" "$@"; }
+alone_tests() { $within wine "$OUT/windows/tests/halvora_alone_tests.exe" "$@"; }
 
 # names_of COMMAND...: Suite.Test of a GoogleTest binary, one a line.
 names_of() {
@@ -96,27 +90,25 @@ names_of() {
         awk '/^[^ ].*\.( |$)/ { suite = $1 } /^  [^ ]/ { print suite $1 }'
 }
 
-alone() {
-    each_alone() {
-        local name
-        for name in $(names_of alone_tests); do alone_tests --gtest_filter="$name"; done
-    }
-    suite "leaks, a process for each test" each_alone
+each_alone() {
+    local name
+    for name in $(names_of alone_tests); do alone_tests --gtest_filter="$name"; done
 }
 
 # Quiet set-up for questions about single tests.
 list_tests() {
     build_host >/dev/null
     build_windows >/dev/null
-    names_of host_tests | sed 's/^/host     /'
-    names_of windows_tests | sed 's/^/windows  /'
-    names_of alone_tests | sed 's/^/alone    /'
+    local binary
+    for binary in host windows alone; do
+        names_of "${binary}_tests" | sed "s/^/$(printf '%-9s' $binary)/"
+    done
     printf 'check    %s\n' "${!checks[@]}" | sort
 }
 
 # only_test NAME: the check of that name, or the tests whose Suite or Suite.Test it is, in every binary that has it.
 only_test() {
-    local name=$1 suite_name=${1%%.*} found=0
+    local name=$1 suite_name=${1%%.*} found=0 binary
     if [ -n "${checks[$name]:-}" ]; then
         case "$name" in *modules* | *languages*) build_windows ;; esac
         check "$name"
@@ -124,17 +116,14 @@ only_test() {
     fi
     [[ "$name" == *.* ]] || name+=".*"
     # The sources say which binary has the suite, so that only that one is built.
-    in_sources() { git grep -qE "TEST(_F|_P)?\((${suite_name//\*/.*})," -- "$@"; }
-    if in_sources tests ':!tests/wine'; then
-        found=1
-        build_host
-        suite "host: $name" host_tests --gtest_filter="$name"
-    fi
-    if in_sources tests/wine tests/contract; then
-        found=1
-        build_windows
-        in_sources tests/wine/alone || suite "windows: $name" windows_tests --gtest_filter="$name"
-        ! in_sources tests/wine/alone || suite "alone: $name" alone_tests --gtest_filter="$name"
-    fi
+    local -A sources=([host]="tests :!tests/wine" [windows]="tests/wine tests/contract :!tests/wine/alone"
+        [alone]="tests/wine/alone")
+    for binary in host windows alone; do
+        if git grep -qE "TEST(_F|_P)?\((${suite_name//\*/.*})," -- ${sources[$binary]}; then
+            found=1
+            "build_${binary/alone/windows}"
+            suite "$binary: $name" "${binary}_tests" --gtest_filter="$name"
+        fi
+    done
     [ $found -eq 1 ] || die "no test or check is called '$1'; ./test.sh --list has the names"
 }

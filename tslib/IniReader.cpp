@@ -44,7 +44,7 @@ SystemError ReadWhole(platform::Files& files, const std::u16string& path, std::v
     }
     std::array<std::byte, 4096> piece;
     for (;;) {
-        std::size_t count = 0;
+        std::size_t count{};
         if (const SystemError error = files.Read(file.Get(), piece, count); Failed(error)) {
             return error;
         }

@@ -158,11 +158,8 @@ SystemError Isolation::FindIniFile(std::u16string& path) {
         if (!platform_.pathForms.Append(candidate, u"isolate.ini")) {
             return SystemError::InternalError;
         }
-        std::uint32_t attributes = 0;
+        std::uint32_t attributes{};
         if (Succeeded(platform_.files.Attributes(candidate, attributes))) {
-            if (candidate.size() >= kPathCapacity) {
-                return SystemError::InsufficientBuffer;
-            }
             path = std::move(candidate);
             return SystemError::Success;
         }

@@ -38,7 +38,7 @@ public:
     // The settings, which live as long as this object. On failure `settings` is untouched:
     //   InvalidParameter    a null place
     //   FileNotFound        no isolate.ini in the module's folder or above
-    //   InsufficientBuffer  the module's path, the file's path or a value is too long
+    //   InsufficientBuffer  the module's path or a value is too long
     //   InternalError       a candidate path could not be built
     //   InvalidData         the silo or the hive is no good
     //   FileTooLarge        isolate.ini is above 1 MiB

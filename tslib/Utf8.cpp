@@ -114,7 +114,7 @@ bool FromUtf8(std::string_view utf8, std::u16string& text) {
             decoded.push_back(static_cast<char16_t>(point));
         } else {
             decoded.push_back(static_cast<char16_t>(0xD800u + ((point - 0x10000u) >> 10)));
-            decoded.push_back(static_cast<char16_t>(0xDC00u + ((point - 0x10000u) & 0x3FFu)));
+            decoded.push_back(static_cast<char16_t>(0xDC00u + (point & 0x3FFu)));
         }
     }
     text = std::move(decoded);

@@ -52,7 +52,6 @@ bool ReplaceAll(std::u16string& text, std::size_t from, std::u16string_view toke
         return true;
     }
     std::u16string result;
-    result.reserve(kept + count * replacement.size());
     std::size_t done = 0;
     for (std::size_t at = from; at != std::u16string::npos; at = text.find(token, done)) {
         result.append(text, done, at - done).append(replacement);

@@ -65,7 +65,6 @@ bool tsVaneObjectRepository::List(std::vector<RepositoryEntry>& entries) noexcep
             return false;
         }
         std::vector<RepositoryEntry> list;
-        list.reserve(entries_.size());
         for (const auto& [objectId, stored] : entries_) {
             list.push_back({objectId, stored.source, stored.path});
         }
@@ -93,11 +92,8 @@ const tsVaneObjectRepository::Stored* tsVaneObjectRepository::FindLocked(const O
         return nullptr;
     }
     auto found = entries_.find(objectId);
-    if (found == entries_.end()) {
-        isLoaded_ = false;
-        if (LoadLocked()) {
-            found = entries_.find(objectId);
-        }
+    if (found == entries_.end() && LoadLocked()) {
+        found = entries_.find(objectId);
     }
     if (!isLoaded_ || found == entries_.end()) {
         tracer_.Warning(TraceEvent::ObjectUnknown, GuidText(objectId));
@@ -108,8 +104,7 @@ const tsVaneObjectRepository::Stored* tsVaneObjectRepository::FindLocked(const O
 
 bool tsVaneObjectRepository::LoadLocked() {
     isLoaded_ = false;
-    entries_.clear();
-    // Published only when complete; what is thrown leaves the repository empty and unloaded.
+    // Published only when complete; what is thrown leaves the repository unloaded.
     Entries entries;
     const VaneResult fromStore = LoadFromStore(entries);
     if (Failed(fromStore)) {
@@ -138,7 +133,7 @@ VaneResult tsVaneObjectRepository::LoadFromStore(Entries& entries) {
     if (!list) {
         return VaneResult::InternalFailure;
     }
-    std::uint32_t count = 0;
+    std::uint32_t count{};
     if (const VaneResult result = list->SubkeyCount(&count); Failed(result)) {
         return result;
     }
@@ -195,8 +190,8 @@ SystemError tsVaneObjectRepository::LoadFromRegistry(Entries& entries) {
     path += kRegistryKey;
     const std::uint32_t access = platform::kKeyRead | settings_.RegistryViewFlag();
     platform::OwnedRegistryKey list(platform_.registry);
-    std::uint32_t count = 0;
-    std::uint32_t longestName = 0;
+    std::uint32_t count{};
+    std::uint32_t longestName{};
     SystemError error = platform_.registry.OpenKey(platform::RegistryRoot::LocalMachine, path, access, list.Receive());
     if (Succeeded(error)) {
         error = platform_.registry.SubkeyInfo(list.Get(), count, longestName);

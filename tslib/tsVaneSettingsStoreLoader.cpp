@@ -5,7 +5,6 @@
 namespace tsLib {
 
 VaneResult tsVaneSettingsStoreLoader::Create(VaneRef<ISettingsStore>& store) noexcept {
-    store.Reset();
     return AtVaneBoundary([&] {
         std::u16string path;
         if (!paths_.Expand(kSettingsStoreModulePath, path)) {

@@ -19,8 +19,8 @@ public:
     tsVaneSettingsStoreLoader(const platform::Platform& platform, tsPathExpansion& paths) noexcept
         : paths_(paths), loader_(platform, paths) {}
 
-    // A new store object, which is released before this is asked again or destroyed. ModuleMissing also when the
-    // install folder is not known.
+    // A new store object in an empty place, which is released before this is asked again or destroyed. ModuleMissing
+    // also when the install folder is not known.
     VaneResult Create(VaneRef<ISettingsStore>& store) noexcept;
 
 private:

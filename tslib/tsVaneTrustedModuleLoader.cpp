@@ -12,7 +12,7 @@ VaneResult tsVaneTrustedModuleLoader::VerifyModule(const char16_t* path) noexcep
     EnsureVerifier();
     return AtVaneBoundary([&] {
         const std::u16string file(path);
-        std::uint32_t attributes = 0;
+        std::uint32_t attributes{};
         if (const auto error = files_.Attributes(file, attributes); Failed(error)) {
             tracer_.Error(TraceEvent::ModuleFileMissing, error, file);
             return VaneResult::ModuleMissing;

@@ -22,21 +22,18 @@ constexpr char kUsage[] =
     "Exit codes: 0 nothing found, 1 infected files found, 2 wrong arguments, 3 something could not be read or "
     "written.\n";
 
-// The list's path. Throws CLI::ParseError.
+// The list's path; empty when help is asked for. Throws UsageError.
 std::u16string ListFile(std::span<const std::u16string> arguments) {
-    CLI::App app;
-    app.allow_windows_style_options();
-    app.option_defaults()->ignore_case()->disable_flag_override();
-    app.set_help_flag("--help");
-    app.add_flag("--UTF8")->required();  // lists in other encodings are not understood
-    app.add_flag("--Async");             // the caller does not wait; nothing here depends on it
-    const CLI::Option& list = *app.add_option("--RightClickScan")->required();
-    commandline::Parse(app, arguments);
-    std::u16string path = commandline::Text(list);
-    if (path.empty() || path.starts_with(u'/')) {
-        throw CLI::ValidationError("/RightClickScan", "lacks the list");
+    const commandline::Syntax syntax{
+        .arguments = {{"--UTF8", "", "", {}, commandline::Times::Once},  // lists in other encodings are not understood
+                      {"--Async", ""},  // the caller does not wait; nothing here depends on it
+                      {"--RightClickScan", "", "LIST", {}, commandline::Times::Once}}};
+    const commandline::Given given = commandline::Parse(syntax, arguments);
+    std::u16string list = given.Text("--RightClickScan");
+    if (given.help.empty() && (list.empty() || list.starts_with(u'/'))) {
+        throw commandline::UsageError("/RightClickScan: lacks the list");
     }
-    return path;
+    return list;
 }
 
 std::string Unwritten(SystemError error) {
@@ -113,12 +110,14 @@ ScanExit Scan(const ScanAgentInput& input, const std::u16string& listFile, ScanF
 ScanExit RunScanAgent(const ScanAgentInput& input, ScanFiles& files, std::string& message) noexcept {
     return tsLib::AtBoundary(ScanExit::Errors, [&] {
         try {
-            return Scan(input, ListFile(input.arguments), files, message);
-        } catch (const CLI::CallForHelp&) {
+            const std::u16string list = ListFile(input.arguments);
+            if (!list.empty()) {
+                return Scan(input, list, files, message);
+            }
             message = kUsage;
             return ScanExit::Clean;
-        } catch (const CLI::ParseError& mistake) {
-            message = commandline::Message(mistake) + '\n' + kUsage;
+        } catch (const commandline::UsageError& mistake) {
+            message = std::string(mistake.what()) + '\n' + kUsage;
             return ScanExit::Usage;
         }
     });

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <map>
 #include <memory>
@@ -14,120 +15,74 @@
 #include <utility>
 #include <vector>
 
-#include "tslib/platform/Catalogs.h"
-#include "tslib/platform/Desktop.h"
+#include "SignerNamesConfig.h"
 #include "tslib/platform/DropList.h"
-#include "tslib/platform/Files.h"
-#include "tslib/platform/Modules.h"
-#include "tslib/platform/PathForms.h"
 #include "tslib/platform/Platform.h"
-#include "tslib/platform/Processes.h"
-#include "tslib/platform/Registry.h"
-#include "tslib/platform/Signatures.h"
-#include "tslib/platform/System.h"
 #include "tslib/platform/TextOutput.h"
-#include "tslib/platform/TextRules.h"
-#include "tslib/platform/TraceOutput.h"
-#include "tslib/platform/TrustProvider.h"
 
 namespace tests {
 
 using namespace tsLib::platform;
 
-// Staging goes past the seam. A staging step that fails adds a test failure.
-class ContractPlatform {
-public:
-    // These live until TearDown.
-    [[nodiscard]] virtual const Platform& Interfaces() = 0;
-    [[nodiscard]] virtual TextOutput& Text() = 0;
-    [[nodiscard]] virtual TextRules& Japanese() = 0;  // code page 932
+// What is only declared here is defined by each side. Staging goes past the seam and ends with the test; a step that
+// fails adds a test failure, and so does what a test leaves open, where the side can know it.
+class ContractTest : public ::testing::Test, protected Platform {
+protected:
+    ContractTest();
+    ~ContractTest() override;
 
-    // Before every test: an empty scratch folder and no scratch key. After every test: what is left open is a failure,
-    // where the side can know it.
-    virtual void SetUp() = 0;
-    virtual void TearDown() = 0;
-
-    // An existing folder with short ASCII names of its own, ending in a backslash.
-    [[nodiscard]] virtual std::u16string ScratchFolder() = 0;
     // Paths of any length; the folder must exist.
-    virtual void PutFile(const std::u16string& path, std::string_view bytes) = 0;
-    virtual void MakeFolder(const std::u16string& path) = 0;
+    static void PutFile(const std::u16string& path, std::string_view bytes);
+    static void MakeFolder(const std::u16string& path);
+    // A module that exports "GetFactory".
+    static void PutModule(const std::u16string& path);
     // The file's bytes, read with all sharing allowed. Empty when it cannot be read.
-    [[nodiscard]] virtual std::string FileText(const std::u16string& path) = 0;
-    // Holds the file open for writing, sharing everything, until the result is destroyed.
-    [[nodiscard]] virtual std::shared_ptr<void> HoldForWriting(const std::u16string& path) = 0;
-    // What somebody who shares everything is answered when he opens the existing file for writing, deletes it, or
-    // moves another file over it. The scratch file is changed when that succeeds.
-    [[nodiscard]] virtual SystemError TryWrite(const std::u16string& path) = 0;
-    [[nodiscard]] virtual SystemError TryRemove(const std::u16string& path) = 0;
-    [[nodiscard]] virtual SystemError TryReplace(const std::u16string& path) = 0;
+    [[nodiscard]] static std::string FileText(const std::u16string& path);
+    // What somebody who shares everything is answered when he deletes the existing file, or opens it for writing, which
+    // he does until the handle is destroyed.
+    [[nodiscard]] static SystemError TryRemove(const std::u16string& path);
+    [[nodiscard]] static std::pair<SystemError, std::shared_ptr<void>> TryWrite(const std::u16string& path);
     // The 8.3 form of an existing path, or the path itself where the volume has none.
-    [[nodiscard]] virtual std::u16string ShortForm(const std::u16string& path) = 0;
-
-    // A path below HKEY_LOCAL_MACHINE\Software, without a trailing backslash. No such key exists when a test begins, in
-    // either view.
-    [[nodiscard]] virtual std::u16string ScratchKey() = 0;
-    // A binary value of any size, which the seam would not write. Makes the key, in the 64-bit view.
-    virtual void PutBinaryValue(const std::u16string& keyPath, const std::u16string& name, std::size_t bytes) = 0;
-
+    [[nodiscard]] static std::u16string ShortForm(const std::u16string& path);
+    // A binary value of any size in the scratch key, which is made in the 64-bit view.
+    void PutBinaryValue(const char16_t* name, std::size_t bytes);
     // The name lives as long as the process.
-    virtual void SetEnvironment(const char16_t* name, const std::u16string& value) = 0;
-
-    // Puts a module that exports "GetFactory" into the scratch folder; whether this process has it loaded.
-    virtual void PutModule(const std::u16string& path) = 0;
-    [[nodiscard]] virtual bool IsLoaded(const std::u16string& path) = 0;
-    // The German resource module.
-    [[nodiscard]] virtual std::u16string GermanModule() = 0;
-
-    // Sample modules: signed by a private chain with the names below and the code-signing usage; the same with a byte
-    // changed; without any signature.
-    [[nodiscard]] virtual std::u16string SignedFile() = 0;
-    [[nodiscard]] virtual std::u16string TamperedFile() = 0;
-    [[nodiscard]] virtual std::u16string UnsignedFile() = 0;
-    // The subject of the signed file's signer by dotted identifier: 2.5.4.3, .11, .10, .7, .8 and .6.
-    [[nodiscard]] virtual std::map<std::string, std::u16string> SignerAttributes() = 0;
-    // Puts an unsigned catalog into the system's catalog folder, until the test's end, that lists these SHA-1 hashes.
-    virtual void PutCatalog(const std::u16string& name, const std::vector<std::vector<std::byte>>& hashes) = 0;
-
-    // The full path of the running executable.
-    [[nodiscard]] virtual std::u16string ExecutablePath() = 0;
-    // A command line that starts something which ends by itself, without output or window.
-    [[nodiscard]] virtual std::u16string HarmlessCommandLine() = 0;
-
-    // Makes a drop list of wide paths for the length of `use`; null items stand for no list at all.
-    virtual void WithDropList(const std::vector<std::u16string>* items, const std::function<void(DropList&)>& use) = 0;
-
-protected:
-    ~ContractPlatform() = default;
-};
-
-// The one of this executable.
-[[nodiscard]] ContractPlatform& Contract();
-
-class ContractTest : public ::testing::Test {
-protected:
-    void TearDown() override { contract.TearDown(); }
+    static void SetEnvironment(const char16_t* name, const std::u16string& value);
+    // An unsigned catalog in the system's catalog folder that lists the SHA-1 hash of unsigned.exe.
+    static void PutCatalog(const char16_t* name);
+    // Makes a drop list of wide paths for the length of `use`.
+    static void WithDropList(const std::vector<std::u16string>& items, const std::function<void(DropList&)>& use);
 
     // A folder in the scratch folder whose path is longer than 260 characters, ending in a backslash.
     [[nodiscard]] std::u16string MakeDeepFolder() {
         std::u16string deep = folder;
         while (deep.size() < 300) {
             deep += std::u16string(50, u'd') + u'\\';
-            contract.MakeFolder(deep);
+            MakeFolder(deep);
         }
         return deep;
     }
 
-    ContractPlatform& contract = SetUpContract();
-    const Platform& platform = contract.Interfaces();
-    const std::u16string folder = contract.ScratchFolder();
-
-private:
-    // Before the members of any suite.
-    static ContractPlatform& SetUpContract() {
-        Contract().SetUp();
-        return Contract();
-    }
+    TextOutput& output;
+    TextRules& japanese;                // code page 932
+    const std::u16string executable;    // the full path of this program
+    const std::u16string germanModule;  // and of the German strings
+    // Of sample programs, ending in a backslash: good.exe, signed by a private chain with SignerAttributes and the
+    // code-signing usage; tampered.exe, the same with a byte changed; unsigned.exe.
+    const std::u16string samples;
+    // An empty folder with a short ASCII path, ending in a backslash.
+    const std::u16string folder;
+    // A path below HKEY_LOCAL_MACHINE\Software, without a trailing backslash. There is no such key, in either view.
+    const std::u16string scratch;
+    std::u16string text = u"before";  // for what operations tell, or leave as it is
 };
+
+// By dotted identifier.
+[[nodiscard]] inline std::map<std::string, std::u16string> SignerAttributes() {
+    const std::string CN = "2.5.4.3", OU = "2.5.4.11", O = "2.5.4.10", L = "2.5.4.7", ST = "2.5.4.8", C = "2.5.4.6";
+#define ATTRIBUTE(key, value) {key, value},
+    return {HALVORA_SIGNER_1(ATTRIBUTE)};
+#undef ATTRIBUTE
+}
 
 }  // namespace tests

@@ -1,20 +1,17 @@
+// The desktop and the system.
 #include "tests/contract/ContractPlatform.h"
 
 namespace tests {
 namespace {
 
-class DesktopContract : public ContractTest {
-protected:
-    Desktop& desktop = platform.desktop;
-    std::u16string text = u"before";
-};
+using DesktopContract = ContractTest;
 
 TEST_F(DesktopContract, Locales_AreKnownByTheirNumbers) {
-    for (const std::uint32_t locale : {1031U, 1033U, 1036U, 2055U, 3079U, 66567U, std::uint32_t{desktop.UserLanguage()},
-                                       std::uint32_t{desktop.SystemLanguage()}}) {
+    for (const std::uint32_t locale :
+         {1031U, 3079U, 66567U, std::uint32_t{desktop.UserLanguage()}, std::uint32_t{desktop.SystemLanguage()}}) {
         EXPECT_TRUE(desktop.IsLocale(locale)) << locale;
     }
-    for (const std::uint32_t locale : {9999U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU}) {
+    for (const std::uint32_t locale : {9999U, 0x7FFFFFFFU, 0xFFFFFFFFU}) {
         EXPECT_FALSE(desktop.IsLocale(locale)) << locale;
     }
 }
@@ -28,10 +25,7 @@ TEST_F(DesktopContract, SystemText_IsThereForKnownCodes) {
 
 TEST_F(DesktopContract, FillInserts_TakesEachMarkForWhatItIs) {
     const std::vector<std::u16string> inserts{u"%2", u"", u"three\u4E2D"};
-    const struct {
-        std::u16string format, filled;
-    } rows[] = {
-        {u"no insert", u"no insert"},
+    const std::pair<std::u16string, std::u16string> rows[] = {
         {u"%1", u"%2"},  // an insert is not looked at again
         {u"%3!s!, %1!s!%2", u"three\u4E2D, %2"},
         {u"100%% of %3", u"100% of three\u4E2D"},
@@ -39,34 +33,46 @@ TEST_F(DesktopContract, FillInserts_TakesEachMarkForWhatItIs) {
         {u"one%nline%!", u"one\r\nline!"},
         {u"end%0 of it", u"end"},
     };
-    for (const auto& row : rows) {
-        EXPECT_EQ(desktop.FillInserts(row.format, inserts, text), SystemError::Success);
-        EXPECT_EQ(text, row.filled) << ::testing::PrintToString(row.format);
+    for (const auto& [format, filled] : rows) {
+        EXPECT_EQ(desktop.FillInserts(format, inserts, text), SystemError::Success);
+        EXPECT_EQ(text, filled) << testing::PrintToString(format);
     }
     text = u"%3";
     EXPECT_EQ(desktop.FillInserts(text, inserts, text), SystemError::Success);
-    EXPECT_EQ(text, inserts[2]);
     EXPECT_TRUE(Failed(desktop.FillInserts(u"%2", inserts, text)));  // nothing is left
     EXPECT_EQ(text, inserts[2]);
 }
 
-TEST_F(DesktopContract, WindowStation_IsVisible) {
-    std::uint32_t flags = 0;
-    EXPECT_EQ(desktop.WindowStationFlags(flags), SystemError::Success);
-    EXPECT_EQ(flags & kWindowStationVisible, kWindowStationVisible);
+using SystemContract = ContractTest;
+
+TEST_F(SystemContract, FileTime_IsOfThisCentury) {
+    constexpr std::uint64_t kYear2020 = 132'223'104'000'000'000;
+    constexpr std::uint64_t kYear2100 = 157'469'184'000'000'000;
+    std::uint64_t now = 0;
+    ASSERT_EQ(system.FileTimeNow(now), SystemError::Success);
+    EXPECT_GT(now, kYear2020);
+    EXPECT_LT(now, kYear2100);
 }
 
-// There may be nobody to read either: both are silent then.
-TEST_F(DesktopContract, DebugTexts_AndTraces_TakeAnyContent) {
-    for (const char16_t* const line : {u"", u"text\n", u"%s%n \xD800 \U0001F600"}) {
-        desktop.WriteDebug(line);
-    }
-    const TraceArgument arguments[] = {std::uint32_t{1}, std::uint64_t{1} << 63, std::u16string_view(u"\xDC00\0x", 3)};
-    for (const TraceLevel level : {TraceLevel::Error, TraceLevel::Verbose}) {
-        static_cast<void>(platform.trace.IsEnabled(level));
-        platform.trace.Write({level, 0xFFFF, {}});
-        platform.trace.Write({level, 0, arguments});
-    }
+TEST_F(SystemContract, IsAtLeast_ComparesTheMajorNumberFirst) {
+    EXPECT_TRUE(system.IsAtLeast(6, 1));
+    EXPECT_TRUE(system.IsAtLeast(5, 99));
+    EXPECT_FALSE(system.IsAtLeast(99, 0));
+    EXPECT_FALSE(system.IsAtLeast(10, 99));
+}
+
+TEST_F(SystemContract, AllThreeWays_KnowTheWindowsFolder) {
+    constexpr std::uint32_t kCsidlWindows = 0x24;
+    std::u16string windows;
+    ASSERT_EQ(system.WindowsFolder(windows), SystemError::Success);
+    EXPECT_FALSE(windows.empty() || windows.ends_with(u'\\'));
+    EXPECT_EQ(system.DefaultShellFolder(0x99, text), tsLib::HResult::InvalidArgument);
+    EXPECT_FALSE(system.SpecialFolder(0x99, text));
+    EXPECT_EQ(text, u"before");
+    EXPECT_EQ(system.DefaultShellFolder(kCsidlWindows, text), tsLib::HResult::Ok);
+    EXPECT_EQ(std::exchange(text, u"before"), windows);
+    EXPECT_TRUE(system.SpecialFolder(kCsidlWindows, text));
+    EXPECT_EQ(text, windows);
 }
 
 }  // namespace

@@ -1,5 +1,4 @@
-#include <algorithm>
-
+// Files, text outputs and drop lists.
 #include "tests/contract/ContractPlatform.h"
 
 namespace tests {
@@ -14,68 +13,62 @@ protected:
         return file;
     }
     std::string ReadAll(const OwnedFile& file, std::size_t step) {
-        std::string text;
+        std::string bytes;
         std::vector<std::byte> buffer(step);
-        std::size_t count = 1;
-        while (count != 0) {
+        for (std::size_t count = 1; count != 0 && bytes.size() < 100;) {
             EXPECT_EQ(files.Read(file.Get(), buffer, count), SystemError::Success);
-            text.append(reinterpret_cast<const char*>(buffer.data()), count);
+            bytes.append(reinterpret_cast<const char*>(buffer.data()), std::min(count, step));
         }
-        return text;
+        return bytes;
     }
-    std::uint32_t Attributes(const std::u16string& name) {
+    bool IsFolder(const std::u16string& name) {
         std::uint32_t attributes = 0;
         EXPECT_EQ(files.Attributes(name, attributes), SystemError::Success) << testing::PrintToString(name);
-        return attributes;
+        return (attributes & kAttributeDirectory) != 0;
     }
 
-    Files& files = platform.files;
     const std::u16string path = folder + u"file.txt";
     FoundEntry entry{7, u"before"};
 };
 
 TEST_F(FilesContract, WhatIsMissing_SaysWhatIsMissing_AndTouchesNothing) {
-    contract.PutFile(path, "x");
-    const struct {
-        std::u16string path;
-        SystemError error;
-    } rows[] = {
+    PutFile(path, "x");
+    const std::pair<std::u16string, SystemError> rows[] = {
         {folder + u"none", SystemError::FileNotFound},
         {folder + u"no folder\\none", SystemError::PathNotFound},
         {path + u"\\below a file", SystemError::PathNotFound},
         {u"", SystemError::PathNotFound},
         {folder + u"a*b", SystemError{123}},
         {path + std::u16string(u"\0x", 2), SystemError{123}},
-        {folder + std::u16string(300, u'n'), SystemError{123}},  // longer than a name can be
     };
-    for (const auto& row : rows) {
+    for (const auto& [missing, expected] : rows) {
         std::uint32_t attributes = 0x5A5A;
         FileHandle file{0x5A5A};
-        // Some file systems take a name of any length, and then it is just not there.
-        const bool isTooLong = row.path.size() > 300;
-        for (const SystemError error :
-             {files.Attributes(row.path, attributes), files.OpenForReading(row.path, FileSharing::Readers, file)}) {
-            EXPECT_TRUE(error == row.error || (isTooLong && error == SystemError::FileNotFound))
-                << error << " for " << testing::PrintToString(row.path);
-        }
+        EXPECT_EQ(files.Attributes(missing, attributes), expected) << testing::PrintToString(missing);
+        EXPECT_EQ(files.OpenForReading(missing, FileSharing::Readers, file), expected);
         EXPECT_EQ(attributes, 0x5A5AU);
         EXPECT_EQ(file, FileHandle{0x5A5A});
     }
+    SearchHandle search{};
+    EXPECT_EQ(files.FindFirst(folder + u"none", search, entry), SystemError::FileNotFound);
+    EXPECT_EQ(files.FindFirst(folder + u"none\\*.*", search, entry), SystemError::PathNotFound);
+    EXPECT_EQ(search, SearchHandle{});
+    EXPECT_EQ(entry.attributes, 7U);
+    EXPECT_EQ(entry.name, u"before");
 }
 
 TEST_F(FilesContract, Attributes_TellFoldersFromFiles) {
-    contract.PutFile(path, "x");
-    contract.MakeFolder(folder + u"sub");
-    EXPECT_EQ(Attributes(path) & kAttributeDirectory, 0U);
-    for (const std::u16string name : {u"sub", u"sub\\", u"SUB"}) {
-        EXPECT_EQ(Attributes(folder + name) & kAttributeDirectory, kAttributeDirectory);
-    }
+    PutFile(path, "x");
+    MakeFolder(folder + u"sub");
+    EXPECT_FALSE(IsFolder(path));
+    EXPECT_TRUE(IsFolder(folder + u"SUB"));
+    EXPECT_TRUE(IsFolder(folder + u"sub\\"));
     Open(folder + u"sub", FileSharing::Readers, SystemError::AccessDenied);
 }
 
 TEST_F(FilesContract, Reading_GivesAllBytes_InAnySteps) {
     for (const std::string& bytes : {std::string("one\r\n\0\x1A\xFFtwo", 11), std::string()}) {
-        contract.PutFile(path, bytes);
+        PutFile(path, bytes);
         for (const std::size_t step : {1U, 4U, 11U, 4096U}) {
             const OwnedFile file = Open(path);
             std::uint64_t size = 9;
@@ -88,70 +81,130 @@ TEST_F(FilesContract, Reading_GivesAllBytes_InAnySteps) {
 
 TEST_F(FilesContract, Names_AreUnicode_OfAnyLength_InAnyLetterCase) {
     const std::u16string deep = MakeDeepFolder();
-    contract.PutFile(folder + u"Gr\u00FC\u00DFe \u4F60\u597D \U0001F600.txt", "found");
-    contract.PutFile(deep + u"File.txt", "found");
+    PutFile(folder + u"Gr\u00FC\u00DFe \u4F60\u597D \U0001F600.txt", "found");
+    PutFile(deep + u"File.txt", "found");
     for (const std::u16string& name : {folder + u"GR\u00FC\u00DFe \u4F60\u597D \U0001F600.txt", deep + u"file.TXT"}) {
         EXPECT_EQ(ReadAll(Open(name), 16), "found");
-        Attributes(name);
+        EXPECT_FALSE(IsFolder(name));
     }
     OwnedSearch search(files);
     EXPECT_EQ(files.FindFirst(deep + u"fILE.txt", search.Receive(), entry), SystemError::Success);
     EXPECT_EQ(entry.name, u"File.txt");
+    EXPECT_EQ(files.FindNext(search.Get(), entry), SystemError::NoMoreFiles);
 }
 
 // Whoever writes here shares everything.
 TEST_F(FilesContract, Sharing_DecidesWhoElseMayHaveTheFile) {
-    contract.PutFile(path, "kept");
+    PutFile(path, "kept");
     for (const FileSharing sharing : {FileSharing::Readers, FileSharing::ReadersAndWriters}) {
         const bool alone = sharing == FileSharing::Readers;
         const SystemError whenAlone = alone ? SystemError::SharingViolation : SystemError::Success;
         {
             const OwnedFile file = Open(path, sharing);
-            EXPECT_EQ(contract.TryWrite(path), whenAlone);
-            EXPECT_EQ(contract.TryRemove(path), SystemError::SharingViolation);
-            EXPECT_TRUE(Failed(contract.TryReplace(path)));
+            EXPECT_EQ(TryWrite(path).first, whenAlone);
+            EXPECT_EQ(TryRemove(path), SystemError::SharingViolation);
             Open(path, sharing);
             EXPECT_EQ(ReadAll(file, 16), "kept");
         }
-        EXPECT_EQ(contract.TryWrite(path), SystemError::Success);
-        const auto writer = contract.HoldForWriting(path);
+        const auto [written, writer] = TryWrite(path);
+        EXPECT_EQ(written, SystemError::Success);
         Open(path, sharing, whenAlone);
     }
-    EXPECT_EQ(contract.TryRemove(path), SystemError::Success);
+    EXPECT_EQ(TryRemove(path), SystemError::Success);
 }
 
 TEST_F(FilesContract, ASearch_FindsEverythingInAFolder_OnceEach) {
-    contract.PutFile(folder + u"File.txt", "x");
-    contract.PutFile(folder + u"no extension \u00E9\u4E2D", "x");
-    contract.MakeFolder(folder + u"1033");
+    PutFile(folder + u"no extension \u00E9\u4E2D", "x");
+    MakeFolder(folder + u"1033");
     OwnedSearch search(files);
-    std::vector<std::u16string> names;
-    std::vector<std::u16string> folders;
+    std::vector<std::pair<std::u16string, bool>> found;
     SystemError error = files.FindFirst(folder + u"*.*", search.Receive(), entry);
     for (; Succeeded(error); error = files.FindNext(search.Get(), entry)) {
-        names.push_back(entry.name);
-        if ((entry.attributes & kAttributeDirectory) != 0) {
-            folders.push_back(entry.name);
-        }
+        found.emplace_back(entry.name, (entry.attributes & kAttributeDirectory) != 0);
     }
     EXPECT_EQ(error, SystemError::NoMoreFiles);
-    std::ranges::sort(names);
-    std::ranges::sort(folders);
-    EXPECT_EQ(names, (std::vector<std::u16string>{u".", u"..", u"1033", u"File.txt", u"no extension \u00E9\u4E2D"}));
-    EXPECT_EQ(folders, (std::vector<std::u16string>{u".", u"..", u"1033"}));
-
-    ASSERT_EQ(files.FindFirst(folder + u"fILE.TXT", search.Receive(), entry), SystemError::Success);
-    EXPECT_EQ(files.FindNext(search.Get(), entry), SystemError::NoMoreFiles);
-    EXPECT_EQ(entry.name, u"File.txt");
+    std::ranges::sort(found);
+    const decltype(found) all{{u".", true}, {u"..", true}, {u"1033", true}, {u"no extension \u00E9\u4E2D", false}};
+    EXPECT_EQ(found, all);
 }
 
-TEST_F(FilesContract, ASearchForWhatIsMissing_SaysWhatIsMissing_AndTouchesNothing) {
-    SearchHandle search{};
-    EXPECT_EQ(files.FindFirst(folder + u"none", search, entry), SystemError::FileNotFound);
-    EXPECT_EQ(files.FindFirst(folder + u"none\\*.*", search, entry), SystemError::PathNotFound);
-    EXPECT_EQ(search, SearchHandle{});
-    EXPECT_EQ(entry.attributes, 7U);
-    EXPECT_EQ(entry.name, u"before");
+class TextOutputContract : public ContractTest {
+protected:
+    const std::u16string path = folder + u"list";
+};
+
+TEST_F(TextOutputContract, Lines_AreTheirBytes_ThenCrLf_AndThereForOthersAtOnce) {
+    PutFile(path, "something longer than what follows, and gone when the file is opened");
+    ASSERT_EQ(output.Open(path), StreamState::Good);
+    EXPECT_TRUE(output.IsOpen());
+    EXPECT_EQ(FileText(path), "");
+    output.WriteLine("Gr\xC3\xBC\xC3\x9F\x65");
+    EXPECT_EQ(FileText(path), "Gr\xC3\xBC\xC3\x9F\x65\r\n");
+    output.WriteLine(std::string_view("a\nb\0c", 5));
+    output.WriteLine("");
+    // One who does not want to share with a writer is refused.
+    FileHandle file{};
+    EXPECT_EQ(files.OpenForReading(path, FileSharing::Readers, file), SystemError::SharingViolation);
+    output.Close();
+    EXPECT_FALSE(output.IsOpen());
+    EXPECT_EQ(output.State(), StreamState::Good);
+    output.WriteLine("late");
+    EXPECT_EQ(FileText(path), std::string("Gr\xC3\xBC\xC3\x9F\x65\r\na\nb\0c\r\n\r\n", 18));
+}
+
+TEST_F(TextOutputContract, WhatCannotBeOpened_IsFailedOrBad_AndSwallowsLines) {
+    PutFile(path, "kept");
+    OwnedFile reader(files);
+    ASSERT_EQ(files.OpenForReading(path, FileSharing::Readers, reader.Receive()), SystemError::Success);
+    const std::pair<std::u16string, StreamState> rows[] = {
+        {folder + u"none\\list", StreamState::Failed},
+        {folder, StreamState::Failed},
+        {path + std::u16string(u"\0x", 2), StreamState::Failed},
+        {path, StreamState::Failed},  // its reader keeps writers away
+        {u"NUL", StreamState::Bad},   // a device
+    };
+    for (const auto& [name, state] : rows) {
+        EXPECT_EQ(output.Open(name), state) << testing::PrintToString(name);
+        EXPECT_FALSE(output.IsOpen());
+        output.WriteLine("lost");
+        output.Close();
+        EXPECT_EQ(output.State(), state);
+    }
+    EXPECT_EQ(FileText(path), "kept");
+}
+
+TEST_F(TextOutputContract, OpeningAgain_StartsAnew) {
+    EXPECT_EQ(output.Open(folder + u"none\\list"), StreamState::Failed);
+    for (const char16_t* const suffix : {u"1", u"2"}) {
+        ASSERT_EQ(output.Open(path + suffix), StreamState::Good);
+        output.WriteLine("line");
+    }
+    EXPECT_EQ(FileText(path + u"1"), "line\r\n");
+    EXPECT_EQ(FileText(path + u"2"), "line\r\n");
+}
+
+using DropListContract = ContractTest;
+
+TEST_F(DropListContract, Items_ComeWhole_InAnyOrder_AndAgain) {
+    const std::vector<std::u16string> selections[] = {
+        {},
+        {u"C:\\b", u"C:\\a", u"C:\\b"},
+        {u"C:\\Gr\u00FC\u00DFe \u4F60\u597D \U0001F600", std::u16string(u"C:\\\xD800x\xDC00", 6), u"\\\\server\\x"},
+        {u"C:\\" + std::u16string(1000, u'n')},
+    };
+    for (const auto& items : selections) {
+        WithDropList(items, [&](DropList& list) {
+            const auto count = static_cast<std::uint32_t>(items.size());
+            EXPECT_TRUE(list.IsPresent());
+            EXPECT_EQ(list.Count(), count);
+            for (std::uint32_t i = 0; i < 2 * count; ++i) {
+                const std::uint32_t index = i < count ? i : 2 * count - 1 - i;
+                EXPECT_EQ(list.Item(index), items[index]);
+            }
+            EXPECT_EQ(list.Item(count), u"");
+            EXPECT_EQ(list.Item(0xFFFFFFFF), u"");
+        });
+    }
 }
 
 }  // namespace

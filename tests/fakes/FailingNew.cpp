@@ -9,22 +9,6 @@ thread_local std::uint32_t remaining = 0;
 thread_local bool fired = false;
 thread_local const std::function<void()>* instead = nullptr;
 
-void* AllocateOrNull(std::size_t bytes) noexcept {
-    if (remaining != 0 && --remaining == 0) {
-        fired = true;
-        if (instead == nullptr) {
-            return nullptr;
-        }
-        (*instead)();
-    }
-    return std::malloc(bytes == 0 ? 1 : bytes);
-}
-
-void* AllocateOrThrow(std::size_t bytes) {
-    void* const block = AllocateOrNull(bytes);
-    return block != nullptr ? block : throw std::bad_alloc();
-}
-
 }  // namespace
 
 namespace tests {
@@ -39,11 +23,20 @@ bool FailingNew::Fired() const noexcept { return fired; }
 
 }  // namespace tests
 
-void* operator new(std::size_t bytes) { return AllocateOrThrow(bytes); }
-void* operator new[](std::size_t bytes) { return AllocateOrThrow(bytes); }
-void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept { return AllocateOrNull(bytes); }
-void* operator new[](std::size_t bytes, const std::nothrow_t&) noexcept { return AllocateOrNull(bytes); }
+// The forms for arrays are made of these.
+void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept {
+    if (remaining != 0 && --remaining == 0) {
+        fired = true;
+        if (instead == nullptr) {
+            return nullptr;
+        }
+        (*instead)();
+    }
+    return std::malloc(bytes == 0 ? 1 : bytes);
+}
+void* operator new(std::size_t bytes) {
+    void* const block = operator new(bytes, std::nothrow);
+    return block != nullptr ? block : throw std::bad_alloc();
+}
 void operator delete(void* block) noexcept { std::free(block); }
-void operator delete[](void* block) noexcept { std::free(block); }
 void operator delete(void* block, std::size_t) noexcept { std::free(block); }
-void operator delete[](void* block, std::size_t) noexcept { std::free(block); }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "tests/fakes/Disk.h"
+#include "tslib/platform/FullPath.h"
 #include "tslib/platform/Processes.h"
 
 namespace tests {
@@ -15,7 +16,16 @@ public:
     explicit FakeModules(Disk& disk) : FakePart(disk.Core()), disk_(disk) {}
 
     [[nodiscard]] ModuleHandle Own() const noexcept override { return kOwn; }
-    SystemError FileName(ModuleHandle module, std::size_t capacity, std::u16string& path) override;
+    SystemError FileName(ModuleHandle module, std::size_t capacity, std::u16string& path) override {
+        ++namesAsked;
+        return Call("FileName", [&] {
+            const auto known = paths.find(module == kMainExecutable ? kExecutable : module);
+            Require(known != paths.end() || References(module) != 0, SystemError::ModuleNotFound);
+            const std::u16string& name = known != paths.end() ? known->second : loaded_[module].path;
+            Require(name.size() < capacity, SystemError::InsufficientBuffer);
+            path = name;
+        });
+    }
     SystemError LoadAltered(const std::u16string& path, ModuleHandle& module) override {
         Keep(alteredLoads, path);
         return LoadModule("LoadAltered", path, module);
@@ -24,8 +34,32 @@ public:
         Keep(plainLoads, path);
         return LoadModule("Load", path, module);
     }
-    [[nodiscard]] EntryPoint FindEntryPoint(ModuleHandle module, const char* name) noexcept override;
-    void Free(ModuleHandle module) noexcept override;
+    [[nodiscard]] EntryPoint FindEntryPoint(ModuleHandle module, const char* name) noexcept override {
+        EntryPoint entryPoint = nullptr;
+        static_cast<void>(Call("FindEntryPoint", [&] {
+            const auto known = paths.find(module);
+            const std::shared_ptr<Node> node = References(module) != 0 ? loaded_[module].node
+                                               : known != paths.end()  ? disk_.Find(known->second)
+                                                                       : nullptr;
+            tally_.misuses += node == nullptr ? 1U : 0U;
+            Require(node != nullptr, SystemError::InvalidHandle);
+            entryPoint = At(node->exports, std::string_view(name), SystemError::ProcedureNotFound);
+        }));
+        return entryPoint;
+    }
+    void Free(ModuleHandle module) noexcept override {
+        auto lock = Lock();
+        if (References(module) == 0) {
+            ++tally_.misuses;
+            return;
+        }
+        --tally_.open;
+        if (Loaded& loaded = loaded_[module]; --loaded.references == 0 && onUnload) {
+            const std::u16string path = loaded.path;
+            lock.unlock();
+            onUnload(path);
+        }
+    }
     SystemError MainExecutable(ModuleHandle& module) override {
         ++executableAsked;
         return Call("MainExecutable", [&] { module = kExecutable; });
@@ -37,13 +71,32 @@ public:
         ++rangesAsked;
         return FindRange("FromAddressByRanges", address, module);
     }
-    SystemError MapResources(const std::u16string& path, ModuleHandle& module) override;
+    SystemError MapResources(const std::u16string& path, ModuleHandle& module) override {
+        Keep(mapped, path);
+        if (onMap) {
+            onMap();
+        }
+        return Call("MapResources", path, [&] {
+            const std::shared_ptr<Node> node = disk_.Existing(path);
+            Require(node->isModule, kNoModule);
+            module = resources_.Add(node);
+        });
+    }
     SystemError UnmapResources(ModuleHandle module) noexcept override {
         resources_.Remove(module);
         return Call("UnmapResources", [] {});
     }
-    [[nodiscard]] std::size_t ReadString(ModuleHandle module, std::uint32_t id,
-                                         std::span<char16_t> buffer) noexcept override;
+    std::size_t ReadString(ModuleHandle module, std::uint32_t id, std::span<char16_t> buffer) noexcept override {
+        std::size_t length = 0;
+        static_cast<void>(Call("ReadString", [&] {
+            Node& node = References(module) != 0 ? *loaded_[module].node : *resources_[module];
+            const std::u16string& text = At(node.strings, id, SystemError::NotFound);
+            Require(!buffer.empty(), SystemError::InsufficientBuffer);
+            length = text.copy(buffer.data(), buffer.size() - 1);
+            buffer[length] = u'\0';
+        }));
+        return length;
+    }
 
     // References that are held on a module.
     [[nodiscard]] std::size_t References(ModuleHandle module) const {
@@ -74,14 +127,37 @@ public:
     std::atomic<std::size_t> rangesAsked{0};
 
 private:
+    static constexpr SystemError kNoModule{193};
+
     struct Loaded {
         std::u16string path;
         std::shared_ptr<Node> node;
         std::size_t references = 0;
     };
 
-    SystemError LoadModule(const char* operation, const std::u16string& path, ModuleHandle& module);
-    SystemError FindRange(const char* operation, const void* address, ModuleHandle& module) const;
+    SystemError LoadModule(const char* operation, const std::u16string& path, ModuleHandle& module) {
+        return Call(operation, path, [&] {
+            const std::shared_ptr<Node> node = IsFullyQualified(path) ? disk_.Find(path) : nullptr;
+            Require(node != nullptr, SystemError::ModuleNotFound);
+            Require(node->isModule, kNoModule);
+            Loaded& loaded = loaded_[ModuleHandle{node->number}];
+            if (loaded.references == 0) {
+                loaded = {path, node};
+            }
+            ++loaded.references;
+            ++tally_.open;
+            module = ModuleHandle{node->number};
+        });
+    }
+    SystemError FindRange(const char* operation, const void* address, ModuleHandle& module) const {
+        return Call(operation, [&] {
+            const auto value = reinterpret_cast<std::uintptr_t>(address);
+            const auto range = std::ranges::find_if(
+                ranges, [value](const Range& known) { return value >= known.begin && value < known.end; });
+            Require(range != ranges.end(), SystemError::NotFound);
+            module = range->module;
+        });
+    }
 
     Disk& disk_;
     std::map<ModuleHandle, Loaded> loaded_;
@@ -104,17 +180,29 @@ public:
     }
     // InvalidParameter is the platform's answer to an id that no process has.
     SystemError ImageFileName(std::uint32_t processId, std::u16string& path) override {
-        ++imagesAsked;
         return Call("ImageFileName", [&] { path = At(images, processId, SystemError::InvalidParameter); });
     }
-    SystemError Start(const std::u16string& commandLine, std::uint32_t creationFlags, StartedProcess& started) override;
+    SystemError Start(const std::u16string& commandLine, std::uint32_t creationFlags,
+                      StartedProcess& started) override {
+        asked.push_back({commandLine, creationFlags});
+        if (onStart) {
+            onStart();
+        }
+        return Call("Start", [&] {
+            RequireNoNul(commandLine);
+            const bool isQuoted = commandLine.starts_with(u'"');
+            disk_.Existing(isQuoted ? commandLine.substr(1, commandLine.find(u'"', 1) - 1) : commandLine);
+            OwnedProcess process(*this, processes_.Add(0));
+            const ThreadHandle thread = givesThreadHandle ? threads_.Add(0) : ThreadHandle{};
+            started = {process.Release(), thread, 4242, 4243};
+        });
+    }
     void CloseThread(ThreadHandle thread) noexcept override { threads_.Remove(thread); }
     void CloseProcess(ProcessHandle process) noexcept override { processes_.Remove(process); }
 
     std::optional<std::uint32_t> parentId = 50;
     std::map<std::uint32_t, std::u16string> images{{100, u"C:\\Program Files\\Host\\host.exe"},
                                                    {50, u"C:\\Program Files\\Host\\parent.exe"}};
-    std::size_t imagesAsked = 0;
     struct Asked {
         std::u16string commandLine;
         std::uint32_t creationFlags;

@@ -16,11 +16,7 @@ namespace tests {
 // tested, while no other thread is in a call. The fault switch and what is left open are those of FakeCore.
 struct FakePlatform : FakeCore {
     // The files of the running process are on the disk.
-    FakePlatform() {
-        for (const auto& [handle, path] : modules.paths) {
-            disk.PutModule(path);
-        }
-    }
+    FakePlatform();
     [[nodiscard]] operator const Platform&() const noexcept { return interfaces; }
 
     Disk disk{*this};

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <thread>
-#include <vector>
 
 namespace tests {
 namespace {
@@ -30,18 +29,15 @@ TEST(ModuleLock, FactoryReferencesAndLocks_KeepTheModule) {
 TEST(ModuleLock, ManyThreads_EndAtZero) {
     HVR::ModuleLock module;
     HVR::FactoryLocks factory(module);
-    std::vector<std::jthread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([&] {
-            for (int round = 0; round < 5000; ++round) {
-                factory.AddReference();
-                static_cast<void>(factory.LockServer(true));
-                static_cast<void>(factory.LockServer(false));
-                factory.ReleaseReference();
-            }
-        });
-    }
-    threads.clear();
+    const auto work = [&] {
+        for (int round = 0; round < 5000; ++round) {
+            factory.AddReference();
+            static_cast<void>(factory.LockServer(true));
+            static_cast<void>(factory.LockServer(false));
+            factory.ReleaseReference();
+        }
+    };
+    { const std::jthread threads[] = {std::jthread(work), std::jthread(work), std::jthread(work)}; }
     EXPECT_EQ(module.Count(), 0U);
 }
 

@@ -1,9 +1,6 @@
 // A whole scan request over fakes.
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "shellext/ScanRequest.h"
 #include "tests/fakes/FakeTrustVerifier.h"
 #include "tests/tslib/PathWorld.h"
@@ -13,6 +10,7 @@ namespace tests {
 inline const std::u16string kInstallFolder = u"C:\\Program Files\\Halvora";
 inline const std::u16string kTestScanner = kInstallFolder + u"\\ScanAgent.exe";
 inline const std::u16string kTestList = u"C:\\Temp\\ScanList742";
+inline const std::u16string kFallbackKey = u"Software\\Corvane\\InstalledApps";
 
 struct ScanWorld : PathWorld {
     ScanWorld() {
@@ -28,10 +26,10 @@ struct ScanWorld : PathWorld {
     void SetPlaces(std::u16string_view installFolder, std::u16string_view fallback = {}) {
         PutToken(u"installdir", installFolder);
         if (!fallback.empty()) {
-            registry.PutText(kMachine, u"Software\\Corvane\\InstalledApps", u"NimEdge", fallback);
+            registry.PutText(kMachine, kFallbackKey, u"NimEdge", fallback);
         }
     }
-    tsLib::HResult Scan() { return request.Scan(drops, output); }
+    HResult Scan() { return request.Scan(drops, output); }
     // The numbers of this folder's errors and warnings, in order, each behind a blank.
     [[nodiscard]] std::string Complaints() const {
         std::string numbers;

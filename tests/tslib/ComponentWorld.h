@@ -1,44 +1,50 @@
 // An installation with component modules: the verifier, the settings store, and one sample component.
 #pragma once
 
-#include <algorithm>
-
 #include "companions/settingsstore/SettingsStore.h"
 #include "tests/fakes/FakeTrustVerifier.h"
 #include "tests/tslib/PathWorld.h"
 #include "tslib/ComponentModule.h"
 #include "tslib/tsInstanceFactory.h"
 #include "tslib/tsVaneInstanceFactoryImpl.h"
+#include "tslib/tsVaneModuleFactory.h"
 #include "tslib/tsVaneObjectRepository.h"
 #include "tslib/tsVaneSettingsStoreLoader.h"
 
 namespace tests {
 
-inline constexpr tsLib::ObjectId kSampleId{0x11111111, 0x2222, 0x3333, {1, 2, 3, 4, 5, 6, 7, 8}};
-inline constexpr tsLib::ObjectId kOwnId{0x22222222, 0x2222, 0x3333, {1, 2, 3, 4, 5, 6, 7, 8}};
-inline constexpr tsLib::ObjectId kOtherId{0x33333333, 0x2222, 0x3333, {1, 2, 3, 4, 5, 6, 7, 8}};
-inline constexpr tsLib::InterfaceId kISampleId{0xABCDEF00, 1, 2, {1, 2, 3, 4, 5, 6, 7, 8}};
+using enum VaneResult;
 
-class ISample : public tsLib::IVaneBase {
+inline constexpr ObjectId kSampleId{0x1111, 1, 2, {3}}, kOwnId{0x2222, 1, 2, {3}}, kOtherId{0x3333, 1, 2, {3}};
+inline constexpr InterfaceId kISampleId{0xABCDEF00, 1, 2, {1, 2, 3, 4, 5, 6, 7, 8}};
+
+class ISample : public IVaneBase {
 protected:
     ~ISample() = default;
 };
-class CSample : public tsLib::IVaneBaseImpl<tsLib::CVaneThreadSafeRefCount, ISample, kISampleId> {};
+struct CSample : IVaneBaseImpl<CVaneThreadSafeRefCount, ISample, kISampleId> {};
 
 // The exports of a module: functions without an argument for whose they are, so one type for each module.
 template <int number>
 struct ModuleExports {
-    static inline tsLib::ComponentModule* module = nullptr;
-    static tsLib::VaneResult GetFactory(const tsLib::ObjectId& id, tsLib::IFactory** factory) {
-        return module->GetFactory(id, factory);
-    }
-    static std::uint32_t GetObjectCount() { return module->GetObjectCount(); }
-    static Exports Both(tsLib::ComponentModule& of) {
+    static inline ComponentModule* module = nullptr;
+    static Exports Both(ComponentModule& of) {
         module = &of;
-        return {{"GetFactory", reinterpret_cast<EntryPoint>(&GetFactory)},
-                {"GetObjectCount", reinterpret_cast<EntryPoint>(&GetObjectCount)}};
+        const GetFactoryFunction getFactory = [](auto& id, auto** to) { return module->GetFactory(id, to); };
+        const GetObjectCountFunction getCount = [] { return module->GetObjectCount(); };
+        return {{"GetFactory", reinterpret_cast<EntryPoint>(getFactory)},
+                {"GetObjectCount", reinterpret_cast<EntryPoint>(getCount)}};
     }
 };
+
+// Has an object made and releases it; a failure must leave null.
+VaneResult Created(auto& source, const ObjectId& id, const InterfaceId& interfaceId = kISampleId) {
+    void* made = &source;
+    const VaneResult result = source.CreateInstance(id, interfaceId, &made);
+    EXPECT_EQ(made != nullptr, Succeeded(result));
+    VaneRef<ISample>(static_cast<ISample*>(made)).Reset();
+    return result;
+}
 
 struct ComponentWorld : PathWorld {
     inline static const std::u16string kObjects = kHive + u"\\" + kSilo + u"\\OBJID";
@@ -57,53 +63,28 @@ struct ComponentWorld : PathWorld {
     ~ComponentWorld() {
         EXPECT_EQ(ownObjects.GetObjectCount() + sampleObjects.GetObjectCount() + storeObjects.GetObjectCount(), 0u);
     }
-    void PutObject(const tsLib::ObjectId& id, std::u16string_view path) {
-        registry.PutText(kMachine, kObjects + u"\\" + tsLib::ToText(id), u"InProc64", path, kKeyView32);
+    void PutObject(const ObjectId& id, std::u16string_view path, const std::u16string& list = kObjects) {
+        registry.PutText(kMachine, list + u"\\" + ToText(id), u"InProc64", path, kKeyView32);
     }
-    void PutSetting(const tsLib::ObjectId& id, std::u16string_view path) {
-        registry.PutText(kMachine, kSettings + u"\\" + tsLib::ToText(id), u"InProc64", path, kKeyView32);
-    }
+    void PutSetting(const ObjectId& id, std::u16string_view path) { PutObject(id, path, kSettings); }
     [[nodiscard]] std::size_t SampleReferences() const { return modules.References(sampleModule); }
-    // Creates a sample and releases it.
-    tsLib::VaneResult Create(const tsLib::ObjectId& id = kSampleId) {
-        tsLib::VaneRef<ISample> sample;
-        return components.Create(id, kISampleId, sample);
-    }
+    VaneResult Create(const ObjectId& id = kSampleId) { return Created(components, id); }
 
     FakeTrustVerifiers verifiers;
-    tsLib::ComponentModule verifierObjects{
-        {{tsLib::kTrustVerifierObjectId, [this](auto&) { return verifiers.Create(); }}}};
-    tsLib::ComponentModule storeObjects{{{tsLib::kSettingsStoreObjectId, [this](tsLib::ModuleObjectCount& count) {
-                                              return tsLib::MakeCounted<HVR::CSettingsStore>(count, *this, isolation,
-                                                                                             count);
-                                          }}}};
-    tsLib::ComponentModule sampleObjects{{{kSampleId, &tsLib::MakeCounted<CSample>},  //
-                                          {kOtherId, &tsLib::MakeCounted<CSample>}}};
-    tsLib::ComponentModule ownObjects{{{kOwnId, &tsLib::MakeCounted<CSample>}}};
+    ComponentModule verifierObjects{{{kTrustVerifierObjectId, [this](auto&) { return verifiers.Create(); }}}};
+    ComponentModule storeObjects{{{kSettingsStoreObjectId, [this](auto& count) {
+                                       return MakeCounted<HVR::CSettingsStore>(count, *this, isolation, count);
+                                   }}}};
+    ComponentModule sampleObjects{{{kSampleId, &MakeCounted<CSample>}, {kOtherId, &MakeCounted<CSample>}}};
+    ComponentModule ownObjects{{{kOwnId, &MakeCounted<CSample>}}};
     ModuleHandle storeModule{};
     ModuleHandle sampleModule{};
 
-    tsLib::tsVaneSettingsStoreLoader store{*this, expansion};
-    tsLib::tsVaneObjectRepository repository{*this, isolation, expansion, store};
-    tsLib::tsInstanceFactory cache{modules, verifiers, trace};
-    tsLib::tsVaneInstanceFactoryImpl factory{*this, &ownObjects, repository, cache, expansion};
-    tsLib::Components components;
-};
-
-// Components whose operations do nothing and answer the number of their slot, which counts as a success.
-template <class Interface, const tsLib::InterfaceId& id>
-using Implementing = tsLib::IVaneBaseImpl<tsLib::CVaneThreadSafeRefCount, Interface, id>;
-struct StubStore : Implementing<tsLib::ISettingsStore, tsLib::kISettingsStoreId> {
-    using Result = tsLib::VaneResult;
-    Result OpenForEnumeration(const char16_t*, tsLib::ISettingsEnumeration**) noexcept override { return Result{3}; }
-    Result OpenForReading(const char16_t*, tsLib::ISettingsKey**) noexcept override { return Result{4}; }
-    Result OpenForWriting(const char16_t*, tsLib::ISettingsKey**) noexcept override { return Result{5}; }
-    Result DeleteKey(const char16_t*) noexcept override { return Result{6}; }
-};
-struct StubList : Implementing<tsLib::ISettingsEnumeration, tsLib::kISettingsEnumerationId> {
-    using Result = tsLib::VaneResult;
-    Result SubkeyCount(std::uint32_t*) noexcept override { return Result{3}; }
-    Result SubkeyName(std::uint32_t, char16_t*, std::uint32_t, std::uint32_t*) noexcept override { return Result{4}; }
+    tsVaneSettingsStoreLoader store{*this, expansion};
+    tsVaneObjectRepository repository{*this, isolation, expansion, store};
+    tsInstanceFactory cache{modules, verifiers, trace};
+    tsVaneInstanceFactoryImpl factory{*this, &ownObjects, repository, cache, expansion};
+    Components components;
 };
 
 }  // namespace tests

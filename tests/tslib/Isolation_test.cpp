@@ -7,48 +7,39 @@
 namespace tests {
 namespace {
 
-using namespace tsLib;
 using namespace std::string_literals;
 
 std::string Utf16(std::u16string_view text) {
     return "\xFF\xFE" + std::string(reinterpret_cast<const char*>(text.data()), text.size() * 2);
 }
 
-class IniReaderTest : public testing::Test {
-protected:
+struct IniReaderTest : testing::Test, FakePlatform {
     // The value of key "k" in section "s", "-" when it is absent, or "!" when it cannot be decoded.
     std::u16string Value(const std::string& bytes) {
-        ini_.Parse(ToBytes(bytes));
+        ini.Parse(ToBytes(bytes));
         return Value();
     }
     std::u16string Value() {
         std::u16string value = u"before";
-        const SystemError error = ini_.Read(u"s", u"k", value);
+        const SystemError error = ini.Read(u"s", u"k", value);
         EXPECT_TRUE(Succeeded(error) || value == u"before");
         return Succeeded(error) ? value : error == SystemError::NotFound ? u"-" : u"!";
     }
 
-    FakePlatform platform_;
-    IniReader ini_{platform_.files, platform_.textRules};
+    IniReader ini{files, textRules};
 };
 
 TEST_F(IniReaderTest, Form) {
     const std::pair<std::string, std::u16string> rows[] = {
-        {"[s]\r\nk=v\r\n", u"v"},
         {"[s]\nk=v", u"v"},                                 // lone line feeds, no last line end
         {"\r\n [ S ] rest\r\n\t K \t=\tv w \r\n", u"v w"},  // case and blanks
-        {"[s]\r\nk=a=b\r\n", u"a=b"},
-        {"[s]\r\nk=\r\n", u""},
-        {"[s]\r\nk=\"v\" ; no comment\r\n", u"\"v\" ; no comment"},
+        {"[s]\r\nk=\"v\" ; no = comment\r\n", u"\"v\" ; no = comment"},
         {"[s]\r\n;k=1\r\n #k=2\r\nk\r\nk=3\r\n", u"3"},
-        {"[s]\r\nk=1\r\nk=2\r\n", u"1"},  // the first key counts
-        {"[s]\r\n[s]\r\nk=2\r\n", u"-"},  // and the first section
-        {"[t]\r\nk=1\r\n[s]\r\nj=2\r\n[u]\r\nk=3\r\n", u"-"},
+        {"[t]\nk=0\n[s]\nk=\nk=2", u""},         // the first key counts
+        {"[t]\nk=1\n[s]\nj=2\n[s]\nk=3", u"-"},  // and the first section
         {"k=1\r\n[s\r\nk=2\r\n[]\r\nk=3\r\n", u"-"},
-        {"[t]\r\nk=1\r\n[s]\r\nk=2\r\n", u"2"},
         {"[s]\rk=1", u"-"},  // a lone carriage return ends no line
         {"[s]\r\nk=a\0b\r\n"s, {u'a', u'\0', u'b'}},
-        {"=\r\n[=]\r\n=", u"-"},
     };
     for (const auto& [bytes, value] : rows) {
         EXPECT_EQ(Value(bytes), value) << testing::PrintToString(bytes);
@@ -68,28 +59,24 @@ TEST_F(IniReaderTest, Encodings) {
         EXPECT_EQ(Value(bytes), u"-");
     }
     // Code pages such as 932 and 65001 do not take every byte: that matters only in the value asked for.
-    platform_.faults.Fail("FromNarrow", SystemError{1113});
+    faults.Fail("FromNarrow", SystemError{1113});
     EXPECT_EQ(Value("; \xE9\r\n[\xE9]\r\nk=1\r\n[s]\r\nj=\xE9\r\nk=\xC3\xA9\r\n\xE9"), u"\u00E9");
     EXPECT_EQ(Value("[s]\r\nk=\xE9\r\n"), u"!");
 }
 
 TEST_F(IniReaderTest, Load_ReadsTheWholeFileInWhateverPieces_AlsoBesideAWriter) {
     const std::string start = "[t]\r\n" + std::string(10000, 'x') + "\r\n[s]\r\nk=v\r\n";
-    platform_.disk.PutFile(u"C:\\fits.ini", start + std::string(kMaximumIniBytes - start.size(), ' '));
-    platform_.disk.PutFile(u"C:\\large.ini", std::string(kMaximumIniBytes + 1, ' '));
-    const auto writer = platform_.disk.HoldForWriting(u"C:\\fits.ini");
-    for (const std::size_t most : {std::size_t{1000}, SIZE_MAX}) {
-        platform_.files.maximumRead = most;
-        ini_.Parse({});
-        ASSERT_EQ(ini_.Load(u"C:\\fits.ini"), SystemError::Success);
-        EXPECT_EQ(Value(), u"v");
-    }
-    EXPECT_EQ(ini_.Load(u"C:\\large.ini"), SystemError::FileTooLarge);
-    EXPECT_EQ(ini_.Load(u"C:\\none.ini"), SystemError::FileNotFound);
-    platform_.faults.Fail("Read", SystemError::AccessDenied);
-    EXPECT_EQ(ini_.Load(u"C:\\fits.ini"), SystemError::AccessDenied);
+    disk.PutFile(u"C:\\fits.ini", start + std::string(kMaximumIniBytes - start.size(), ' '));
+    disk.PutFile(u"C:\\large.ini", std::string(kMaximumIniBytes + 1, ' '));
+    const auto writer = disk.HoldForWriting(u"C:\\fits.ini");
+    files.maximumRead = 1000;
+    ASSERT_EQ(ini.Load(u"C:\\fits.ini"), SystemError::Success);
+    EXPECT_EQ(ini.Load(u"C:\\large.ini"), SystemError::FileTooLarge);
+    EXPECT_EQ(ini.Load(u"C:\\none.ini"), SystemError::FileNotFound);
+    faults.Fail("Read", SystemError::AccessDenied);
+    EXPECT_EQ(ini.Load(u"C:\\fits.ini"), SystemError::AccessDenied);
     EXPECT_EQ(Value(), u"v");  // a failure keeps what was read
-    EXPECT_EQ(platform_.Leftovers(), "");
+    EXPECT_EQ(Leftovers(), "");
 }
 
 SystemError ReadSettings(PathWorld& world) {
@@ -102,42 +89,37 @@ const std::string kGood = "[isolation]\r\nsilo=" + PathWorld::kSiloBytes + "\r\n
 TEST(Isolation, GoodFiles_GiveRootAndView) {
     const std::tuple<std::string, std::u16string, std::uint32_t> rows[] = {
         {"", PathWorld::kHive, kKeyView32},
-        {"reghive=Software\\X", u"Software\\X", kKeyView32},
         {"reghive=" + std::string(98, 'h'), std::u16string(98, u'h'), kKeyView32},
         {"Native64=1", PathWorld::kHive, 0},
-        {"Native64=0", PathWorld::kHive, kKeyView32},
         {"Native64=10", PathWorld::kHive, kKeyView32},
         {"Native64=1\0"s, PathWorld::kHive, kKeyView32},
-        {"[x]\r\nNative64=1", PathWorld::kHive, kKeyView32},
     };
     for (const auto& [ini, hive, viewFlag] : rows) {
         PathWorld world;
         world.PutIni(kGood + ini);
         std::u16string root;
         std::u16string silo;
-        EXPECT_TRUE(world.isolation.Root(root) && world.isolation.Silo(silo)) << ini;
+        EXPECT_TRUE(world.isolation.Root(root)) << ini;
+        world.disk.Remove(PathWorld::kIni);  // it is read once
+        EXPECT_TRUE(world.isolation.Silo(silo)) << ini;
         EXPECT_EQ(root, hive + u"\\" + PathWorld::kSilo) << ini;
         EXPECT_EQ(silo, PathWorld::kSilo) << ini;
         EXPECT_EQ(world.isolation.RegistryViewFlag(), viewFlag) << ini;
-        // The hive is probed once, in the view that the file asks for, and closed again.
+        // The hive is probed once, in the view that the file asks for.
         ASSERT_EQ(world.registry.opened.size(), 1u) << ini;
         EXPECT_EQ(world.registry.opened[0].path, hive) << ini;
         EXPECT_EQ(world.registry.opened[0].access, kKeyRead | viewFlag) << ini;
-        EXPECT_EQ(world.OpenHandles(), 0u);
     }
 }
 
 TEST(Isolation, BadFiles_ReportTheirErrorAndPublishNothing) {
     const std::pair<std::string, SystemError> rows[] = {
-        {"", SystemError::InvalidData},
-        {"[isolation]\r\nsilo=\r\n", SystemError::InvalidData},
         {"[isolation]\r\nsilo=" + std::string(37, '0'), SystemError::InvalidData},
         {"[isolation]\r\nsilo=" + PathWorld::kSiloBytes + "x\r\n", SystemError::InsufficientBuffer},
         {kGood + "reghive=\r\n", SystemError::InvalidData},
         {kGood + "reghive=a\0b\r\n"s, SystemError::InvalidData},
         {kGood + "reghive=\xE9\r\n", SystemError{1113}},
         {kGood + "reghive=" + std::string(99, 'h'), SystemError::InsufficientBuffer},
-        {kGood + std::string(0x100000, '\n'), SystemError::FileTooLarge},
     };
     for (const auto& [ini, error] : rows) {
         PathWorld world;
@@ -146,6 +128,7 @@ TEST(Isolation, BadFiles_ReportTheirErrorAndPublishNothing) {
         EXPECT_EQ(ReadSettings(world), error) << ini.substr(0, 200);
         EXPECT_EQ(world.trace.records.back().event, TraceEvent::IsolationUnread);
         EXPECT_EQ(world.trace.records.back().texts, std::vector{PathWorld::kIni});
+        EXPECT_EQ(world.isolation.Read(nullptr), SystemError::InvalidParameter);
         std::u16string text = u"before";
         EXPECT_FALSE(world.isolation.Root(text) || world.isolation.Silo(text));
         EXPECT_EQ(text, u"before");
@@ -153,26 +136,25 @@ TEST(Isolation, BadFiles_ReportTheirErrorAndPublishNothing) {
         world.PutIni(kGood);  // nothing is remembered: a repaired file is taken at the next query
         EXPECT_EQ(ReadSettings(world), SystemError::Success);
     }
+    PathWorld world;
+    const FailingNew failing(1);
+    EXPECT_EQ(ReadSettings(world), SystemError::NotEnoughMemory);
 }
 
 TEST(Isolation, EveryPositionOfTheSiloIsChecked_ButTheLastDigit) {
     for (std::size_t i = 0; i < 38; ++i) {
-        for (const char wrong : {'g', '\0'}) {
-            PathWorld world;
-            std::string ini = kGood;
-            ini[ini.find('{') + i] = wrong;
-            world.PutIni(ini);
-            const bool accepted = i == 36 && wrong != '\0';
-            EXPECT_EQ(ReadSettings(world), accepted ? SystemError::Success : SystemError::InvalidData) << i;
-        }
+        PathWorld world;
+        std::string ini = kGood;
+        ini[ini.find('{') + i] = 'g';
+        world.PutIni(ini);
+        EXPECT_EQ(ReadSettings(world), i == 36 ? SystemError::Success : SystemError::InvalidData) << i;
     }
 }
 
 TEST(Isolation, Hive_MayBeMissingOrClosedToUs_ButNotBroken) {
-    for (const auto& [answer, result] : {std::pair{SystemError::Success, SystemError::Success},
-                                         std::pair{SystemError::FileNotFound, SystemError::Success},
-                                         std::pair{SystemError::AccessDenied, SystemError::Success},
-                                         std::pair{SystemError::PathNotFound, SystemError::InvalidData}}) {
+    for (const auto& [answer, result] : {std::pair{SystemError::FileNotFound, SystemError::Success},
+                                         {SystemError::AccessDenied, SystemError::Success},
+                                         {SystemError::PathNotFound, SystemError::InvalidData}}) {
         PathWorld world;
         world.registry.FailOpening(PathWorld::kMachine, PathWorld::kHive, answer, kKeyView32);
         EXPECT_EQ(ReadSettings(world), result) << answer;
@@ -181,41 +163,29 @@ TEST(Isolation, Hive_MayBeMissingOrClosedToUs_ButNotBroken) {
 
 TEST(Isolation, Search_GoesFromTheModuleUpToTheVolumeAndTakesTheFirst) {
     constexpr auto kMissing = SystemError::FileNotFound;
-    const struct {
-        std::u16string folder;  // the module's
-        std::u16string ini;     // where it lies
-        SystemError error;
-        std::size_t tried;  // folders
-    } rows[] = {
-        {u"C:\\a\\b", u"C:\\a\\b", SystemError::Success, 1},
+    // By the module's folder and the file's: the result, and how many folders were tried.
+    const std::tuple<std::u16string, std::u16string, SystemError, std::size_t> rows[] = {
         {u"C:\\a\\b", u"C:", SystemError::Success, 3},
-        {u"C:", u"C:", SystemError::Success, 1},
         {u"C:\\a\\b", u"C:\\a\\c", kMissing, 3},
-        {u"\\\\server\\share\\a", u"\\\\server\\share", SystemError::Success, 2},
         {u"\\\\server\\share\\a", u"\\\\server", kMissing, 2},
         {u"\\\\?\\unc\\server\\share\\a", u"C:", kMissing, 2},
         {u"\\\\?\\UNC\\server\\share", u"\\\\server\\share", SystemError::Success, 1},
-        {u"\\\\.\\UNC\\server\\share", u"C:", kMissing, 1},
-        {u"\\\\?\\C:\\a", u"C:", SystemError::Success, 2},
-        {u"\\\\?\\C:\\a", u"D:", kMissing, 2},
         {u"\\\\.\\C:\\a", u"D:", kMissing, 2},
-        {u"\\\\?\\Volume{1}\\a", u"\\\\?\\Volume{1}", SystemError::Success, 2},
-        {u"\\\\?\\Volume{1}\\a", u"C:", kMissing, 2},
+        {u"\\\\.\\UNC\\server\\share\\a", u"C:", kMissing, 2},
         {u"\\\\?\\UNC", u"C:", kMissing, 0},
-        {u"\\\\?", u"C:", kMissing, 0},
         {u"C:\\" + std::u16string(246, u'f'), u"C:", SystemError::InternalError, 0},
         {u"C:\\" + std::u16string(252, u'f'), u"C:", SystemError::InsufficientBuffer, 0},
     };
-    for (const auto& row : rows) {
+    for (const auto& [folder, place, error, tried] : rows) {
+        const std::u16string ini = place + u"\\isolate.ini";
         PathWorld world;
         world.disk.Remove(PathWorld::kIni);
-        world.disk.PutFile(row.ini + u"\\isolate.ini", kGood);
-        world.modules.paths[FakeModules::kOwn] = row.folder + u"\\m.dll";
+        world.disk.PutFile(ini, kGood);
+        world.modules.paths[FakeModules::kOwn] = folder + u"\\m.dll";
         const IsolationSettings* settings = nullptr;
-        EXPECT_EQ(world.isolation.Read(&settings), row.error) << testing::PrintToString(row.folder);
-        EXPECT_EQ(world.files.attributeReads.size(), row.tried) << testing::PrintToString(row.folder);
-        EXPECT_EQ(settings != nullptr && PlainPath(settings->iniPath) == PlainPath(row.ini + u"\\isolate.ini"),
-                  Succeeded(row.error));
+        EXPECT_EQ(world.isolation.Read(&settings), error) << testing::PrintToString(folder);
+        EXPECT_EQ(world.files.attributeReads.size(), tried) << testing::PrintToString(folder);
+        EXPECT_EQ(settings != nullptr && PlainPath(settings->iniPath) == PlainPath(ini), Succeeded(error));
     }
     PathWorld world;
     world.modules.paths[FakeModules::kOwn] = u"m.dll";  // never the current folder
@@ -226,21 +196,6 @@ TEST(Isolation, Search_GoesFromTheModuleUpToTheVolumeAndTakesTheFirst) {
     world.disk.PutFile(u"C:\\isolate.ini", kGood);
     world.faults.Fail("OpenForReading", SystemError::AccessDenied, PathWorld::kIni);
     EXPECT_EQ(ReadSettings(world), SystemError::AccessDenied);
-}
-
-TEST(Isolation, AnyFailure_LeavesTheSettingsUnreadUntilTheyAreReadForGood) {
-    Sweep([](auto&& failing, bool memory) {
-        PathWorld world;
-        world.trace.enabled = false;
-        SystemError error = SystemError::Success;
-        const bool struck = failing(world.faults, [&] { error = ReadSettings(world); });
-        EXPECT_TRUE(struck || Succeeded(error));
-        EXPECT_EQ(error == SystemError::NotEnoughMemory, struck && memory);
-        EXPECT_EQ(ReadSettings(world), SystemError::Success);
-        world.disk.Remove(PathWorld::kIni);
-        EXPECT_EQ(ReadSettings(world), SystemError::Success);
-        EXPECT_EQ(world.isolation.Read(nullptr), SystemError::InvalidParameter);
-    });
 }
 
 }  // namespace

@@ -12,6 +12,9 @@
 
 namespace tests {
 
+using namespace tsLib;
+using Texts = std::vector<std::u16string>;
+
 struct PathWorld : FakePlatform {
     static constexpr auto kMachine = RegistryRoot::LocalMachine;
     inline static const std::string kSiloBytes = "{01234567-89AB-CDEF-0123-456789abcdef}";
@@ -44,16 +47,16 @@ struct PathWorld : FakePlatform {
         FakePlatform& platform;
     } check{*this};
 
-    tsLib::Isolation isolation{*this};
-    tsLib::tsPathExpansion expansion{*this, isolation};
+    Isolation isolation{*this};
+    tsPathExpansion expansion{*this, isolation};
 };
 
 // Rounds in which every platform call fails in turn, then every allocation, until one is spared. A round gets a
-// function that runs the work that is to meet the failure, and tells whether it did; and whether it is memory that runs
-// out.
+// function that runs the work that is to meet the failure, and tells whether it did; and whether memory runs out.
 template <class Round>
-void Sweep(Round&& round, SystemError error = SystemError{31}) {
-    for (const bool memory : {false, true}) {
+void Sweep(Round&& round, const std::vector<SystemError>& errors = {SystemError{31}}) {
+    for (std::size_t turn = 0; turn <= errors.size(); ++turn) {
+        const bool memory = turn == errors.size();
         bool struck = true;
         for (std::uint32_t n = 1; struck && !testing::Test::HasFailure(); ++n) {
             SCOPED_TRACE(testing::Message() << (memory ? "allocation " : "platform call ") << n);
@@ -63,7 +66,7 @@ void Sweep(Round&& round, SystemError error = SystemError{31}) {
                     work();
                     struck = out.Fired();
                 } else {
-                    faults.FailCall(n, error);
+                    faults.FailCall(n, errors[turn]);
                     work();
                     struck = faults.Fired();
                     faults.Disarm();

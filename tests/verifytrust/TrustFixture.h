@@ -1,17 +1,13 @@
 // A trust verifier on a made-up system, and the certificates that its tests sign with.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include "SignerNamesConfig.h"
-#include "tests/fakes/FakePlatform.h"
-#include "tslib/Isolation.h"
+#include "tests/tslib/PathWorld.h"
 #include "tslib/VaneRef.h"
 #include "tslib/verifytrust/tsVerifyTrustStatic.h"
 
 namespace tests {
 
-using namespace tsLib;
 using enum TrustResult;
 using enum SystemError;
 
@@ -20,8 +16,7 @@ inline const std::string kSystemUsage = "1.3.6.1.4.1.311.10.3.6";
 inline const std::string kDriverUsage = "1.3.6.1.4.1.311.10.3.5";
 inline const std::u16string kFile = u"C:\\Program Files\\Halvora\\plugin.dll";
 inline const std::u16string kCatalog = u"C:\\Windows\\one.cat";
-inline const std::u16string kPolicyKey =
-    u"Software\\Corvane\\{01234567-89AB-CDEF-0123-456789ABCDEF}\\Tessel\\tsVerifyTrust";
+inline const std::u16string kPolicyKey = PathWorld::kHive + u"\\" + PathWorld::kSilo + u"\\Tessel\\tsVerifyTrust";
 inline constexpr std::u16string_view kAcceptedSubject = HALVORA_ACCEPTED_SUBJECT;
 
 namespace subject {
@@ -51,6 +46,7 @@ class FakeHashProviders final : public HashProviders, FakePart {
 public:
     explicit FakeHashProviders(FakePlatform& platform) : FakePart(platform), platform_(platform) {}
     [[nodiscard]] std::unique_ptr<HashProvider> Create() override {
+        const auto lock = Lock();
         ++created;
         return exists ? std::make_unique<Object>(*this) : nullptr;
     }
@@ -58,28 +54,30 @@ public:
     std::optional<std::uint32_t> word;  // "vtresult"; none: the value is not there
     std::uint32_t milliseconds = 0;     // what each step takes
     std::size_t created = 0;            // Create calls
-    struct Asked {
-        std::u16string file, client;
-        std::optional<HashResultMode> mode;
-        bool operator==(const Asked&) const = default;
-    };
-    std::vector<Asked> asked;  // for records, in order
+    // File, client and mode of every record asked for, in order; the mode stays 0 when it does not come to that.
+    std::vector<std::tuple<std::u16string, std::u16string, HashResultMode>> asked;
 
 private:
     // A provider, a record or a result.
     struct Object final : HashProvider, HashRecord, HashResult {
-        explicit Object(FakeHashProviders& theOwner) : owner(theOwner) { ++owner.tally_.open; }
-        ~Object() override { --owner.tally_.open; }
+        explicit Object(FakeHashProviders& theOwner) : owner(theOwner) { Count(1); }
+        ~Object() override { Count(-1); }
+        void Count(int change) const {
+            const auto lock = owner.Lock();
+            owner.tally_.open += static_cast<std::size_t>(change);
+        }
         SystemError Step(std::string_view operation, const std::function<void()>& body) {
             owner.platform_.system.ticks += owner.milliseconds;
             return owner.Call(operation, body);
         }
         SystemError OpenRecord(FileHandle file, std::u16string_view by, std::unique_ptr<HashRecord>& record) override {
-            owner.asked.push_back({owner.platform_.files.PathOf(file), std::u16string(by), {}});
+            const auto lock = owner.Lock();
+            owner.asked.emplace_back(owner.platform_.files.PathOf(file), by, HashResultMode{});
             return Step("OpenRecord", [&] { record = std::make_unique<Object>(owner); });
         }
         SystemError OpenResult(HashResultMode mode, std::unique_ptr<HashResult>& result) override {
-            owner.asked.back().mode = mode;
+            const auto lock = owner.Lock();
+            std::get<HashResultMode>(owner.asked.back()) = mode;
             return Step("OpenResult", [&] { result = std::make_unique<Object>(owner); });
         }
         SystemError ReadNumber(std::u16string_view name, std::uint32_t& value) override {
@@ -94,13 +92,7 @@ private:
     Tally& tally_ = NewTally("hash provider's object");
 };
 
-struct TrustSystem : FakePlatform {
-    TrustSystem() {
-        disk.PutFile(u"C:\\Program Files\\Halvora\\isolate.ini",
-                     "[isolation]\r\nsilo={01234567-89AB-CDEF-0123-456789ABCDEF}\r\nreghive=Software\\Corvane\r\n");
-        registry.PutKey(RegistryRoot::LocalMachine, u"Software\\Corvane", kKeyView32);
-    }
-
+struct TrustSystem : PathWorld {
     // A file with an embedded signature, one without any, and one that a SHA-256 catalog alone lists.
     void PutSigned(const std::u16string& path, FakeCertificate certificate = OurCertificate(), TrustAnswer answer = 0) {
         disk.PutFile(path, "signed");
@@ -113,16 +105,12 @@ struct TrustSystem : FakePlatform {
         disk.Sign(kCatalog, std::move(certificate));
     }
     void PutPolicy(const std::u16string& name, RegistryValue value) {
-        registry.PutValue(RegistryRoot::LocalMachine, kPolicyKey, name, std::move(value), kKeyView32);
+        registry.PutValue(kMachine, kPolicyKey, name, std::move(value), kKeyView32);
     }
-
     [[nodiscard]] VaneRef<IVerifyTrust> Make(const VerifierOptions& options = {}) {
         return VaneRef<IVerifyTrust>(CreateTrustVerifierStatic(trust, options));
     }
-    // One call of the full form on a new verifier.
-    TrustResult Verify(TrustLevel level, bool driverMode = false, bool* systemComponent = nullptr) {
-        return Make()->VerifyFile(kFile.c_str(), level, driverMode, systemComponent);
-    }
+    TrustResult Verify(TrustLevel level) { return Make()->VerifyFile(kFile.c_str(), level); }
     TrustResult Describe(TrustLevel level, bool thorough, const VerifierOptions& options = {}) {
         report.size = sizeof(report);
         return Make(options)->DescribeFile(kFile.c_str(), level, false, thorough, &report);
@@ -134,15 +122,11 @@ struct TrustSystem : FakePlatform {
     }
 
     FakeHashProviders hashProviders{*this};
-    Isolation isolation{*this};
     TrustContext trust{*this, &isolation, hashProviders};
     FileFindings findings;
     TrustReport report{};
 };
 
-class TrustTest : public testing::Test, public TrustSystem {
-protected:
-    void TearDown() override { EXPECT_EQ(Leftovers(), ""); }
-};
+struct TrustTest : testing::Test, TrustSystem {};
 
 }  // namespace tests

@@ -1,126 +1,112 @@
-#include "tslib/verifytrust/VerificationCache.h"
+// What spares a full check: the cache of verified files, the shortcut through a file's kept findings, and the
+// verifier's use of both.
+#include <thread>
 
-#include <gtest/gtest.h>
-
-#include <deque>
-
-#include "tests/fakes/FailingNew.h"
-#include "tests/fakes/FakePlatform.h"
+#include "tests/verifytrust/TrustFixture.h"
 
 namespace tests {
 namespace {
 
-using tsLib::TraceEvent, tsLib::TrustLevel, tsLib::TrustResult, tsLib::VerificationCache;
-using enum TrustResult;
-using Answer = std::tuple<TrustResult, int, bool>;  // with the extra flag and whether levels conflict
-
-class CacheTest : public testing::Test, public FakePlatform {
-protected:
-    Answer Lookup(std::u16string_view path, TrustLevel level, std::uint8_t a = 0, std::int32_t b = 0) {
-        std::uint8_t flag = 0xEE;
-        bool conflict = true;
-        const TrustResult result = cache.Lookup(path, level, a, flag, b, conflict);
-        return {result, flag, conflict};
+struct CacheTest : testing::Test, FakePlatform {
+    // What an entry answers to levels 1 to 7: y satisfied (Y with the extra flag), n not, c not with a conflict, and -
+    // when there is none.
+    std::string Answers(std::u16string_view path, std::uint8_t a = 0, std::int32_t b = 0) {
+        std::string answers;
+        for (TrustLevel level = 1; level <= 7; ++level) {
+            std::uint8_t flag = 0xEE;
+            bool conflict = true;
+            const TrustResult result = cache.Lookup(path, level, a, flag, b, conflict);
+            EXPECT_TRUE((result == Trusted || flag == 0) && (result == NotTrusted || !conflict));
+            const char trusted = flag != 0 ? 'Y' : 'y';
+            const char refused = conflict ? 'c' : 'n';
+            answers += result == Trusted ? trusted : result == NotTrusted ? refused : '-';
+        }
+        return answers;
     }
-    bool Has(std::u16string_view path, std::uint8_t a = 0) { return Lookup(path, 3, a) == Answer(Trusted, 0, false); }
+    bool Has(std::u16string_view path, std::uint8_t a = 0) { return Answers(path, a) == "yyyccnn"; }
+    void Add(std::u16string_view path, TrustLevel level = 3, std::uint8_t a = 0, std::uint8_t flag = 0) {
+        EXPECT_EQ(cache.Add(path, level, a, flag, 0), Trusted);
+    }
 
     VerificationCache cache{textRules, trace};
 };
 
 TEST_F(CacheTest, PathHash_KnownPaths_MatchesValuesComputedElsewhere) {
     EXPECT_EQ(VerificationCache::PathHash(textRules, u""), 0u);
-    EXPECT_EQ(VerificationCache::PathHash(textRules, u"a"), 0x6CA2E9442u);
     EXPECT_EQ(VerificationCache::PathHash(textRules, u"C:\\A.DLL"), 0xA2FCD6E00BB8DFF5u);
     EXPECT_EQ(VerificationCache::PathHash(textRules, u"c:\\program files\\HALVORA\\zebshell2.dll"),
               0x54D892F9FA982422u);
 }
 
-// Levels stored (rows) against levels asked (columns), 1 to 7: y satisfied, n not, c not with a conflict.
-constexpr std::string_view kSatisfied[] = {"nnnnnnn", "ynnnnnn", "yyyccnn", "yycycnn", "yyccynn", "yynnnnn", "yynnnyn"};
-
-// The rules once more, over a plain queue of lower-case paths: no hash, no index.
-struct PlainCache {
-    struct Entry {
-        char16_t path;
-        TrustLevel level;
-        std::uint8_t a, flag;
-        std::int32_t b;
-    };
-    std::deque<Entry> queue;
-    std::uint32_t maximum = 0;
-
-    auto Find(const Entry& asked) {
-        return std::ranges::find_if(
-            queue, [&](const Entry& e) { return e.path == asked.path && e.a == asked.a && e.b == asked.b; });
-    }
-    Answer Lookup(const Entry& asked) {
-        const auto found = Find(asked);
-        if (found == queue.end()) {
-            return {FileError, 0, false};
+TEST_F(CacheTest, StoredLevel_SatisfiesSomeLevels_AndIsRaisedBelowThreeOnly) {
+    constexpr std::string_view kAnswers[] = {"nnnnnnn", "ynnnnnn", "yyyccnn", "yycycnn",
+                                             "yyccynn", "yynnnnn", "yynnnyn"};
+    for (TrustLevel stored = 1; stored <= 7; ++stored) {
+        for (TrustLevel added = 1; added <= 7; ++added) {
+            Add(u"A");
+            EXPECT_EQ(cache.Clear(), Trusted);
+            Add(u"A", stored);
+            EXPECT_EQ(Answers(u"a"), kAnswers[stored - 1]) << stored;
+            Add(u"a", added);
+            EXPECT_EQ(Answers(u"A"), kAnswers[(stored < 3 ? std::max(stored, added) : stored) - 1]) << stored << added;
         }
-        const Entry entry = *found;
-        if (maximum != 0) {
-            queue.erase(found);
-            queue.push_back(entry);
-        }
-        const char satisfied = kSatisfied[entry.level - 1][asked.level - 1];
-        return satisfied == 'y' ? Answer(Trusted, entry.flag, false) : Answer(NotTrusted, 0, satisfied == 'c');
-    }
-    void Add(const Entry& added) {
-        if (const auto found = Find(added); found != queue.end()) {
-            found->level = found->level < 3 ? std::max(found->level, added.level) : found->level;
-            found->flag = found->flag != 0 ? found->flag : added.flag;
-            return;
-        }
-        queue.push_back(added);
-        if (maximum != 0 && queue.size() > maximum) {
-            queue.pop_front();
-        }
-    }
-    bool Remove(char16_t path) {
-        const auto found = std::ranges::find(queue, path, &Entry::path);
-        return found != queue.end() && (queue.erase(found), true);
-    }
-    void SetMaximum(std::uint32_t count) {
-        while (queue.size() > count) {
-            queue.pop_front();
-        }
-        maximum = count;
-    }
-};
-
-TEST_F(CacheTest, LongRunOfOperations_AgreesWithAPlainQueue) {
-    trace.enabled = false;
-    PlainCache plain;
-    std::uint32_t random = 12345;
-    const auto next = [&random](std::uint32_t bound) {
-        random = random * 1664525u + 1013904223u;
-        return (random >> 8) % bound;
-    };
-    for (int step = 0; step < 40000; ++step) {
-        const PlainCache::Entry e{static_cast<char16_t>(u'a' + next(12)), 1 + next(7),
-                                  static_cast<std::uint8_t>(next(2)), static_cast<std::uint8_t>(next(3)),
-                                  static_cast<std::int32_t>(2 * next(2))};
-        const std::u16string path(1, static_cast<char16_t>(e.path - 32 * next(2)));  // in either letter case
-        if (const std::uint32_t operation = next(160); operation == 0) {
-            ASSERT_EQ(cache.Clear(), Trusted);
-            plain.queue.clear();
-        } else if (operation < 3) {
-            plain.SetMaximum(next(16));
-            ASSERT_EQ(cache.SetMaximum(plain.maximum), Trusted);
-        } else if (operation < 20) {
-            ASSERT_EQ(cache.Remove(path), plain.Remove(e.path) ? Trusted : InvalidArgument) << step;
-        } else if (operation < 80) {
-            ASSERT_EQ(cache.Add(path, e.level, e.a, e.flag, e.b), Trusted);
-            plain.Add(e);
-        } else {
-            ASSERT_EQ(Lookup(path, e.level, e.a, e.b), plain.Lookup(e)) << step;
-        }
-        ASSERT_EQ(cache.GetMaximum(), plain.maximum) << step;
     }
 }
 
-TEST_F(CacheTest, InvalidArgumentMissOrRefusal_IsTracedByItsWeight) {
+TEST_F(CacheTest, Entry_IsKeptByPathAndOptions_WithItsFirstFlag) {
+    Add(u"a");
+    EXPECT_EQ(Answers(u"b") + Answers(u"a", 1) + Answers(u"a", 0, 1), std::string(21, '-'));
+    Add(u"a", 3, 0, 7);
+    Add(u"a", 3, 0, 0);
+    EXPECT_EQ(Answers(u"a"), "YYYccnn");
+    EXPECT_EQ(trace.Count(TraceEvent::CacheEntryMissing), 21u);
+    EXPECT_EQ(trace.Count(TraceEvent::CacheLevelUnsatisfied), 4u);
+}
+
+TEST_F(CacheTest, Maximum_DropsWhatWasAskedForLongestAgo) {
+    EXPECT_EQ(cache.SetMaximum(2), Trusted);
+    EXPECT_EQ(cache.GetMaximum(), 2u);
+    Add(u"a");
+    Add(u"a", 3, 1);
+    EXPECT_TRUE(Has(u"a"));
+    Add(u"b");
+    EXPECT_FALSE(Has(u"a", 1));
+    EXPECT_TRUE(Has(u"b") && Has(u"a"));
+    EXPECT_EQ(cache.SetMaximum(1), Trusted);
+    EXPECT_TRUE(Has(u"a") && !Has(u"b"));
+    // Without a maximum the order of their making stays.
+    EXPECT_EQ(cache.SetMaximum(0), Trusted);
+    EXPECT_FALSE(Has(u"a"));
+    Add(u"a");
+    Add(u"b");
+    EXPECT_TRUE(Has(u"a"));
+    EXPECT_EQ(cache.SetMaximum(1), Trusted);
+    EXPECT_TRUE(Has(u"b") && !Has(u"a"));
+}
+
+TEST_F(CacheTest, Clear_ForgetsTheOrderToo_ButNotTheMaximum) {
+    (void)cache.SetMaximum(2);
+    Add(u"a");
+    EXPECT_EQ(cache.Clear(), Trusted);
+    EXPECT_EQ(cache.GetMaximum(), 2u);
+    Add(u"a");
+    Add(u"b");
+    EXPECT_TRUE(Has(u"a") && Has(u"b"));
+}
+
+TEST_F(CacheTest, Remove_TakesThePathsOldestEntryWhateverItsOptions) {
+    (void)cache.SetMaximum(9);
+    Add(u"a");
+    Add(u"a", 3, 1);
+    EXPECT_TRUE(Has(u"a"));
+    EXPECT_EQ(cache.Remove(u"A"), Trusted);
+    EXPECT_TRUE(Has(u"a") && !Has(u"a", 1));
+    EXPECT_EQ(cache.Remove(u"a"), Trusted);
+    EXPECT_FALSE(Has(u"a"));
+    EXPECT_EQ(cache.Remove(u"a"), InvalidArgument);
+}
+
+TEST_F(CacheTest, InvalidArgument_IsRefusedAndChangesNothing) {
     std::uint8_t flag = 7;
     bool conflict = true;
     EXPECT_EQ(cache.Lookup({}, 3, 0, flag, 0, conflict), InvalidArgument);
@@ -129,32 +115,143 @@ TEST_F(CacheTest, InvalidArgumentMissOrRefusal_IsTracedByItsWeight) {
     EXPECT_EQ(cache.Add(u"", 3, 0, 0, 0), InvalidArgument);
     EXPECT_EQ(cache.Add(u"a", 0, 0, 0, 0), InvalidArgument);
     EXPECT_EQ(cache.Remove(u""), InvalidArgument);
-    EXPECT_EQ(cache.Add(u"a", 3, 0, 0, 0), Trusted);
-    (void)Lookup(u"b", 3);
-    (void)Lookup(u"a", 4);
-    (void)cache.Remove(u"b");
     EXPECT_EQ(trace.Count(TraceEvent::CacheArgumentInvalid), 5u);
-    EXPECT_EQ(trace.Count(TraceEvent::CacheLevelUnsatisfied), 1u);
-    EXPECT_EQ(trace.Count(TraceEvent::CacheEntryMissing), 2u);
-    EXPECT_EQ(trace.Count(TraceLevel::Information), 2u);  // the removal is a warning
 }
 
 TEST_F(CacheTest, Add_MemoryRunsOut_LeavesTheStoreAsItWas) {
     trace.enabled = false;
-    (void)cache.Add(u"A", 3, 0, 0, 0);
+    Add(u"A");
     for (const char16_t* path : {u"C", u"A"}) {  // new, and with an entry under other options
-        std::uint32_t n = 0;
-        for (TrustResult result = OutOfMemory; result == OutOfMemory;) {
+        auto result = OutOfMemory;
+        for (std::uint32_t n = 1; result == OutOfMemory; ++n) {
             {
-                const FailingNew failing(++n);
+                const FailingNew failing(n);
                 result = cache.Add(path, 3, 1, 0, 0);
             }
-            ASSERT_EQ(Has(path, 1), result == Trusted) << n;
-            ASSERT_TRUE(Has(u"A")) << n;
+            ASSERT_TRUE(Has(path, 1) == (result == Trusted) && Has(u"A")) << n;
         }
-        EXPECT_GE(n, 3u) << "allocations";
     }
     EXPECT_TRUE(cache.Remove(u"C") == Trusted && cache.Remove(u"C") == InvalidArgument);
+}
+
+// A verdict, whether the file was checked in full, and whether it is a system component.
+using Answer = std::tuple<TrustResult, bool, bool>;
+
+struct ShortcutTest : TrustTest {
+    Answer Ask(TrustLevel level, bool driverMode = false, const char16_t* path = kFile.c_str()) {
+        bool component = true;
+        trustProvider.calls.clear();
+        const TrustResult verdict = Make(options)->VerifyFile(path, level, driverMode, &component);
+        return {verdict, !trustProvider.calls.empty(), component};
+    }
+    VerifierOptions options;
+};
+
+TEST_F(ShortcutTest, Word_EveryBitAtEveryLevel_InBothModes) {
+    constexpr std::uint32_t kWords[] = {0x0001, 0x0002, 0x0004, 0x0008, 0x0010, 0x0050, 0x007F, 0x4007F};
+    // By each of the words: y satisfied, n refused outside driver mode, f checked in full, which refuses.
+    const std::tuple<TrustLevel, bool, std::string_view> rows[] = {
+        {1, false, "ynnnnnyf"}, {1, true, "yfffffyf"}, {2, false, "nyynnnyf"}, {3, false, "nnnynnyf"},
+        {4, false, "nnnnyyyf"}, {4, true, "fffffyyf"}, {5, false, "ffffffff"}, {6, false, "ynnnnnyf"},
+    };
+    PutUnsigned(kFile);
+    for (const auto& [level, driverMode, answers] : rows) {
+        for (std::size_t i = 0; i < std::size(kWords); ++i) {
+            hashProviders.word = kWords[i];
+            const bool component = answers[i] == 'y' && (kWords[i] & 0x20) != 0;
+            EXPECT_EQ(Ask(level, driverMode),
+                      Answer(answers[i] == 'y' ? Trusted : NotTrusted, answers[i] == 'f', component))
+                << level << ' ' << i;
+        }
+    }
+}
+
+TEST_F(ShortcutTest, Provider_IsAskedForTheOpenFileInTheChosenMode_AndEachSlowStepIsTraced) {
+    PutUnsigned(kFile);
+    hashProviders.word = 0x08;
+    hashProviders.milliseconds = 501;
+    hashProviders.exists = false;
+    const auto verifier = Make();
+    EXPECT_EQ(verifier->VerifyFile(kFile.c_str(), 3u), NotTrusted);
+    hashProviders.exists = true;  // a provider that was missing is asked for again
+    for (const HashResultMode mode : {HashResultMode::Mode1, HashResultMode::Mode2}) {
+        verifier->SetProviderMode2(mode == HashResultMode::Mode2);
+        ASSERT_EQ(verifier->VerifyFile(kFile.c_str(), 3u), Trusted);
+        EXPECT_EQ(hashProviders.asked.back(), std::tuple(kFile, std::u16string(u"tsHashProvider"), mode));
+    }
+    EXPECT_EQ(trace.Count(TraceEvent::TrustHashProviderSlow), 6u);
+}
+
+TEST_F(ShortcutTest, StepFails_ChecksInFull_ButNotWhenTheFileCannotBeOpened) {
+    PutSigned(kFile);
+    hashProviders.word = 0;  // would refuse
+    for (const char* step : {"OpenRecord", "OpenResult", "ReadNumber", "OpenForReading"}) {
+        faults.Fail(step, SharingViolation);
+        const bool opened = std::string_view(step) != "OpenForReading";
+        EXPECT_EQ(Ask(3), Answer(opened ? Trusted : FileError, opened, false)) << step;
+        faults.Fail(step, opened ? Success : SharingViolation);
+    }
+    EXPECT_EQ(trace.Count(TraceEvent::TrustShortcutAbsent), 3u);
+    options.useResultShortcut = false;
+    EXPECT_EQ(Ask(3), Answer(Trusted, true, false));
+}
+
+struct FileCacheTest : ShortcutTest {
+    FileCacheTest() {
+        options.useFileCache = true;
+        hashProviders.exists = false;
+    }
+};
+
+TEST_F(FileCacheTest, TrustedFile_IsCheckedOnceForAllVerifiersAndSpellings) {
+    pathForms.environment[u"base"] = u"C:\\Program Files\\Halvora";
+    PutSigned(kFile);
+    EXPECT_EQ(Ask(3, false, u"%BASE%\\plugin.dll"), Answer(Trusted, true, false));
+    PutUnsigned(kFile);  // which a full check would refuse
+    EXPECT_EQ(Ask(3), Answer(Trusted, false, false));
+    EXPECT_EQ(Ask(3, false, u"%BASE%\\plugin.dll"), Answer(Trusted, false, false));
+    EXPECT_EQ(Ask(4), Answer(NotTrusted, false, false));  // a kept level that does not satisfy refuses
+    // Mode and revocation are part of the key.
+    EXPECT_EQ(Ask(3, true), Answer(NotTrusted, true, false));
+    options.alternatePolicy = false;
+    EXPECT_EQ(Ask(3), Answer(NotTrusted, true, false));
+}
+
+TEST_F(FileCacheTest, SystemComponent_IsKeptAtLevelFourAndHandedBack) {
+    PutSigned(kFile, OurCertificate({kSystemUsage}));
+    EXPECT_EQ(Ask(1), Answer(Trusted, true, true));
+    EXPECT_EQ(Ask(4), Answer(Trusted, false, true));
+    EXPECT_EQ(Ask(3), Answer(NotTrusted, false, false));
+}
+
+TEST_F(FileCacheTest, OnlyTrustedFullChecksAreKept) {
+    PutUnsigned(kFile);
+    EXPECT_EQ(Ask(3), Answer(NotTrusted, true, false));
+    PutSigned(kFile);
+    EXPECT_EQ(Verify(3), Trusted);  // with the cache off
+    EXPECT_EQ(Make(options)->VerifyFileThorough(kFile.c_str(), 3), Trusted);
+    hashProviders.exists = true;
+    hashProviders.word = 0x08;
+    EXPECT_EQ(Ask(3), Answer(Trusted, false, false));
+    hashProviders.word.reset();
+    EXPECT_EQ(Ask(3), Answer(Trusted, true, false));
+}
+
+TEST_F(TrustTest, SeveralThreads_ShareVerifierAndCache) {
+    trace.enabled = false;
+    PutSigned(kFile);
+    PutUnsigned(u"C:\\Program Files\\Host\\host.exe");
+    const auto work = [this, verifier = Make({.useFileCache = true})] {
+        for (int i = 0; i < 200; ++i) {
+            EXPECT_EQ(verifier->VerifyFile(kFile.c_str(), 3u), Trusted);
+            EXPECT_EQ(verifier->VerifyCurrentProcess(3), NotTrusted);
+            verifier->SetAlternatePolicyOption(i % 2 == 0);
+            verifier->SetProviderMode2(verifier->GetAlternatePolicyOption());
+            (void)(i % 50 == 0 ? trust.cache.SetMaximum(trust.cache.GetMaximum() + 1) : trust.cache.Remove(kFile));
+            const VaneRef<IVerifyTrust> copy(verifier);
+        }
+    };
+    const std::jthread threads[] = {std::jthread(work), std::jthread(work), std::jthread(work)};
 }
 
 }  // namespace

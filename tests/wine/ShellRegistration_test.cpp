@@ -1,230 +1,174 @@
-// The registry as a whole before, between and after registration of the real library.
-#include <map>
-
+// What registration of the real library writes, into an empty registry.
 #include "tests/wine/ShellServer.h"
-#include "tslib/platform/win32/WideText.h"
+
+// After windows.h.
+#include <oleauto.h>
+
+#include <set>
+
+#include "tslib/Utf8.h"
 
 namespace tests {
 namespace {
 
-using Microsoft::WRL::ComPtr;
+using tsLib::platform::win32::FromWide;
 using tsLib::platform::win32::ToWide;
 
 const std::wstring kClass = L"{8BEEE74D-455E-4616-A97A-F6E86C317F32}";
-const std::wstring kClasses = L"Software\\Classes\\";
-const std::wstring kCurrent = L"Software\\Microsoft\\Windows\\CurrentVersion\\";
-const std::wstring kLibraryId = L"{6F952B50-BCEE-11D1-82D6-00A0C9749EEF}";
-const std::wstring kInterfaceId = L"{150C8EB0-BDDF-11D1-82D7-00A0C9749EEF}";
-const std::wstring kTypeLibrary = kClasses + L"TypeLib\\" + kLibraryId;
+const std::wstring kOwn = L"Software\\Classes\\CLSID\\" + kClass;
+const std::wstring kMenus = L"Software\\Classes\\*\\Shellex\\ContextMenuHandlers";
+const std::wstring kWindows = L"Software\\Microsoft\\Windows\\CurrentVersion\\";
+const std::wstring kDisplay = kWindows + L"Controls Folder\\Display\\shellex\\PropertySheetHandlers";
+const std::wstring kApproved = kWindows + L"Shell Extensions\\Approved";
 
-std::wstring Lower(std::wstring text) {
-    CharLowerBuffW(text.data(), static_cast<DWORD>(text.size()));
-    return text;
-}
-
-std::string Stored(DWORD type, const void* data, std::size_t size) {
-    return std::to_string(type) + ':' + std::string(static_cast<const char*>(data), size);
-}
-
-// "path", "path|name": "type:bytes" for every key and value. Paths and names in lower case: the registry keeps the case
-// of whoever made a key first.
-struct RegistryState : std::map<std::wstring, std::string> {
-    void Key(const std::wstring& path) { (*this)[Lower(path)] = ""; }
-    void Text(const std::wstring& path, const std::wstring& text, const std::wstring& name = L"") {
-        Key(path);
-        (*this)[Lower(path + L"|" + name)] = Stored(REG_SZ, text.c_str(), (text.size() + 1) * 2);
+// Every key by its path, and every value as "path|name=text".
+struct Lines : std::set<std::wstring> {
+    // With the keys above it.
+    void Add(const std::wstring& key, const std::wstring& value = {}) {
+        for (std::size_t end = 0; end != key.npos;) {
+            end = key.find(L'\\', end + 1);
+            insert(key.substr(0, end));
+        }
+        insert(value.empty() ? key : key + L'|' + value);
+    }
+    void AddAllBelow(HKEY parent, const std::wstring& path) {
+        wchar_t name[300];
+        wchar_t text[300];
+        const auto read = [&](DWORD index) {
+            DWORD length = 300;
+            DWORD bytes = sizeof(text);
+            auto* const data = reinterpret_cast<BYTE*>(text);
+            return RegEnumValueW(parent, index, name, &length, nullptr, nullptr, data, &bytes) == 0;
+        };
+        for (DWORD i = 0; read(i); ++i) {
+            insert(path + L'|' + name + L'=' + text);
+        }
+        for (DWORD i = 0; RegEnumKeyW(parent, i, name, 300) == 0; ++i) {
+            const std::wstring below = path.empty() ? name : path + L'\\' + name;
+            HKEY key = nullptr;
+            insert(below);
+            EXPECT_EQ(RegOpenKeyExW(parent, name, 0, KEY_READ, &key), 0);
+            AddAllBelow(key, below);
+            RegCloseKey(key);
+        }
+    }
+    // Whose differences a failed comparison shows line by line.
+    [[nodiscard]] std::string Text() const {
+        std::string all;
+        for (const std::wstring& line : *this) {
+            all += tsLib::ToUtf8(FromWide(line.c_str())) + '\n';
+        }
+        return all;
     }
 };
 
-void AddState(HKEY parent, const std::wstring& path, const std::wstring& below, RegistryState& state) {
-    static std::vector<wchar_t> name(16384);
-    static std::vector<BYTE> data(0x10000);
-    HKEY key = nullptr;
-    if (RegOpenKeyExW(parent, below.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS) {
-        return;
-    }
-    state[path] = "";
-    DWORD subkeys = 0;
-    DWORD values = 0;
-    RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, &subkeys, nullptr, nullptr, &values, nullptr, nullptr, nullptr,
-                     nullptr);
-    for (DWORD index = 0; index < values; ++index) {
-        auto length = static_cast<DWORD>(name.size());
-        auto size = static_cast<DWORD>(data.size());
-        DWORD type = 0;
-        if (RegEnumValueW(key, index, name.data(), &length, nullptr, &type, data.data(), &size) == ERROR_SUCCESS) {
-            state[path + L"|" + Lower(name.data())] = Stored(type, data.data(), size);
-        }
-    }
-    for (DWORD index = 0; index < subkeys; ++index) {
-        auto length = static_cast<DWORD>(name.size());
-        if (RegEnumKeyExW(key, index, name.data(), &length, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS) {
-            const std::wstring child = Lower(name.data());
-            AddState(key, path + L"\\" + child, child, state);
-        }
-    }
-    RegCloseKey(key);
-}
-
-RegistryState Whole() {
-    RegistryState state;
-    for (const std::wstring& path :
-         {std::wstring(L"Software\\Classes"), kCurrent + L"Controls Folder", kCurrent + L"Shell Extensions"}) {
-        AddState(HKEY_LOCAL_MACHINE, Lower(path), path, state);
-    }
-    return state;
-}
-
-// What is in `after` and not, or otherwise, in `before`.
-RegistryState Added(const RegistryState& before, const RegistryState& after) {
-    RegistryState added;
-    for (const auto& [what, data] : after) {
-        const auto old = before.find(what);
-        if (old == before.end() || old->second != data) {
-            added[what] = data;
-        }
-    }
-    return added;
-}
-
-// What the platform adds to the type library by itself: flags, its interface, and all again in the other view.
-RegistryState WithoutPlatforms(RegistryState state) {
-    std::erase_if(state, [](const auto& entry) {
-        const bool other = entry.first.find(L"wow6432node") != std::wstring::npos;
-        return entry.first.find(Lower(kInterfaceId)) != std::wstring::npos || entry.first.ends_with(L"\\flags|") ||
-               (other && entry.first.find(Lower(kLibraryId)) != std::wstring::npos);
-    });
-    return state;
-}
-
-// What registration adds, with the parents that stay, for a library in the folder; the type library stays registered
-// when the handler is removed.
-RegistryState Expected(const std::wstring& folder, bool removed) {
-    RegistryState state;
-    if (!removed) {
-        state.Text(kClasses + L"ZebshellEx.ZebshellEx.1", L"ZebshellEx Class");
-        state.Text(kClasses + L"ZebshellEx.ZebshellEx.1\\CLSID", kClass);
-        state.Text(kClasses + L"ZebshellEx.ZebshellEx", L"ZebshellEx Class");
-        state.Text(kClasses + L"ZebshellEx.ZebshellEx\\CurVer", L"ZebshellEx.ZebshellEx.1");
-        const std::wstring own = kClasses + L"CLSID\\" + kClass;
-        state.Text(own, L"ZebshellEx Class");
-        state.Text(own + L"\\ProgID", L"ZebshellEx.ZebshellEx.1");
-        state.Text(own + L"\\VersionIndependentProgID", L"ZebshellEx.ZebshellEx");
-        state.Text(own + L"\\InprocServer32", folder + L"\\zebshell2.dll");
-        state.Text(own + L"\\InprocServer32", L"Apartment", L"ThreadingModel");
-        state.Text(kCurrent + L"Controls Folder\\Display\\shellex\\PropertySheetHandlers\\Orlo Shell Extensions",
-                   kClass);
-        state.Text(kCurrent + L"Shell Extensions\\Approved", L"Orlo Shell Extensions", kClass);
-    }
-    for (const wchar_t* kind : {L"*", L"Drive", L"Folder"}) {
-        const std::wstring shell = kClasses + kind + L"\\Shellex";
-        state.Key(kClasses + kind);
-        state.Key(shell);
-        state.Key(shell + L"\\ContextMenuHandlers");
-        state.Key(shell + L"\\PropertySheetHandlers");
+// What an empty registry holds of a library in that folder when it is registered, and what stays of it.
+Lines Registered(const std::wstring& folder, bool removed = false) {
+    Lines lines;
+    const std::wstring classes = L"Software\\Classes\\";
+    lines.Add(classes + L"TypeLib", L"=");
+    const std::wstring types = classes + L"TypeLib\\{6F952B50-BCEE-11D1-82D6-00A0C9749EEF}\\1.0";
+    lines.Add(types, L"=zebshell2 1.0 Type Library");
+    lines.Add(types + L"\\0\\win64", L"=" + folder + L"\\zebshell2.dll");
+    lines.Add(types + L"\\FLAGS");
+    lines.Add(types + L"\\HELPDIR", L"=" + folder);
+    lines.Add(classes + L"CLSID");
+    lines.Add(kDisplay);
+    lines.Add(kApproved);
+    for (const std::wstring shell : {L"*\\Shellex", L"Drive\\Shellex", L"Folder\\Shellex"}) {
+        lines.Add(classes + shell + L"\\ContextMenuHandlers");
+        lines.Add(classes + shell + L"\\PropertySheetHandlers");
         if (!removed) {
-            state.Text(shell + L"\\ContextMenuHandlers\\OrloMenu", kClass);
+            lines.Add(classes + shell + L"\\ContextMenuHandlers\\OrloMenu", L"=" + kClass);
         }
     }
-    for (const wchar_t* path : {L"Controls Folder", L"Controls Folder\\Display", L"Controls Folder\\Display\\shellex",
-                                L"Controls Folder\\Display\\shellex\\PropertySheetHandlers", L"Shell Extensions",
-                                L"Shell Extensions\\Approved"}) {
-        state.Key(kCurrent + path);
+    if (removed) {
+        return lines;
     }
-    state.Key(kTypeLibrary);
-    state.Text(kTypeLibrary + L"\\1.0", L"zebshell2 1.0 Type Library");
-    state.Key(kTypeLibrary + L"\\1.0\\0");
-    state.Text(kTypeLibrary + L"\\1.0\\0\\win64", folder + L"\\zebshell2.dll");
-    state.Key(kTypeLibrary + L"\\1.0\\FLAGS");
-    state.Text(kTypeLibrary + L"\\1.0\\HELPDIR", folder);
-    return state;
+    lines.Add(classes + L"ZebshellEx.ZebshellEx", L"=ZebshellEx Class");
+    lines.Add(classes + L"ZebshellEx.ZebshellEx\\CurVer", L"=ZebshellEx.ZebshellEx.1");
+    lines.Add(classes + L"ZebshellEx.ZebshellEx.1", L"=ZebshellEx Class");
+    lines.Add(classes + L"ZebshellEx.ZebshellEx.1\\CLSID", L"=" + kClass);
+    lines.Add(kOwn, L"=ZebshellEx Class");
+    lines.Add(kOwn + L"\\ProgID", L"=ZebshellEx.ZebshellEx.1");
+    lines.Add(kOwn + L"\\VersionIndependentProgID", L"=ZebshellEx.ZebshellEx");
+    lines.Add(kOwn + L"\\InprocServer32", L"=" + folder + L"\\zebshell2.dll");
+    lines.Add(kOwn + L"\\InprocServer32", L"ThreadingModel=Apartment");
+    lines.Add(kDisplay + L"\\Orlo Shell Extensions", L"=" + kClass);
+    lines.Add(kApproved, kClass + L"=Orlo Shell Extensions");
+    return lines;
 }
 
-void DeleteTree(const std::wstring& path) { RegDeleteTreeW(HKEY_LOCAL_MACHINE, path.c_str()); }
-
-// A system on which nothing of ours is registered; parents that stay are left by earlier tests, though.
-class ShellRegistration : public ::testing::Test {
-protected:
-    ShellRegistration() { RemoveAll(); }
-    ~ShellRegistration() override {
-        RemoveAll();
-        for (const auto& [path, name] : put) {
-            RegDeleteKeyValueW(HKEY_LOCAL_MACHINE, path.c_str(), name.c_str());
-            if (path.ends_with(L"Theirs")) {
-                DeleteTree(path);
-            }
-        }
+// A key in the place of the machine's registry, for this process alone. Empty but for the type libraries' key, which
+// every system has.
+class EmptyMachine : ForTest {
+public:
+    EmptyMachine() {
+        HKEY classes = nullptr;
+        RegCreateKeyExW(HKEY_CURRENT_USER, L"HalvoraTest", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &machine_, nullptr);
+        RegDeleteTreeW(machine_, nullptr);  // of a process that did not end well
+        RegCreateKeyExW(machine_, L"Software\\Classes", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &classes, nullptr);
+        SetText(classes, L"TypeLib", nullptr, u"");
+        EXPECT_EQ(RegOverridePredefKey(HKEY_LOCAL_MACHINE, machine_), 0);
+        EXPECT_EQ(RegOverridePredefKey(HKEY_CLASSES_ROOT, classes), 0);
+        RegCloseKey(classes);
     }
-    void RemoveAll() {
-        EXPECT_EQ(library.Call("DllUnregisterServer"), S_OK);
-        for (const wchar_t* view : {L"", L"Wow6432Node\\"}) {
-            DeleteTree(kClasses + view + L"TypeLib\\" + kLibraryId);
-            DeleteTree(kClasses + view + L"Interface\\" + kInterfaceId);
-        }
-    }
-    void PutText(const std::wstring& path, const std::wstring& name) {
-        EXPECT_EQ(RegSetKeyValueW(HKEY_LOCAL_MACHINE, path.c_str(), name.c_str(), REG_SZ, L"x", 4), ERROR_SUCCESS);
-        put.emplace_back(path, name);
+    ~EmptyMachine() {
+        RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr);
+        RegOverridePredefKey(HKEY_CLASSES_ROOT, nullptr);
+        RegDeleteTreeW(machine_, nullptr);
+        RegCloseKey(machine_);
     }
 
-    Installation installation;
-    ShellLibrary library{installation.PutProduct(u"zebshell2.dll")};
-    std::vector<std::pair<std::wstring, std::wstring>> put;
+    void Put(const std::wstring& key, const wchar_t* name = nullptr) { SetText(machine_, key, name, u"x"); }
+    // But for what the platform adds to a type library by itself.
+    [[nodiscard]] std::string Contents() const {
+        Lines lines;
+        lines.AddAllBelow(machine_, L"");
+        std::erase_if(lines, [](const std::wstring& line) {
+            return line.starts_with(L"Software\\Classes\\Interface") || line.find(L"\\FLAGS|") != line.npos;
+        });
+        return lines.Text();
+    }
+
+private:
+    HKEY machine_ = nullptr;
 };
 
-TEST_F(ShellRegistration, Regsvr32_FromAFolderWithBlanksQuotesAndOtherLetters_ExactlyTheTable) {
+TEST(ShellRegistration, FromAFolderWithBlanksQuotesAndOtherLetters_ExactlyTheTable) {
+    Installation installation;
     const std::u16string place = u"It's {100%} \u00FC\u65E5\u672C";
     ASSERT_TRUE(CreateDirectoryW(ToWide(installation.Folder() + place), nullptr));
-    const std::wstring path(ToWide(installation.Put(Staged(u"zebshell2.dll"), place + u"\\zebshell2.dll")));
-    const std::wstring folder = path.substr(0, path.rfind(L'\\'));
-    // What others have beside it stays; what an older, longer registration had goes.
-    const std::wstring own = kClasses + L"CLSID\\" + kClass;
-    const std::wstring menus = kClasses + L"*\\Shellex\\ContextMenuHandlers";
-    const std::wstring display = kCurrent + L"Controls Folder\\Display\\shellex\\PropertySheetHandlers";
-    PutText(menus, L"TheirValue");
-    for (const std::wstring& parent : {menus, display, kClasses + L"Folder\\Shellex\\PropertySheetHandlers"}) {
-        PutText(parent + L"\\Theirs", L"");
+    const ShellLibrary library(installation.Put(Staged(u"zebshell2.dll"), place + u"\\zebshell2.dll"));
+    const std::wstring folder(ToWide(installation.Folder() + place));
+    EmptyMachine machine;
+    EXPECT_EQ(library.Call("DllRegisterServer"), S_OK);
+    EXPECT_EQ(machine.Contents(), Registered(folder).Text());
+    // What an older, longer registration had goes; what others have beside it stays.
+    for (const std::wstring& key : {kOwn + L"\\Programmable", kMenus + L"\\OrloMenu\\Old"}) {
+        machine.Put(key);
     }
-    PutText(kCurrent + L"Shell Extensions\\Approved", L"{Theirs}");
-    RegistryState older;
-    for (const auto& [key, name] : {std::pair(own + L"\\Programmable", L""), std::pair(menus + L"\\OrloMenu\\Old", L""),
-                                    std::pair(own + L"\\InprocServer32", L"Old")}) {
-        PutText(key, name);
-        older.Text(key, L"x", name);
+    EXPECT_EQ(library.Call("DllRegisterServer"), S_OK);
+    EXPECT_EQ(machine.Contents(), Registered(folder).Text());
+    Lines theirs = Registered(folder, true);
+    for (const std::wstring& key : {kMenus + L"\\Theirs", kDisplay + L"\\Theirs"}) {
+        machine.Put(key);
+        theirs.Add(key, L"=x");
     }
-    RegistryState before = Whole();
-    for (const auto& [what, data] : Expected(folder, false)) {
-        before.erase(what);
-        older.erase(what);
-    }
-    ASSERT_EQ(RunProgram(L"regsvr32.exe /s \"" + path + L"\""), 0U);
-    const RegistryState registered = Whole();
-    EXPECT_EQ(WithoutPlatforms(Added(before, registered)), Expected(folder, false));
-    EXPECT_EQ(Added(registered, before), older);
-    {
-        ComPtr<IContextMenu> menu;
-        EXPECT_EQ(CoCreateInstance(HVR::kHandlerClassId, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&menu)), S_OK);
-    }
-    CoFreeUnusedLibrariesEx(0, 0);
-    CoFreeUnusedLibrariesEx(0, 0);
-    EXPECT_EQ(RunProgram(L"regsvr32.exe /s /u \"" + path + L"\""), 0U);
-    const RegistryState removed = Whole();
-    EXPECT_EQ(WithoutPlatforms(Added(before, removed)), Expected(folder, true));
-    EXPECT_EQ(Added(removed, before), older);
-    EXPECT_EQ(library.Call("DllUnregisterServer"), S_OK) << "nothing left to remove is no failure";
+    machine.Put(kApproved, L"{Theirs}");
+    theirs.Add(kApproved, L"{Theirs}=x");
+    EXPECT_EQ(library.Call("DllUnregisterServer"), S_OK);
+    EXPECT_EQ(machine.Contents(), theirs.Text());
 }
 
-TEST_F(ShellRegistration, DamagedTypeLibrary_FailsTheRegistration) {
-    const std::u16string path = installation.Folder() + u"damaged.dll";
-    std::string bytes = GetBytes(Staged(u"zebshell2.dll"));
-    const std::size_t at = bytes.find("MSFT\x02");
-    ASSERT_NE(at, std::string::npos);
-    bytes[at] = '?';
-    ASSERT_TRUE(PutBytes(path, bytes));
-    const ShellLibrary damaged(path);
-    EXPECT_EQ(damaged.Call("DllRegisterServer"), TYPE_E_CANTLOADLIBRARY);
-    EXPECT_EQ(damaged.Call("DllUnregisterServer"), S_OK);
-    EXPECT_EQ(damaged.CanUnloadNow(), S_OK);
+HRESULT WINAPI RefuseTypeLibrary(ITypeLib*, wchar_t*, wchar_t*) { return TYPE_E_REGISTRYACCESS; }
+
+TEST(ShellRegistration, FailsWithItsTypeLibrary) {
+    Installation installation;
+    const ShellLibrary library(installation.PutProduct(u"zebshell2.dll"));
+    const ImportPatch registration(library.Get(), &RegisterTypeLib, &RefuseTypeLibrary);
+    const EmptyMachine machine;
+    EXPECT_EQ(library.Call("DllRegisterServer"), TYPE_E_REGISTRYACCESS);
 }
 
 }  // namespace

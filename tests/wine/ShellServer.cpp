@@ -2,85 +2,42 @@
 
 #include <algorithm>
 #include <mutex>
-
-#include "tslib/platform/win32/WideText.h"
+#include <span>
 
 namespace tests {
 
 namespace {
 
 std::mutex textsMutex;
-std::vector<std::string> texts;
-std::function<void()> onText;
+std::vector<std::wstring> texts;
 
-// Windows tells a debugger the wide text first and, when nobody takes it, the narrow one; other systems only the
-// latter.
-LONG CALLBACK KeepDebugText(EXCEPTION_POINTERS* exception) {
-    const EXCEPTION_RECORD& record = *exception->ExceptionRecord;
-    constexpr DWORD kNarrowPrint = 0x40010006;
-    if (record.ExceptionCode != kNarrowPrint || record.NumberParameters < 2) {
-        return EXCEPTION_CONTINUE_SEARCH;
-    }
-    if (onText) {
-        onText();
+void WINAPI KeepDebugText(const wchar_t* text) {
+    if (ShellLibrary::onDebugText) {
+        ShellLibrary::onDebugText();
     }
     const std::lock_guard lock(textsMutex);
-    texts.emplace_back(reinterpret_cast<const char*>(record.ExceptionInformation[1]));
-    return EXCEPTION_CONTINUE_EXECUTION;
+    texts.emplace_back(text);
 }
 
-int WINAPI KeepBox(HWND owner, const wchar_t* text, const wchar_t* caption, UINT type) {
-    ShellLibrary::boxes.push_back({text, caption == nullptr ? L"none" : caption, type, owner});
+int WINAPI KeepBox(HWND, const wchar_t* text, const wchar_t* caption, UINT) {
+    ShellLibrary::boxes.emplace_back(caption == nullptr ? L"" : caption, text);
     return IDOK;
 }
 
 }  // namespace
 
-LoadedModule::LoadedModule(const std::u16string& path) : module_(LoadLibraryW(tsLib::platform::win32::ToWide(path))) {
-    EXPECT_NE(module_, nullptr) << testing::PrintToString(path);
-}
-
-LoadedModule::~LoadedModule() {
-    if (module_ != nullptr) {
-        FreeLibrary(module_);
-    }
-}
-
-HRESULT LoadedModule::Call(const char* name) const {
-    const auto function =
-        reinterpret_cast<HRESULT(STDAPICALLTYPE*)()>(reinterpret_cast<void*>(GetProcAddress(module_, name)));
-    return function == nullptr ? E_NOTIMPL : function();
-}
-
-HRESULT LoadedModule::GetClassObject(REFCLSID classId, REFIID interfaceId, void** object) const {
-    const auto function = reinterpret_cast<HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**)>(
-        reinterpret_cast<void*>(GetProcAddress(module_, "DllGetClassObject")));
-    return function == nullptr ? E_NOTIMPL : function(classId, interfaceId, object);
-}
-
-ImportPatch::ImportPatch(HMODULE module, std::string_view name, void* replacement) {
+void** ImportPatch::Find(HMODULE module, void* imported) {
     if (module == nullptr) {
-        return;
+        return nullptr;
     }
     auto* const base = reinterpret_cast<BYTE*>(module);
     const auto* nt =
         reinterpret_cast<const IMAGE_NT_HEADERS*>(base + reinterpret_cast<const IMAGE_DOS_HEADER*>(base)->e_lfanew);
-    const auto* library = reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(
-        base + nt->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress);
-    for (; library->Name != 0; ++library) {
-        const auto* names = reinterpret_cast<const IMAGE_THUNK_DATA*>(base + library->OriginalFirstThunk);
-        for (std::size_t i = 0; names[i].u1.AddressOfData != 0; ++i) {
-            const auto* imported = reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + names[i].u1.AddressOfData);
-            if (!IMAGE_SNAP_BY_ORDINAL(names[i].u1.Ordinal) && name == reinterpret_cast<const char*>(imported->Name)) {
-                place_ = reinterpret_cast<void**>(base + library->FirstThunk) + i;
-            }
-        }
-    }
-    EXPECT_NE(place_, nullptr) << name << " is not imported";
-    if (place_ != nullptr) {
-        original_ = *place_;
-        Write(replacement);
-    }
+    const IMAGE_DATA_DIRECTORY& table = nt->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IAT];
+    const std::span<void*> imports(reinterpret_cast<void**>(base + table.VirtualAddress), table.Size / sizeof(void*));
+    const auto found = std::ranges::find(imports, imported);
+    EXPECT_NE(found, imports.end()) << "not imported";
+    return found == imports.end() ? nullptr : &*found;
 }
 
 void ImportPatch::Write(void* function) {
@@ -91,10 +48,20 @@ void ImportPatch::Write(void* function) {
     }
 }
 
-std::vector<ShownBox> ShellLibrary::boxes;
+std::vector<std::pair<std::wstring, std::wstring>> ShellLibrary::boxes;
+std::function<void()> ShellLibrary::onDebugText;
 
 ShellLibrary::ShellLibrary(const std::u16string& path)
-    : LoadedModule(path), messageBox_(Get(), "MessageBoxW", reinterpret_cast<void*>(&KeepBox)) {}
+    : LoadedModule(path),
+      messageBox_(Get(), &MessageBoxW, &KeepBox),
+      debugOutput_(Get(), &OutputDebugStringW, &KeepDebugText) {
+    boxes.clear();
+    texts.clear();
+}
+
+std::ptrdiff_t ShellLibrary::DebugTexts(std::wstring_view part) {
+    return std::ranges::count_if(texts, [&](const std::wstring& text) { return text.find(part) != text.npos; });
+}
 
 Microsoft::WRL::ComPtr<IClassFactory> ShellLibrary::ClassObject() const {
     Microsoft::WRL::ComPtr<IClassFactory> factory;
@@ -102,28 +69,20 @@ Microsoft::WRL::ComPtr<IClassFactory> ShellLibrary::ClassObject() const {
     return factory;
 }
 
+std::wstring MenuItem(IContextMenu& handler) {
+    wchar_t text[300] = {};
+    const HMENU menu = CreatePopupMenu();
+    static_cast<void>(handler.QueryContextMenu(menu, 0, 1, 2, 0));
+    GetMenuStringW(menu, 1, text, 300, MF_BYPOSITION);
+    DestroyMenu(menu);
+    return text;
+}
+
 HRESULT TestDataObject::QueryInterface(REFIID interfaceId, void** object) {
     const bool known = IsEqualIID(interfaceId, IID_IUnknown) || IsEqualIID(interfaceId, IID_IDataObject);
     *object = known ? static_cast<IDataObject*>(this) : nullptr;
     references += known ? 1U : 0U;
     return known ? S_OK : E_NOINTERFACE;
-}
-
-DebugTexts::DebugTexts(std::function<void()> callback) {
-    texts.clear();
-    onText = std::move(callback);
-    handler_ = AddVectoredExceptionHandler(1, &KeepDebugText);
-}
-
-DebugTexts::~DebugTexts() {
-    RemoveVectoredExceptionHandler(handler_);
-    onText = nullptr;
-}
-
-std::ptrdiff_t DebugTexts::Count(std::string_view part) const {
-    const std::lock_guard lock(textsMutex);
-    return std::count_if(texts.begin(), texts.end(),
-                         [&](const std::string& text) { return text.find(part) != std::string::npos; });
 }
 
 }  // namespace tests

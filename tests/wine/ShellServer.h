@@ -10,59 +10,65 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "shellext/server/ServerIds.h"
-#include "tests/wine/Installation.h"
+#include "tests/wine/WinStaging.h"
+#include "tslib/platform/win32/WideText.h"
 
 namespace tests {
 
 // A module that is loaded meanwhile.
-class LoadedModule {
+class LoadedModule : ForTest {
 public:
-    explicit LoadedModule(const std::u16string& path);
-    ~LoadedModule();
-    LoadedModule(const LoadedModule&) = delete;
-    LoadedModule& operator=(const LoadedModule&) = delete;
+    explicit LoadedModule(const std::u16string& path) : module_(LoadLibraryW(tsLib::platform::win32::ToWide(path))) {
+        EXPECT_NE(module_, nullptr) << testing::PrintToString(path);
+    }
+    ~LoadedModule() { FreeLibrary(module_); }
 
     [[nodiscard]] HMODULE Get() const { return module_; }
-    // An export without arguments that answers a result; E_NOTIMPL when it is missing.
-    [[nodiscard]] HRESULT Call(const char* name) const;
-    [[nodiscard]] HRESULT GetClassObject(REFCLSID classId, REFIID interfaceId, void** object) const;
+    // An export that answers a result; E_NOTIMPL when it is missing.
+    template <class... Arguments>
+    [[nodiscard]] HRESULT Call(const char* name, Arguments... arguments) const {
+        const auto function = reinterpret_cast<HRESULT(STDAPICALLTYPE*)(Arguments...)>(
+            reinterpret_cast<void*>(GetProcAddress(module_, name)));
+        return function == nullptr ? E_NOTIMPL : function(arguments...);
+    }
+    [[nodiscard]] HRESULT GetClassObject(REFCLSID classId, REFIID interfaceId, void** object) const {
+        return Call<REFCLSID, REFIID, void**>("DllGetClassObject", classId, interfaceId, object);
+    }
 
 private:
     HMODULE module_;
 };
 
-// Puts a function in the place of one that a loaded module imports, until the end.
-class ImportPatch {
+// Puts a function in the place of one that a loaded module imports.
+class ImportPatch : ForTest {
 public:
-    ImportPatch(HMODULE module, std::string_view name, void* replacement);
-    ~ImportPatch() { Write(original_); }
-    ImportPatch(const ImportPatch&) = delete;
-    ImportPatch& operator=(const ImportPatch&) = delete;
+    template <class Function>
+    ImportPatch(HMODULE module, Function* imported, Function* replacement)
+        : imported_(reinterpret_cast<void*>(imported)), place_(Find(module, imported_)) {
+        Write(reinterpret_cast<void*>(replacement));
+    }
+    ~ImportPatch() { Write(imported_); }
 
 private:
+    // Null, and a test failure, when it is not imported.
+    static void** Find(HMODULE module, void* imported);
     void Write(void* function);
 
-    void** place_ = nullptr;
-    void* original_ = nullptr;
-};
-
-struct ShownBox {
-    std::wstring text;
-    std::wstring caption;  // "none" for a null one
-    UINT type;
-    HWND owner;
+    void* imported_;
+    void** place_;
 };
 
 // The library in an installation of its own, where nobody else's leavings are: not the staged one, which other tests
-// may have loaded. No message box of its is shown; `boxes` has them, of this object and earlier ones.
+// may have loaded.
 class ShellLibrary : public LoadedModule {
 public:
     explicit ShellLibrary(const std::u16string& path);
-    ~ShellLibrary() { boxes.clear(); }
-
+    // A lock that is left is the test's failure, and of no other: each has its own copy.
+    ~ShellLibrary() { EXPECT_EQ(CanUnloadNow(), S_OK) << "a lock is left"; }
     [[nodiscard]] Microsoft::WRL::ComPtr<IClassFactory> ClassObject() const;
     // The asked interface of a new handler.
     template <class Interface>
@@ -73,18 +79,26 @@ public:
     }
     [[nodiscard]] HRESULT CanUnloadNow() const { return Call("DllCanUnloadNow"); }
 
-    static std::vector<ShownBox> boxes;
+    // Of the last one: caption and text of the message boxes, which are not shown, and how many texts for a debugger
+    // held this.
+    static std::vector<std::pair<std::wstring, std::wstring>> boxes;
+    [[nodiscard]] static std::ptrdiff_t DebugTexts(std::wstring_view part);
+    // Called with each text for a debugger, on the thread that writes it.
+    static std::function<void()> onDebugText;
 
 private:
     ImportPatch messageBox_;
+    ImportPatch debugOutput_;
 };
 
-// A data object that gives a drop list, or answers as it is told. Lives on the stack: counts references but frees
-// nothing.
+// The text of the item that a handler puts into an empty menu; empty when it puts none.
+[[nodiscard]] std::wstring MenuItem(IContextMenu& handler);
+
+// A data object that gives a drop list, which stays the test's, or answers as it is told. Lives on the stack: counts
+// references but frees nothing.
 class TestDataObject final : public IDataObject {
 public:
-    // The block stays the test's, as the handler's rules have it.
-    explicit TestDataObject(const std::string& block) : memory_(block) {
+    explicit TestDataObject(const std::vector<std::u16string>& items = {}) : memory_(WideDropBlock(items)) {
         answer = [this](STGMEDIUM& medium) {
             medium.tymed = TYMED_HGLOBAL;
             medium.hGlobal = memory_.Get();
@@ -116,22 +130,6 @@ public:
 
 private:
     DropMemory memory_;
-};
-
-// What this process writes for a debugger meanwhile: one at a time. `onText` is called before each text is kept, on the
-// thread that writes it.
-class DebugTexts {
-public:
-    explicit DebugTexts(std::function<void()> onText = {});
-    ~DebugTexts();
-    DebugTexts(const DebugTexts&) = delete;
-    DebugTexts& operator=(const DebugTexts&) = delete;
-
-    // How many texts hold this.
-    [[nodiscard]] std::ptrdiff_t Count(std::string_view part) const;
-
-private:
-    void* handler_;
 };
 
 }  // namespace tests

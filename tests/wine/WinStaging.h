@@ -3,14 +3,22 @@
 
 #include <windows.h>
 
-#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "tslib/IProtectionControl.h"
+
 struct HDROP__;
 
 namespace tests {
+
+// Base of what is there for the length of a test.
+struct ForTest {
+    ForTest() = default;
+    ForTest(const ForTest&) = delete;
+    ForTest& operator=(const ForTest&) = delete;
+};
 
 // A path of any length, normalised and absolute, for every file function of Windows.
 [[nodiscard]] std::wstring AnyLength(const std::u16string& path);
@@ -18,14 +26,12 @@ namespace tests {
 bool PutBytes(const std::u16string& path, std::string_view bytes);
 [[nodiscard]] std::string GetBytes(const std::u16string& path);
 
-// A new empty folder below the Windows folder's Temp for the length of a test. Something in it that is still open at
-// the end is a failure of this test, and of no other: no two folders are the same.
-class ScratchFolder {
+// A new empty folder below the Windows folder's Temp. Something in it that is still open at the end is a failure of
+// this test, and of no other: no two folders are the same.
+class ScratchFolder : ForTest {
 public:
     explicit ScratchFolder(const wchar_t* name);
     ~ScratchFolder();
-    ScratchFolder(const ScratchFolder&) = delete;
-    ScratchFolder& operator=(const ScratchFolder&) = delete;
 
     // Ends in a backslash.
     [[nodiscard]] const std::u16string& Path() const { return path_; }
@@ -34,37 +40,76 @@ private:
     std::u16string path_;
 };
 
-// Runs a program without a window, and ends it if it does not end by itself within a minute; its exit code, or ~0.
-// `meanwhile` is given the process.
-DWORD RunProgram(std::wstring commandLine, const std::function<void(HANDLE)>& meanwhile = {});
-
 // The full path of a signed sample, or of a file of the staged product. Adds a test failure when the environment
 // variable that names their folder is not set: HALVORA_SAMPLES, HALVORA_STAGE.
 [[nodiscard]] std::u16string Sample(const std::u16string& name);
 [[nodiscard]] std::u16string Staged(const std::u16string& name);
+[[nodiscard]] bool IsLoaded(const std::u16string& path);
 
 // Empty when it is not set.
 [[nodiscard]] std::wstring VariableText(const wchar_t* name);
-// An environment variable for the length of a test.
-class VariableForTest {
+// An environment variable.
+class VariableForTest : ForTest {
 public:
     VariableForTest(const wchar_t* name, const std::u16string& value);
     ~VariableForTest();
-    VariableForTest(const VariableForTest&) = delete;
-    VariableForTest& operator=(const VariableForTest&) = delete;
 
 private:
     const wchar_t* name_;
     std::wstring before_;  // empty when it was not set
 };
 
-// A drop handle's memory with these bytes, or with a header (wide or not) before them. Freed by DropMemory's end.
-class DropMemory {
+// Makes the key too.
+void SetText(HKEY root, const std::wstring& key, const wchar_t* name, const std::u16string& text);
+// How isolate.ini is written: with "Native64=1", without it, which means the 32-bit view of the registry, or with it in
+// UTF-16.
+enum class IniKind { Native64, View32, Utf16 };
+
+// An installation of the product: a folder, which is the install directory too, with isolate.ini, a registry root of
+// its own with %TSROOTX64% for it, and the product's key, which only one can have. No module is installed.
+class Installation : ForTest {
+public:
+    explicit Installation(IniKind kind = IniKind::Native64);
+    ~Installation();
+
+    // Ends in a backslash.
+    [[nodiscard]] const std::u16string& Folder() const { return folder_.Path(); }
+    // Copies a file into the folder; the full path of the copy.
+    std::u16string Put(const std::u16string& from, const std::u16string& name);
+    std::u16string PutSample(const std::u16string& name) { return Put(Sample(name), name); }
+    std::u16string PutProduct(const std::u16string& name) { return Put(Staged(name), name); }
+    // The resource module at that path for a locale.
+    std::u16string PutStrings(const std::u16string& from, const std::u16string& locale);
+
+    // The number that says whether scans are allowed.
+    void PutOrientation(DWORD number);
+    // A text below the root, and an entry of a list of objects, the registry's or the settings store's.
+    void PutText(const std::u16string& key, const wchar_t* name, const std::u16string& text);
+    void PutObject(const tsLib::ObjectId& id, const std::u16string& path, const char16_t* list = u"OBJID\\") {
+        PutText(list + tsLib::ToText(id), L"InProc64", path);
+    }
+
+private:
+    ScratchFolder folder_{L"hvi"};
+    std::wstring hive_;  // below HKEY_LOCAL_MACHINE
+};
+
+// A catalog in the system's catalog folder, made of that file.
+class CatalogForTest : ForTest {
+public:
+    CatalogForTest(const std::u16string& file, const std::u16string& name);
+    ~CatalogForTest();
+
+private:
+    std::wstring name_;
+    HANDLE admin_ = nullptr;
+};
+
+// A drop handle's memory with these bytes.
+class DropMemory : ForTest {
 public:
     explicit DropMemory(std::string_view block);
     ~DropMemory();
-    DropMemory(const DropMemory&) = delete;
-    DropMemory& operator=(const DropMemory&) = delete;
 
     [[nodiscard]] HDROP__* Get() const { return static_cast<HDROP__*>(memory_); }
 
@@ -72,7 +117,7 @@ private:
     HGLOBAL memory_;
 };
 
+// The header, of 20 bytes, and the list.
 [[nodiscard]] std::string WideDropBlock(const std::vector<std::u16string>& items);
-[[nodiscard]] std::string NarrowDropBlock(const std::vector<std::string>& items);
 
 }  // namespace tests

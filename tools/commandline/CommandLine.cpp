@@ -1,5 +1,6 @@
 #include "tools/commandline/CommandLine.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 
 #include "tslib/Utf8.h"
@@ -8,7 +9,8 @@ namespace HVR::commandline {
 
 namespace {
 
-// Stands before each text, so that the parser recognises none.
+// Stands before each text, so that the parser reads no meaning into one: it would take apart lists in brackets, options
+// with one dash and words of its own.
 constexpr char kTextMark = '\x01';
 
 // Each unit by itself in the form that UTF-8 has for its number: reversible for every text, and UTF-8 for one without
@@ -45,56 +47,87 @@ std::u16string Units(std::string_view bytes) {
     return text;
 }
 
-}  // namespace
+void Define(CLI::App& app, const Syntax& syntax, bool isStrict) {
+    app.footer(syntax.footer);
+    for (const Argument& argument : syntax.arguments) {
+        CLI::Option& option = argument.name.starts_with("--") && argument.value.empty()
+                                  ? *app.add_flag(argument.name, argument.description)->disable_flag_override()
+                                  : *app.add_option(argument.name, argument.description)->type_name(argument.value);
+        option.required(argument.times != Times::AtMostOnce);
+        if (argument.times == Times::OnceOrMore) {
+            option.expected(1, -1)->allow_extra_args();
+        } else if (isStrict) {
+            option.multi_option_policy(CLI::MultiOptionPolicy::Throw);
+        }
+        for (const std::string& other : argument.excludes) {
+            option.excludes(app.get_option(other));
+        }
+    }
+}
 
-void Parse(CLI::App& application, std::span<const std::u16string> arguments) {
-    bool hasVerb = !application.get_subcommands({}).empty();
+// For the parser, which wants them backwards.
+std::vector<std::string> ToBytes(std::span<const std::u16string> words, bool hasVerb, bool hasSlashes) {
     bool onlyTexts = false;
-    std::vector<std::string> words;
-    for (const std::u16string& argument : arguments) {
-        const bool isOption =
-            !onlyTexts && (argument.starts_with(u"--") ||
-                           (application.get_allow_windows_style_options() && argument.starts_with(u'/')));
+    std::vector<std::string> result;
+    for (const std::u16string& word : words) {
+        const bool isOption = !onlyTexts && (word.starts_with(u"--") || (hasSlashes && word.starts_with(u'/')));
         if (hasVerb) {
-            words.push_back(Bytes(argument));
+            result.push_back(Bytes(word));
             hasVerb = false;
         } else if (!isOption) {
-            words.push_back(kTextMark + Bytes(argument));
-        } else if (argument == u"--") {
+            result.push_back(kTextMark + Bytes(word));
+        } else if (word == u"--") {
             onlyTexts = true;
         } else {
-            const std::size_t text = std::min(argument.find(u'='), argument.size() - 1) + 1;
-            words.push_back(Bytes(argument.substr(0, text)));
-            if (words.back().ends_with('=')) {
-                words.back() += kTextMark + Bytes(argument.substr(text));
+            const std::size_t text = std::min(word.find(u'='), word.size() - 1) + 1;
+            result.push_back(Bytes(word.substr(0, text)));
+            if (result.back().ends_with('=')) {
+                result.back() += kTextMark + Bytes(word.substr(text));
             }
         }
     }
-    std::reverse(words.begin(), words.end());
-    application.parse(std::move(words));
+    std::reverse(result.begin(), result.end());
+    return result;
 }
 
-CLI::Option* AddFlag(CLI::App& application, const std::string& name, const std::string& description) {
-    return application.add_flag(name, description)
-        ->multi_option_policy(CLI::MultiOptionPolicy::Throw)
-        ->disable_flag_override();
-}
+}  // namespace
 
-std::vector<std::u16string> Texts(const CLI::Option& option) {
-    std::vector<std::u16string> texts;
-    for (const std::string& result : option.results()) {
-        // The parser gives an option the next word whatever it is, so one may lack the mark.
-        texts.push_back(Units(std::string_view(result).substr(result.starts_with(kTextMark) ? 1 : 0)));
+Given Parse(const Syntax& syntax, std::span<const std::u16string> words) {
+    const bool hasVerbs = !syntax.verbs.empty();
+    CLI::App app(syntax.summary, syntax.name);
+    app.allow_windows_style_options(!hasVerbs);
+    app.option_defaults()->ignore_case(!hasVerbs);
+    app.set_help_flag("--help", "tell more");
+    app.require_subcommand(hasVerbs ? 1 : 0);
+    app.get_formatter()->label("Usage", "usage");
+    app.get_formatter()->label("SUBCOMMAND", "VERB");
+    app.get_formatter()->column_width(20);
+    Define(app, syntax, hasVerbs);
+    for (const Syntax& verb : syntax.verbs) {
+        Define(*app.add_subcommand(verb.name, verb.summary)->group("Verbs"), verb, hasVerbs);
     }
-    return texts;
-}
-
-std::u16string Text(const CLI::Option& option) { return option.empty() ? std::u16string() : Texts(option).front(); }
-
-std::string Message(const CLI::ParseError& mistake) {
-    std::string bytes = mistake.what();
-    std::erase(bytes, kTextMark);
-    return tsLib::ToUtf8(Units(bytes));
+    Given given;
+    try {
+        app.parse(ToBytes(words, hasVerbs, !hasVerbs));
+    } catch (const CLI::CallForHelp&) {
+        given.help = app.help();
+        given.help.resize(given.help.find_last_not_of('\n') + 1);
+        return given;
+    } catch (const CLI::ParseError& mistake) {
+        std::string bytes = mistake.what();
+        std::erase(bytes, kTextMark);
+        throw UsageError(tsLib::ToUtf8(Units(bytes)));
+    }
+    const CLI::App& used = hasVerbs ? *app.get_subcommands().front() : app;
+    given.verb = used.get_name();
+    for (const CLI::Option* option : used.get_options()) {
+        for (const std::string& result : option->results()) {
+            // The parser gives an option the next word whatever it is, so one may lack the mark.
+            given.texts[option->get_name()].push_back(
+                Units(std::string_view(result).substr(result.starts_with(kTextMark) ? 1 : 0)));
+        }
+    }
+    return given;
 }
 
 std::optional<std::uint32_t> Number(std::u16string_view text) noexcept {

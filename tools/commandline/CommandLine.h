@@ -1,35 +1,60 @@
-// Command lines of the platform, which are UTF-16, for CLI11, which takes bytes.
-//
-// A text comes back from the parser unit for unit, lone surrogates included, since it may be a path. The parser never
-// reads meaning into one: it would take apart lists in brackets, options with one dash and words of its own.
+// Command lines of the platform, which are UTF-16, for CLI11, which takes bytes. It takes seconds to compile: only
+// CommandLine.cpp includes it.
 #pragma once
 
-#include <CLI/CLI.hpp>
-
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <span>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace HVR::commandline {
 
-// Parses the words behind the program's name; an application with subcommands takes the first for one's name. Options
-// are words that begin with two dashes, and with a slash where the application allows that; "--" ends them. Throws
-// CLI::ParseError for what the application does not understand, and what its callbacks throw.
-void Parse(CLI::App& application, std::span<const std::u16string> arguments);
+enum class Times : std::uint8_t { AtMostOnce, Once, OnceOrMore };
 
-// A flag that stands once and takes no value.
-CLI::Option* AddFlag(CLI::App& application, const std::string& name, const std::string& description);
+// An option when its name begins with two dashes, or else an operand.
+struct Argument {
+    std::string name;
+    std::string description;
+    std::string value{};                  // what the help calls an option's value; a flag has none
+    std::vector<std::string> excludes{};  // options, which come earlier in the syntax
+    Times times = Times::AtMostOnce;
+};
 
-// What was given for an option or operand, which is made without a variable to assign to.
-[[nodiscard]] std::vector<std::u16string> Texts(const CLI::Option& option);
-// The one text; empty when none was given.
-[[nodiscard]] std::u16string Text(const CLI::Option& option);
+// What a program understands, or one of its verbs. With verbs, the first word is the name of one. Without, options may
+// begin with a slash too and have letters of either case, and a flag may stand again.
+struct Syntax {
+    std::string name{};
+    std::string summary{};
+    std::string footer{};  // of the help
+    std::vector<Argument> arguments{};
+    std::vector<Syntax> verbs{};
+};
+
+// What was given on a command line.
+struct Given {
+    std::string help;  // what to show to a user who asked for help; the rest is empty then
+    std::string verb;
+    std::map<std::string, std::vector<std::u16string>> texts;  // by the argument's name
+
+    [[nodiscard]] bool Has(const std::string& name) const { return texts.contains(name); }
+    // The one text; empty when none was given.
+    [[nodiscard]] std::u16string Text(const std::string& name) const {
+        return Has(name) ? texts.at(name).front() : std::u16string();
+    }
+};
 
 // What is wrong, in UTF-8; a lone surrogate comes out as U+FFFD.
-[[nodiscard]] std::string Message(const CLI::ParseError& mistake);
+struct UsageError : std::runtime_error {
+    using runtime_error::runtime_error;
+};
+
+// Understands the words behind the program's name; "--" ends the options. A text comes out unit for unit, lone
+// surrogates included, since it may be a path. Throws UsageError.
+[[nodiscard]] Given Parse(const Syntax& syntax, std::span<const std::u16string> words);
 
 // A whole decimal number from 0 to 4294967295; anything else gives nothing.
 [[nodiscard]] std::optional<std::uint32_t> Number(std::u16string_view text) noexcept;

@@ -38,29 +38,27 @@ void Print(const MenuContents& contents, const Output& output) {
     }
 }
 
-Json ToJson(const MenuContents& contents) {
-    Json json{{"dataObject", contents.whyOwnObject.empty() ? "shell" : "own"},
-              {"handlers", Json::array()},
-              {"items", Json::array()}};
+JsonObject ToJson(const MenuContents& contents) {
+    JsonList handlers;
     for (const AskedHandler& handler : contents.handlers) {
-        Json& member = json["handlers"].emplace_back(
-            Json{{"name", ToUtf8(handler.registration.name)}, {"class", ToUtf8(handler.registration.className)}});
-        Write(handler, "command", member);
+        handlers.emplace_back(
+            With(handler, "command",
+                 {{"name", ToUtf8(handler.registration.name)}, {"class", ToUtf8(handler.registration.className)}}));
     }
+    JsonList items;
     for (const MenuItem& item : contents.items) {
-        Json& member = json["items"].emplace_back(Json::object());
-        if (item.isSeparator) {
-            member["separator"] = true;
-        } else {
-            member["text"] = ToUtf8(item.text);
-        }
+        JsonObject member =
+            item.isSeparator ? JsonObject{{"separator", true}} : JsonObject{{"text", ToUtf8(item.text)}};
         if (item.offset) {
             member["offset"] = *item.offset;
             member["verb"] = ToUtf8(item.verb);
             member["help"] = ToUtf8(item.help);
         }
+        items.emplace_back(std::move(member));
     }
-    return json;
+    return {{"dataObject", contents.whyOwnObject.empty() ? "shell" : "own"},
+            {"handlers", std::move(handlers)},
+            {"items", std::move(items)}};
 }
 
 struct Invocation {
@@ -90,17 +88,11 @@ Invocation InvokeOffset(ShellMenu& menu, std::uint32_t offset) {
     return {};
 }
 
-struct Request {
-    bool show = false;
-    std::optional<std::u16string> invoke;
-    std::optional<std::uint32_t> waitSeconds;
-};
-
 // One menu, from its making to its end.
 class Session {
 public:
-    Session(const Request& request, ShellMenu& menu, const Output& output)
-        : request_(request), menu_(menu), output_(output) {}
+    Session(const Given& given, std::optional<std::uint32_t> waitSeconds, ShellMenu& menu, const Output& output)
+        : given_(given), waitSeconds_(waitSeconds), menu_(menu), output_(output) {}
 
     ExitCode Run() {
         const MenuContents& contents = menu_.Contents();
@@ -110,11 +102,11 @@ public:
             Print(contents, output_);
         }
         ExitCode code = ExitCode::Yes;
-        if (request_.show) {
+        if (given_.Has("--show")) {
             code = Show();
-        } else if (request_.invoke) {
-            const auto offset = commandline::Number(*request_.invoke);
-            code = Finish(offset ? InvokeOffset(menu_, *offset) : InvokeVerb(menu_, *request_.invoke));
+        } else if (const std::u16string command = given_.Text("--invoke"); !command.empty()) {
+            const auto offset = commandline::Number(command);
+            code = Finish(offset ? InvokeOffset(menu_, *offset) : InvokeVerb(menu_, command));
         } else if (std::none_of(contents.items.begin(), contents.items.end(),
                                 [](const MenuItem& item) { return item.offset.has_value(); })) {
             code = output_.Answer(ExitCode::No, "no handler added a command");
@@ -162,53 +154,50 @@ private:
         } else {
             output_.Line("invoked     " + name + ", result " + result);
         }
-        if (!request_.waitSeconds) {
+        if (!waitSeconds_) {
             return tsLib::Succeeded(invocation.result) ? ExitCode::Yes
                                                        : output_.Answer(ExitCode::No, "the command was refused");
         }
-        const StartedScanner scanner = menu_.Wait(*request_.waitSeconds);
+        const StartedScanner scanner = menu_.Wait(*waitSeconds_);
         if (output_.IsJson()) {
             Write(scanner, json_);
         } else {
             zebdiag::Print(scanner, output_);
         }
-        return scanner.started ? AnswerAfter(request_.waitSeconds, scanner, output_)
+        return scanner.started ? AnswerAfter(waitSeconds_, scanner, output_)
                                : output_.Answer(ExitCode::No, "the scanner was not started");
     }
 
-    const Request& request_;
+    const Given& given_;
+    const std::optional<std::uint32_t> waitSeconds_;
     ShellMenu& menu_;
     const Output& output_;
-    Json json_;
+    JsonObject json_;
 };
 
 }  // namespace
 
-void AddMenuVerb(Program& program, ShellMenuMaker make, FullPath fullPath) {
-    CLI::App& verb = program.Add(
-        "menu", "does what a shell does on a right-click on these paths",
+void AddMenuVerb(Program& program, const ShellMenuMaker& make, const FullPath& fullPath) {
+    const Syntax verb{
+        "menu",
+        "does what a shell does on a right-click on these paths",
         "Makes the selection's data object, creates the handlers registered for *, Drive or Folder (the first PATH\n"
         "decides) through COM and has them build one menu. The shell's own items are there for looks. A handler\n"
         "that fails is listed with what failed. --show writes a line to stderr when the menu is on the screen and\n"
         "when an item is highlighted. Exit code 1 when there is no command, when it was refused, when nothing was\n"
-        "chosen or when no scanner was started; 3 when the scanner did not end in time.");
-    CLI::Option& list = *commandline::AddFlag(verb, "--list", "list the menu's items (this is the default)");
-    CLI::Option& invoke = *verb.add_option("--invoke", "invoke the command of this name, or at this offset as listed");
-    CLI::Option& show = *commandline::AddFlag(verb, "--show", "show the menu, and invoke what the user chooses");
-    invoke.type_name("VERB|N")->excludes(&list);
-    show.excludes(&list)->excludes(&invoke);
-    const SelectionOptions selection(verb, "after a command: wait so long for the scanner to end, and show its report");
-    program.SetRun(verb, [&invoke, &show, selection, make = std::move(make),
-                          fullPath = std::move(fullPath)](const Output& output) {
-        Request request{!show.empty(), std::nullopt, selection.WaitSeconds()};
-        if (!invoke.empty()) {
-            request.invoke = commandline::Text(invoke);
-            if (request.invoke->empty()) {
-                throw UsageError("--invoke takes a verb or an offset");
-            }
+        "chosen or when no scanner was started; 3 when the scanner did not end in time.",
+        {{"--list", "list the menu's items (this is the default)"},
+         {"--invoke", "invoke the command of this name, or at this offset as listed", "VERB|N", {"--list"}},
+         {"--show", "show the menu, and invoke what the user chooses", "", {"--list", "--invoke"}},
+         PathsArgument(),
+         WaitOption("after a command: wait so long for the scanner to end, and show its report")}};
+    program.Add(verb, [make, fullPath](const Given& given, const Output& output) {
+        if (given.Has("--invoke") && given.Text("--invoke").empty()) {
+            throw UsageError("--invoke takes a verb or an offset");
         }
-        const std::unique_ptr<ShellMenu> menu = make(selection.Paths(fullPath));
-        return Session(request, *menu, output).Run();
+        const auto waitSeconds = WaitSeconds(given);
+        const std::unique_ptr<ShellMenu> menu = make(Paths(given, fullPath));
+        return Session(given, waitSeconds, *menu, output).Run();
     });
 }
 

@@ -92,8 +92,8 @@ Entries FindEntries(tsLib::platform::Modules& modules, const std::u16string& pat
     return found.getObjectCount == nullptr ? Entries::NoCount : Entries::Both;
 }
 
-Json ToJson(const KnownObject& object, const Look& look) {
-    Json json{{"id", ToUtf8(tsLib::ToText(object.id))}, {"source", Name(object.source)}};
+JsonObject ToJson(const KnownObject& object, const Look& look) {
+    JsonObject json{{"id", ToUtf8(tsLib::ToText(object.id))}, {"source", Name(object.source)}};
     if (object.source == KnownObject::Source::BuiltIn) {
         return json;
     }
@@ -128,67 +128,66 @@ void Print(const KnownObject& object, const Look& look, const Output& output) {
 
 }  // namespace
 
-void AddObjectsVerb(Program& program, ObjectLister list, Expander expand, tsLib::TrustVerifiers& verifiers,
-                    tsLib::platform::Modules& modules) {
-    CLI::App& verb = program.Add(
+void AddObjectsVerb(Program& program, const ObjectLister& list, const Expander& expand,
+                    tsLib::TrustVerifiers& verifiers, tsLib::platform::Modules& modules) {
+    const Syntax verb{
         "objects", "the known component objects, their modules and whether those can be used",
         "Lists every known object id with its source, the module path as stored and as expanded, the verdict on\n"
         "the module and whether its entry points are there. Sources: built-in (in the program itself),\n"
         "fixed-place (always in that folder), settings-store, registry. A module that is not trusted is not\n"
         "loaded; its entry points are then \"not looked at\".\n"
         "Exit code 0 when every module is trusted and has both entry points, 1 when one is not, 3 when the\n"
-        "objects of the installation cannot be read.");
-    program.SetRun(
-        verb, [list = std::move(list), expand = std::move(expand), &verifiers, &modules](const Output& output) {
-            std::vector<KnownObject> objects;
-            const bool isRead = list(objects);
-            std::vector<Look> looks(objects.size());
-            bool areUsable = true;
-            for (std::size_t i = 0; i < objects.size(); ++i) {
-                if (objects[i].source == KnownObject::Source::BuiltIn) {
-                    continue;
-                }
-                Look& look = looks[i];
-                if (std::u16string path; expand(objects[i].storedPath, path)) {
-                    const tsLib::FileUse use = tsLib::JudgeFile(verifiers, path.c_str(), tsLib::kProductTrustLevel);
-                    if (!use.judged) {
-                        return output.Answer(ExitCode::Error, "no trust verifier could be made");
-                    }
-                    look = {path, use.verdict,
-                            use.verdict == TrustResult::Trusted ? FindEntries(modules, path) : Entries::NotLookedAt};
-                }
-                areUsable = areUsable && look.entries == Entries::Both;
+        "objects of the installation cannot be read."};
+    program.Add(verb, [list, expand, &verifiers, &modules](const Given&, const Output& output) {
+        std::vector<KnownObject> objects;
+        const bool isRead = list(objects);
+        std::vector<Look> looks(objects.size());
+        bool areUsable = true;
+        for (std::size_t i = 0; i < objects.size(); ++i) {
+            if (objects[i].source == KnownObject::Source::BuiltIn) {
+                continue;
             }
-            Json json{{"objects", Json::array()}, {"read", isRead}};
-            for (std::size_t i = 0; i < objects.size(); ++i) {
-                if (output.IsJson()) {
-                    json["objects"].push_back(ToJson(objects[i], looks[i]));
-                } else {
-                    Print(objects[i], looks[i], output);
+            Look& look = looks[i];
+            if (std::u16string path; expand(objects[i].storedPath, path)) {
+                const tsLib::FileUse use = tsLib::JudgeFile(verifiers, path.c_str(), tsLib::kProductTrustLevel);
+                if (!use.judged) {
+                    return output.Answer(ExitCode::Error, "no trust verifier could be made");
                 }
+                look = {path, use.verdict,
+                        use.verdict == TrustResult::Trusted ? FindEntries(modules, path) : Entries::NotLookedAt};
             }
+            areUsable = areUsable && look.entries == Entries::Both;
+        }
+        JsonList members;
+        for (std::size_t i = 0; i < objects.size(); ++i) {
             if (output.IsJson()) {
-                output.Object(json);
+                members.emplace_back(ToJson(objects[i], looks[i]));
+            } else {
+                Print(objects[i], looks[i], output);
             }
-            if (!isRead) {
-                return output.Answer(ExitCode::Error,
-                                     "neither the settings store nor the registry could be read; --trace tells why");
-            }
-            return areUsable ? ExitCode::Yes : ExitCode::No;
-        });
+        }
+        if (output.IsJson()) {
+            output.Object({{"objects", std::move(members)}, {"read", isRead}});
+        }
+        if (!isRead) {
+            return output.Answer(ExitCode::Error,
+                                 "neither the settings store nor the registry could be read; --trace tells why");
+        }
+        return areUsable ? ExitCode::Yes : ExitCode::No;
+    });
 }
 
-void AddCreateVerb(Program& program, ObjectCreator create) {
-    CLI::App& verb = program.Add(
-        "create", "makes a component object by its id, and releases it again",
+void AddCreateVerb(Program& program, const ObjectCreator& create) {
+    const Syntax verb{
+        "create",
+        "makes a component object by its id, and releases it again",
         "OBJID and IID are the object's and the interface's id in braces; every object has the interface\n"
         "{7D1D35C0-3A0B-4B7C-9C55-0D2F4A1E6B01}. Its module is verified and loaded as the product does it.\n"
-        "Prints the result by number and name. Exit code 1 when no object could be made.");
-    const CLI::Option& objectOperand = *verb.add_option("OBJID", "the object's id")->required();
-    const CLI::Option& interfaceOperand = *verb.add_option("IID", "the interface's id")->required();
-    program.SetRun(verb, [&objectOperand, &interfaceOperand, create = std::move(create)](const Output& output) {
-        const auto objectId = tsLib::GuidFromText(commandline::Text(objectOperand));
-        const auto interfaceId = tsLib::GuidFromText(commandline::Text(interfaceOperand));
+        "Prints the result by number and name. Exit code 1 when no object could be made.",
+        {{"OBJID", "the object's id", "", {}, Times::Once}, {"IID", "the interface's id", "", {}, Times::Once}}};
+    program.Add(verb, [create](const Given& given, const Output& output) {
+        const auto objectId = tsLib::GuidFromText(given.Text("OBJID"));
+        const auto interfaceId = tsLib::GuidFromText(given.Text("IID"));
         if (!objectId || !interfaceId) {
             throw UsageError("OBJID and IID are ids in braces");
         }
@@ -212,11 +211,11 @@ void AddCreateVerb(Program& program, ObjectCreator create) {
     });
 }
 
-void AddProtectionVerb(Program& program, SuspensionReader read) {
-    CLI::App& verb = program.Add(
+void AddProtectionVerb(Program& program, const SuspensionReader& read) {
+    const Syntax verb{
         "protection", "whether real-time protection is suspended in this session",
-        "Prints how many suspensions the protection control component counts. Exit code 1 when there is one.");
-    program.SetRun(verb, [read = std::move(read)](const Output& output) {
+        "Prints how many suspensions the protection control component counts. Exit code 1 when there is one."};
+    program.Add(verb, [read](const Given&, const Output& output) {
         std::uint32_t suspensions = 0;
         if (const auto error = read(suspensions); Failed(error)) {
             return output.Answer(ExitCode::Error, "the number of suspensions cannot be read, system error " +

@@ -1,13 +1,22 @@
 #include "tools/zebdiag/Output.h"
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 
 #include "tslib/Utf8.h"
 #include "tslib/platform/Digits.h"
 
 namespace HVR::zebdiag {
 
-void Output::Object(const Json& json) const { console_.Out(json.dump(-1, ' ', false, Json::error_handler_t::replace)); }
+// Found by its name.
+static void to_json(nlohmann::ordered_json& json, const Json& value) {
+    std::visit([&](const auto& one) { json = one; }, value);
+}
+
+void Output::Object(const JsonObject& object) const {
+    const nlohmann::ordered_json json = object;
+    console_.Out(json.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
+}
 
 void Output::Indented(std::string_view text) const {
     while (!text.empty()) {

@@ -2,9 +2,11 @@
 #pragma once
 
 #include <cstdint>
-#include <nlohmann/json.hpp>
+#include <nlohmann/ordered_map.hpp>
 #include <string>
 #include <string_view>
+#include <variant>
+#include <vector>
 
 namespace HVR::zebdiag {
 
@@ -26,7 +28,14 @@ protected:
     ~Console() = default;
 };
 
-using Json = nlohmann::ordered_json;  // keys stay in the order given
+// Values for nlohmann-json to write. Its own take seconds to compile: only Output.cpp includes them.
+struct Json;
+using JsonList = std::vector<Json>;
+using JsonObject = nlohmann::ordered_map<std::string, Json>;  // keys stay in the order given
+struct Json : std::variant<std::string, std::uint32_t, bool, JsonList, JsonObject> {
+    using variant::variant;
+    Json(std::string_view text) : variant(std::string(text)) {}
+};
 
 // Where one run of a verb writes: lines for people, or one JSON object. What is passed must outlive it.
 class Output {
@@ -37,7 +46,7 @@ public:
     [[nodiscard]] bool IsJson() const noexcept { return isJson_; }
     void Line(std::string_view line) const { console_.Out(line); }
     // On one line; U+FFFD takes the place of what is not UTF-8.
-    void Object(const Json& json) const;
+    void Object(const JsonObject& object) const;
     // Each line of the text, moved to the right.
     void Indented(std::string_view text) const;
     // For whoever watches: what happens now.

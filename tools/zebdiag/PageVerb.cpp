@@ -17,29 +17,30 @@ void Print(const PageSheet& sheet, const Output& output) {
 }
 
 void Write(const PageSheet& sheet, const Output& output) {
-    Json json{{"handlers", Json::array()}, {"pages", Json::array()}};
+    JsonList handlers;
     for (const AskedHandler& handler : sheet.handlers) {
-        Write(handler, "page", json["handlers"].emplace_back(Json{{"name", ToUtf8(handler.registration.name)}}));
+        handlers.emplace_back(With(handler, "page", {{"name", ToUtf8(handler.registration.name)}}));
     }
+    JsonList pages;
     for (const std::u16string& title : sheet.titles) {
-        json["pages"].push_back(ToUtf8(title));
+        pages.emplace_back(ToUtf8(title));
     }
-    output.Object(json);
+    output.Object({{"handlers", std::move(handlers)}, {"pages", std::move(pages)}});
 }
 
 }  // namespace
 
-void AddPageVerb(Program& program, PageHost host) {
-    CLI::App& verb = program.Add(
-        "page", "shows the property pages of the Display control panel's handlers",
+void AddPageVerb(Program& program, const PageHost& host) {
+    const Syntax verb{
+        "page",
+        "shows the property pages of the Display control panel's handlers",
         "Creates the registered property-sheet handlers through COM and has them add their pages to one sheet.\n"
         "--show writes a line to stderr when the sheet is on the screen. Exit code 1 when there is no page, 3 when\n"
-        "the sheet could not be made.");
-    CLI::Option& list = *commandline::AddFlag(verb, "--list", "list the pages by their titles (this is the default)");
-    CLI::Option& show = *commandline::AddFlag(verb, "--show", "show the property sheet until the user closes it");
-    show.excludes(&list);
-    program.SetRun(verb, [&show, host = std::move(host)](const Output& output) {
-        const PageSheet sheet = host(!show.empty(), [&] { output.Narrate("shown"); });
+        "the sheet could not be made.",
+        {{"--list", "list the pages by their titles (this is the default)"},
+         {"--show", "show the property sheet until the user closes it", "", {"--list"}}}};
+    program.Add(verb, [host](const Given& given, const Output& output) {
+        const PageSheet sheet = host(given.Has("--show"), [&] { output.Narrate("shown"); });
         if (output.IsJson()) {
             Write(sheet, output);
         } else {

@@ -9,75 +9,42 @@ namespace HVR::zebdiag {
 Program::Program(Console& console, std::function<void()> showTrace)
     : console_(console),
       showTrace_(std::move(showTrace)),
-      app_("Looks at a Halvora installation from a support engineer's side.", "zebdiag") {
-    app_.allow_windows_style_options(false);  // the parser's default on Windows; there /x is a path
-    app_.set_help_flag("--help", "tell more");
-    app_.require_subcommand(1);
-    app_.footer(
-        "zebdiag VERB --help tells more. Every verb takes --json (one JSON object on stdout) and --trace\n"
-        "(trace records on stderr). Exit codes: 0 yes or done, 1 no, 2 wrong usage, 3 could not find out.");
-    const auto formatter = app_.get_formatter();
-    formatter->label("Usage", "usage");
-    formatter->label("SUBCOMMAND", "VERB");
-    formatter->column_width(20);
+      syntax_{"zebdiag", "Looks at a Halvora installation from a support engineer's side.",
+              "zebdiag VERB --help tells more. Every verb takes --json (one JSON object on stdout) and --trace\n"
+              "(trace records on stderr). Exit codes: 0 yes or done, 1 no, 2 wrong usage, 3 could not find out."} {}
+
+void Program::Add(Syntax verb, Run run) {
+    runs_[verb.name] = std::move(run);
+    verb.arguments.insert(verb.arguments.begin(),
+                          {{"--json", "one JSON object on stdout"}, {"--trace", "trace records on stderr"}});
+    syntax_.verbs.push_back(std::move(verb));
 }
 
-CLI::App& Program::Add(const std::string& name, const std::string& summary, const std::string& help) {
-    CLI::App& verb = *app_.add_subcommand(name, summary)->group("Verbs");
-    verb.footer(help);
-    commandline::AddFlag(verb, "--json", "one JSON object on stdout");
-    commandline::AddFlag(verb, "--trace", "trace records on stderr");
-    return verb;
-}
-
-void Program::SetRun(CLI::App& verb, Run run) {
-    verb.callback([this, &verb, run = std::move(run)] {
-        if (verb.count("--trace") != 0) {
-            showTrace_();
-        }
-        code_ = run(Output(console_, verb.get_name(), verb.count("--json") != 0));
-    });
-}
-
-ExitCode Program::Call(std::span<const std::u16string> arguments) {
+ExitCode Program::Call(std::span<const std::u16string> arguments) const {
+    static const std::u16string kHelp[] = {u"--help"};
+    const bool isHelp = arguments.empty() || arguments.front() == u"help";
     try {
-        if (arguments.empty() || arguments.front() == u"help") {
-            console_.Out(Help());
+        const Given given = commandline::Parse(syntax_, isHelp ? kHelp : arguments);
+        if (!given.help.empty()) {
+            console_.Out(given.help);
             return arguments.empty() ? ExitCode::Usage : ExitCode::Yes;
         }
-        try {
-            commandline::Parse(app_, arguments);
-            return code_;
-        } catch (const CLI::CallForHelp&) {
-            console_.Out(Help());
-            return ExitCode::Yes;
-        } catch (const CLI::ParseError& mistake) {
-            return Misuse(commandline::Message(mistake), arguments.front());
-        } catch (const UsageError& mistake) {
-            return Misuse(mistake.what(), arguments.front());
+        if (given.Has("--trace")) {
+            showTrace_();
         }
+        return runs_.at(given.verb)(given, Output(console_, given.verb, given.Has("--json")));
+    } catch (const UsageError& mistake) {
+        const std::string name = tsLib::ToUtf8(arguments.front());
+        console_.Err(runs_.contains(name)
+                         ? "zebdiag " + name + ": " + mistake.what() + "; see zebdiag " + name + " --help"
+                         : "zebdiag: unknown verb " + name + "; see zebdiag --help");
+        return ExitCode::Usage;
     } catch (const std::bad_alloc&) {
         console_.Err("zebdiag: out of memory");
     } catch (const std::exception& problem) {
         console_.Err(std::string("zebdiag: ") + problem.what());
     }
     return ExitCode::Error;
-}
-
-std::string Program::Help() const {
-    std::string help = app_.help();
-    help.resize(help.find_last_not_of('\n') + 1);
-    return help;
-}
-
-ExitCode Program::Misuse(std::string_view what, const std::u16string& verb) {
-    const std::string name = tsLib::ToUtf8(verb);
-    if (app_.get_subcommands().empty()) {
-        console_.Err("zebdiag: unknown verb " + name + "; see zebdiag --help");
-    } else {
-        console_.Err("zebdiag " + name + ": " + std::string(what) + "; see zebdiag " + name + " --help");
-    }
-    return ExitCode::Usage;
 }
 
 }  // namespace HVR::zebdiag

@@ -2,8 +2,8 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <span>
-#include <stdexcept>
 #include <string>
 
 #include "tools/commandline/CommandLine.h"
@@ -11,38 +11,31 @@
 
 namespace HVR::zebdiag {
 
-// Thrown by a verb whose command line turns out to make no sense; the text is UTF-8.
-class UsageError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
+using commandline::Given;
+using commandline::Syntax;
+using commandline::Times;
+using commandline::UsageError;
 
 class Program {
 public:
-    using Run = std::function<ExitCode(const Output&)>;
+    // What a verb does. Throws UsageError when the command line turns out to make no sense.
+    using Run = std::function<ExitCode(const Given&, const Output&)>;
 
     // `showTrace` is called before a verb runs that was given --trace. The console must outlive the program.
     Program(Console& console, std::function<void()> showTrace);
-    Program(const Program&) = delete;
-    Program& operator=(const Program&) = delete;
 
-    // A new verb, with the options that every verb has. `help` stands below its options.
-    CLI::App& Add(const std::string& name, const std::string& summary, const std::string& help);
-    // What the verb does. Its options live as long as the program.
-    void SetRun(CLI::App& verb, Run run);
+    // A new verb; the options that every verb has are added.
+    void Add(Syntax verb, Run run);
 
     // Runs the verb that the first argument names. --help and no argument at all list the verbs. What a verb throws
-    // becomes a line on stderr and ExitCode::Error. To be called once.
-    [[nodiscard]] ExitCode Call(std::span<const std::u16string> arguments);
+    // becomes a line on stderr and ExitCode::Error.
+    [[nodiscard]] ExitCode Call(std::span<const std::u16string> arguments) const;
 
 private:
-    [[nodiscard]] std::string Help() const;
-    [[nodiscard]] ExitCode Misuse(std::string_view what, const std::u16string& verb);
-
     Console& console_;
     std::function<void()> showTrace_;
-    CLI::App app_;
-    ExitCode code_ = ExitCode::Error;
+    Syntax syntax_;
+    std::map<std::string, Run> runs_;
 };
 
 }  // namespace HVR::zebdiag

@@ -12,10 +12,10 @@ namespace {
 constexpr std::size_t kShownLines = 20;
 
 void Write(const ScanOutcome& outcome, const Output& output) {
-    Json json{{"result", Hexadecimal(tsLib::Number(outcome.result))}};
+    JsonObject json{{"result", Hexadecimal(tsLib::Number(outcome.result))}};
     if (outcome.listFile) {
         json["listFile"] = ToUtf8(*outcome.listFile);
-        json["lines"] = outcome.lines;
+        json["lines"] = JsonList(outcome.lines.begin(), outcome.lines.end());
     }
     if (outcome.commandLine) {
         json["commandLine"] = ToUtf8(*outcome.commandLine);
@@ -43,16 +43,17 @@ void Print(const ScanOutcome& outcome, const Output& output) {
 
 }  // namespace
 
-void AddScanVerb(Program& program, ScanRunner scan, FullPath fullPath) {
-    CLI::App& verb = program.Add(
-        "scan", "does what a click on the menu item does, with these paths",
+void AddScanVerb(Program& program, const ScanRunner& scan, const FullPath& fullPath) {
+    const Syntax verb{
+        "scan",
+        "does what a click on the menu item does, with these paths",
         "Makes the shell's drop list of the paths, writes the list file, verifies the scanner and starts it. Prints\n"
         "the list file's lines and the scanner's command line. Exit code 1 when the scanner was not started, 3 when\n"
-        "it did not end in time.");
-    const SelectionOptions selection(verb, "wait so long for the scanner to end, and show its report");
-    program.SetRun(verb, [selection, scan = std::move(scan), fullPath = std::move(fullPath)](const Output& output) {
-        const auto wait = selection.WaitSeconds();
-        const ScanOutcome outcome = scan(selection.Paths(fullPath), wait);
+        "it did not end in time.",
+        {PathsArgument(), WaitOption("wait so long for the scanner to end, and show its report")}};
+    program.Add(verb, [scan, fullPath](const Given& given, const Output& output) {
+        const auto wait = WaitSeconds(given);
+        const ScanOutcome outcome = scan(Paths(given, fullPath), wait);
         if (output.IsJson()) {
             Write(outcome, output);
         } else {

@@ -2,15 +2,15 @@
 
 namespace HVR::zebdiag {
 
-SelectionOptions::SelectionOptions(CLI::App& verb, const std::string& waitHelp)
-    : paths_(verb.add_option("PATH", "a file, folder or drive; put -- before one that begins with two dashes")
-                 ->expected(1, -1)
-                 ->allow_extra_args()
-                 ->required()),
-      wait_(verb.add_option("--wait", waitHelp)->type_name("SECONDS")) {}
+commandline::Argument PathsArgument() {
+    return {
+        "PATH", "a file, folder or drive; put -- before one that begins with two dashes", "", {}, Times::OnceOrMore};
+}
 
-std::vector<std::u16string> SelectionOptions::Paths(const FullPath& fullPath) const {
-    std::vector<std::u16string> paths = commandline::Texts(*paths_);
+commandline::Argument WaitOption(const std::string& help) { return {"--wait", help, "SECONDS"}; }
+
+std::vector<std::u16string> Paths(const Given& given, const FullPath& fullPath) {
+    std::vector<std::u16string> paths = given.texts.at("PATH");
     for (std::u16string& path : paths) {
         if (path.empty() || path.find(u'\0') != std::u16string::npos) {
             throw UsageError("a PATH is empty");
@@ -20,11 +20,11 @@ std::vector<std::u16string> SelectionOptions::Paths(const FullPath& fullPath) co
     return paths;
 }
 
-std::optional<std::uint32_t> SelectionOptions::WaitSeconds() const {
-    if (wait_->empty()) {
+std::optional<std::uint32_t> WaitSeconds(const Given& given) {
+    if (!given.Has("--wait")) {
         return std::nullopt;
     }
-    const auto seconds = commandline::Number(commandline::Text(*wait_));
+    const auto seconds = commandline::Number(given.Text("--wait"));
     if (!seconds || *seconds > 86400) {
         throw UsageError("--wait takes a number of seconds, at most 86400");
     }
@@ -44,7 +44,7 @@ void Print(const StartedScanner& scanner, const Output& output) {
     }
 }
 
-void Write(const StartedScanner& scanner, Json& json) {
+void Write(const StartedScanner& scanner, JsonObject& json) {
     json["started"] = scanner.started;
     json["ended"] = scanner.ended;
     if (scanner.processId) {

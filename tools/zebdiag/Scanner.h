@@ -23,22 +23,15 @@ struct StartedScanner {
 // The full path of what a user typed.
 using FullPath = std::function<std::u16string(const std::u16string& path)>;
 
-// The paths to scan, and how long to wait for the scanner.
-class SelectionOptions {
-public:
-    SelectionOptions(CLI::App& verb, const std::string& waitHelp);
-
-    // Throw UsageError.
-    [[nodiscard]] std::vector<std::u16string> Paths(const FullPath& fullPath) const;
-    [[nodiscard]] std::optional<std::uint32_t> WaitSeconds() const;
-
-private:
-    const CLI::Option* paths_;
-    const CLI::Option* wait_;
-};
+// The arguments about paths to scan and about how long to wait for the scanner, and what they come to. Throw
+// UsageError.
+[[nodiscard]] commandline::Argument PathsArgument();
+[[nodiscard]] commandline::Argument WaitOption(const std::string& help);
+[[nodiscard]] std::vector<std::u16string> Paths(const Given& given, const FullPath& fullPath);
+[[nodiscard]] std::optional<std::uint32_t> WaitSeconds(const Given& given);
 
 void Print(const StartedScanner& scanner, const Output& output);
-void Write(const StartedScanner& scanner, Json& json);
+void Write(const StartedScanner& scanner, JsonObject& json);
 // The answer about a scanner that was started, when so many seconds were to be waited for its end.
 [[nodiscard]] ExitCode AnswerAfter(std::optional<std::uint32_t> waitSeconds, const StartedScanner& scanner,
                                    const Output& output);

@@ -87,7 +87,7 @@ std::string Text(const AskedHandler& handler, const std::string& what) {
                                 : handler.step + " failed with " + Hexadecimal(tsLib::Number(handler.result)));
 }
 
-void Write(const AskedHandler& handler, const std::string& what, Json& json) {
+JsonObject With(const AskedHandler& handler, const std::string& what, JsonObject json) {
     json["clsid"] = ClassId(handler);
     json["result"] = Hexadecimal(tsLib::Number(handler.result));
     if (handler.TakesPart()) {
@@ -95,6 +95,7 @@ void Write(const AskedHandler& handler, const std::string& what, Json& json) {
     } else {
         json["step"] = handler.step;
     }
+    return json;
 }
 
 }  // namespace HVR::zebdiag

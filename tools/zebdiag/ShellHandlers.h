@@ -45,7 +45,7 @@ struct AskedHandler {
 
 // "{class id}: 2 commands", or what failed; `what` is "command" or "page".
 [[nodiscard]] std::string Text(const AskedHandler& handler, const std::string& what);
-// The same as members of an object.
-void Write(const AskedHandler& handler, const std::string& what, Json& json);
+// The same as members behind those of `json`.
+[[nodiscard]] JsonObject With(const AskedHandler& handler, const std::string& what, JsonObject json);
 
 }  // namespace HVR::zebdiag

@@ -22,16 +22,16 @@ namespace HVR::zebdiag {
 // verify. `findLoaded` finds a module of this process by its name.
 using LoadedModules = std::function<std::optional<tsLib::platform::ModuleHandle>(const std::u16string& name)>;
 void AddVerifyVerb(Program& program, const tsLib::platform::Platform& platform, tsLib::TrustVerifiers& verifiers,
-                   LoadedModules findLoaded);
+                   const LoadedModules& findLoaded);
 
 // expand. Expands a text with path tokens; false leaves the input, cleaned up, in the output.
 using Expander = std::function<bool(const std::u16string& text, std::u16string& expanded)>;
-void AddExpandVerb(Program& program, Expander expand);
+void AddExpandVerb(Program& program, const Expander& expand);
 
 // path. The path of a file (which may be empty) in the directory of a kind.
 using PathResolver =
     std::function<tsLib::HResult(std::uint32_t kind, const std::u16string& file, std::u16string& path)>;
-void AddPathVerb(Program& program, PathResolver resolve);
+void AddPathVerb(Program& program, const PathResolver& resolve);
 
 // scan. Runs the scan request on full paths, and waits for the scanner as long as told.
 struct ScanOutcome {
@@ -43,11 +43,11 @@ struct ScanOutcome {
 };
 using ScanRunner =
     std::function<ScanOutcome(const std::vector<std::u16string>& paths, std::optional<std::uint32_t> waitSeconds)>;
-void AddScanVerb(Program& program, ScanRunner scan, FullPath fullPath);
+void AddScanVerb(Program& program, const ScanRunner& scan, const FullPath& fullPath);
 
 // menu. Builds the menu for full paths. Throws std::runtime_error with a reason when there can be none.
 using ShellMenuMaker = std::function<std::unique_ptr<ShellMenu>(const std::vector<std::u16string>& paths)>;
-void AddMenuVerb(Program& program, ShellMenuMaker make, FullPath fullPath);
+void AddMenuVerb(Program& program, const ShellMenuMaker& make, const FullPath& fullPath);
 
 // page. Asks the Display control panel's handlers for pages and makes a sheet of them. With `show` the sheet stays
 // until the user closes it; `onShown` is called when it is on the screen. Without pages there is no sheet.
@@ -58,7 +58,7 @@ struct PageSheet {
     bool isShown = true;                     // false when there are pages and no sheet could be made of them
 };
 using PageHost = std::function<PageSheet(bool show, const std::function<void()>& onShown)>;
-void AddPageVerb(Program& program, PageHost host);
+void AddPageVerb(Program& program, const PageHost& host);
 
 // objects. Lists all known objects; false when what the installation knows cannot be read. The verb looks for the entry
 // points of a module by loading it, so only modules with the verdict "trusted" are looked into.
@@ -70,16 +70,16 @@ struct KnownObject {
     std::u16string storedPath;  // path tokens included; empty for a built-in object
 };
 using ObjectLister = std::function<bool(std::vector<KnownObject>& objects)>;
-void AddObjectsVerb(Program& program, ObjectLister list, Expander expand, tsLib::TrustVerifiers& verifiers,
-                    tsLib::platform::Modules& modules);
+void AddObjectsVerb(Program& program, const ObjectLister& list, const Expander& expand,
+                    tsLib::TrustVerifiers& verifiers, tsLib::platform::Modules& modules);
 
 // create.
 using ObjectCreator = std::function<tsLib::VaneResult(
     const tsLib::ObjectId& objectId, const tsLib::InterfaceId& interfaceId, tsLib::VaneRef<tsLib::IVaneBase>& object)>;
-void AddCreateVerb(Program& program, ObjectCreator create);
+void AddCreateVerb(Program& program, const ObjectCreator& create);
 
 // protection.
 using SuspensionReader = std::function<tsLib::platform::SystemError(std::uint32_t& suspensions)>;
-void AddProtectionVerb(Program& program, SuspensionReader read);
+void AddProtectionVerb(Program& program, const SuspensionReader& read);
 
 }  // namespace HVR::zebdiag

@@ -33,7 +33,7 @@ constexpr std::array<NamedFlag, 8> kFlagNames{{{tsLib::kSignatureOpened, "signat
 
 struct Answer {
     TrustResult verdict = TrustResult::FileError;
-    std::uint32_t level = 0;
+    std::uint32_t level = tsLib::kProductTrustLevel;
     bool driverMode = false;
     std::optional<std::u16string> path;  // nothing when the target leads to no file
     bool described = false;              // whether `report` holds findings
@@ -54,8 +54,8 @@ const char* TestD(const Answer& answer) {
 // The names are arrays of a fixed size that end at a NUL.
 std::string Utf8(const char16_t* text) { return ToUtf8(text); }
 
-Json ToJson(const Answer& answer) {
-    Json json = Json::object();
+JsonObject ToJson(const Answer& answer) {
+    JsonObject json;
     if (answer.path) {
         json["file"] = ToUtf8(*answer.path);
     }
@@ -69,24 +69,25 @@ Json ToJson(const Answer& answer) {
     }
     const TrustReport& report = answer.report;
     json["flags"] = report.flags;
-    json["findings"] = Json::array();
+    JsonList findings;
     for (const NamedFlag& flag : kFlagNames) {
         if ((report.flags & flag.bits) == flag.bits) {
-            json["findings"].push_back(flag.name);
+            findings.emplace_back(flag.name);
         }
     }
+    json["findings"] = std::move(findings);
     if (const char* testD = TestD(answer)) {
         json["testD"] = testD;
     }
     json["platformAnswer"] = Hexadecimal(static_cast<std::uint32_t>(report.platformAnswer));
     json["throughCatalog"] = (report.flags & tsLib::kThroughCatalog) != 0;
     json["catalog"] = Utf8(report.catalogPath);
-    json["signer"] = {{"commonName", Utf8(report.commonName)},
-                      {"organizationalUnit", Utf8(report.organizationalUnit)},
-                      {"organization", Utf8(report.organization)},
-                      {"locality", Utf8(report.locality)},
-                      {"state", Utf8(report.state)},
-                      {"country", Utf8(report.country)}};
+    json["signer"] = JsonObject{{"commonName", Utf8(report.commonName)},
+                                {"organizationalUnit", Utf8(report.organizationalUnit)},
+                                {"organization", Utf8(report.organization)},
+                                {"locality", Utf8(report.locality)},
+                                {"state", Utf8(report.state)},
+                                {"country", Utf8(report.country)}};
     json["signerReadDespiteRefusal"] = answer.signerDespiteRefusal;
     return json;
 }
@@ -152,45 +153,101 @@ void Describe(IVerifyTrust& verifier, Answer& answer) {
     answer.described = true;
 }
 
-// Finds what the verifier is to be asked about, and asks it. The paths are for the report alone: the verdict is the
-// verifier's, which finds the file by itself.
-class VerifyVerb {
-public:
-    VerifyVerb(CLI::App& verb, const Platform& platform, tsLib::TrustVerifiers& verifiers, LoadedModules findLoaded)
-        : platform_(&platform),
-          verifiers_(&verifiers),
-          findLoaded_(std::move(findLoaded)),
-          file_(verb.add_option("FILE", "the file to judge")),
-          pid_(verb.add_option("--pid", "the image file of a running process")->type_name("ID")),
-          module_(verb.add_option("--module", "the file of a module loaded in zebdiag itself, such as wintrust.dll")
-                      ->type_name("NAME")),
-          classId_(verb.add_option("--clsid", "the server registered for a COM class")->type_name("{CLASS-ID}")),
-          level_(verb.add_option("--level", "how strictly the signer is judged, 1 to 5 (3: what the product asks for)")
-                     ->type_name("N")),
-          driver_(commandline::AddFlag(verb, "--driver", "judge FILE as a kernel driver")) {}
+// The paths are for the report alone: the verdict is the verifier's, which finds the file by itself.
+std::optional<std::u16string> ModulePath(const Platform& platform, ModuleHandle module) {
+    std::u16string path;
+    return Succeeded(platform.modules.FileName(module, 32768, path)) ? std::optional(path) : std::nullopt;
+}
 
-    ExitCode operator()(const Output& output) const {
-        if (file_->count() + pid_->count() + module_->count() + classId_->count() != 1) {
+std::optional<std::u16string> ProcessPath(const Platform& platform, std::uint32_t processId) {
+    if (processId == platform.processes.CurrentId()) {
+        return ModulePath(platform, kMainExecutable);
+    }
+    std::u16string path;
+    return Succeeded(platform.processes.ImageFileName(processId, path)) ? std::optional(path) : std::nullopt;
+}
+
+std::optional<std::u16string> ComServerPath(const Platform& platform, const tsLib::Guid& classId) {
+    for (const char16_t* server : {u"\\InprocServer32", u"\\LocalServer32"}) {
+        OwnedRegistryKey key(platform.registry);
+        std::u16string path;
+        if (Succeeded(platform.registry.OpenKey(RegistryRoot::ClassesRoot, u"CLSID\\" + tsLib::ToText(classId) + server,
+                                                kKeyRead, key.Receive())) &&
+            Succeeded(tsLib::ReadText(platform.registry, key.Get(), {}, path))) {
+            return path;
+        }
+    }
+    return std::nullopt;
+}
+
+// Asks the verifier about what is given. Fills in the verdict and the path.
+void Ask(IVerifyTrust& verifier, const Platform& platform, const LoadedModules& findLoaded, const Given& given,
+         Answer& answer) {
+    if (given.Has("--pid")) {
+        const auto processId = commandline::Number(given.Text("--pid"));
+        if (!processId) {
+            throw UsageError("--pid takes a process id");
+        }
+        answer.verdict = verifier.VerifyProcess(*processId, answer.level);
+        answer.path = ProcessPath(platform, *processId);
+    } else if (given.Has("--module")) {
+        const std::u16string name = given.Text("--module");
+        const auto module = findLoaded(name);
+        if (!module) {
+            throw UsageError("no module " + ToUtf8(name) + " is loaded in this process");
+        }
+        answer.verdict = verifier.VerifyModule(*module, answer.level);
+        answer.path = ModulePath(platform, *module);
+    } else if (given.Has("--clsid")) {
+        const auto classId = tsLib::GuidFromText(given.Text("--clsid"));
+        if (!classId) {
+            throw UsageError("--clsid takes a class id in braces");
+        }
+        answer.verdict = verifier.VerifyComServer(*classId, answer.level);
+        answer.path = ComServerPath(platform, *classId);
+    } else {
+        answer.path = given.Text("FILE");
+        answer.verdict = verifier.VerifyFile(answer.path->c_str(), answer.level, answer.driverMode);
+    }
+}
+
+}  // namespace
+
+void AddVerifyVerb(Program& program, const Platform& platform, tsLib::TrustVerifiers& verifiers,
+                   const LoadedModules& findLoaded) {
+    const Syntax verb{
+        "verify",
+        "whether a file, process, loaded module or COM server is trusted, and why",
+        "Takes one FILE, or one of --pid, --module and --clsid. Prints the verdict by name and number, the findings,\n"
+        "the platform's last answer, whether a catalog was used, the signer's names and the signer tests. The\n"
+        "product refuses a file only for \"not trusted\" (3). Exit code 0 when trusted, 1 for every other verdict.",
+        {{"FILE", "the file to judge"},
+         {"--pid", "the image file of a running process", "ID"},
+         {"--module", "the file of a module loaded in zebdiag itself, such as wintrust.dll", "NAME"},
+         {"--clsid", "the server registered for a COM class", "{CLASS-ID}"},
+         {"--level", "how strictly the signer is judged, 1 to 5 (3: what the product asks for)", "N"},
+         {"--driver", "judge FILE as a kernel driver"}}};
+    program.Add(verb, [&platform, &verifiers, findLoaded](const Given& given, const Output& output) {
+        if (given.Has("FILE") + given.Has("--pid") + given.Has("--module") + given.Has("--clsid") != 1) {
             throw UsageError("one FILE, or one of --pid, --module and --clsid, is needed");
         }
         Answer answer;
-        answer.driverMode = !driver_->empty();
-        if (answer.driverMode && file_->empty()) {
+        answer.driverMode = given.Has("--driver");
+        if (answer.driverMode && !given.Has("FILE")) {
             throw UsageError("--driver goes with a FILE alone");
         }
-        answer.level = tsLib::kProductTrustLevel;
-        if (!level_->empty()) {
-            const auto level = commandline::Number(commandline::Text(*level_));
+        if (given.Has("--level")) {
+            const auto level = commandline::Number(given.Text("--level"));
             if (!level || *level < 1 || *level > 5) {
                 throw UsageError("--level takes a number from 1 to 5");
             }
             answer.level = *level;
         }
-        const tsLib::VaneRef<IVerifyTrust> verifier(verifiers_->Create());
+        const tsLib::VaneRef<IVerifyTrust> verifier(verifiers.Create());
         if (!verifier || verifier->Initialize(true) != 1) {
             return output.Answer(ExitCode::Error, "no trust verifier could be made");
         }
-        Ask(*verifier, answer);
+        Ask(*verifier, platform, findLoaded, given, answer);
         Describe(*verifier, answer);
         if (output.IsJson()) {
             output.Object(ToJson(answer));
@@ -198,84 +255,7 @@ public:
             Print(answer, output);
         }
         return answer.verdict == TrustResult::Trusted ? ExitCode::Yes : ExitCode::No;
-    }
-
-private:
-    // Fills in the verdict and the path.
-    void Ask(IVerifyTrust& verifier, Answer& answer) const {
-        if (!pid_->empty()) {
-            const auto processId = commandline::Number(commandline::Text(*pid_));
-            if (!processId) {
-                throw UsageError("--pid takes a process id");
-            }
-            answer.verdict = verifier.VerifyProcess(*processId, answer.level);
-            answer.path = ProcessPath(*processId);
-        } else if (!module_->empty()) {
-            const std::u16string name = commandline::Text(*module_);
-            const auto module = findLoaded_(name);
-            if (!module) {
-                throw UsageError("no module " + ToUtf8(name) + " is loaded in this process");
-            }
-            answer.verdict = verifier.VerifyModule(*module, answer.level);
-            answer.path = ModulePath(*module);
-        } else if (!classId_->empty()) {
-            const auto classId = tsLib::GuidFromText(commandline::Text(*classId_));
-            if (!classId) {
-                throw UsageError("--clsid takes a class id in braces");
-            }
-            answer.verdict = verifier.VerifyComServer(*classId, answer.level);
-            answer.path = ComServerPath(*classId);
-        } else {
-            answer.path = commandline::Text(*file_);
-            answer.verdict = verifier.VerifyFile(answer.path->c_str(), answer.level, answer.driverMode);
-        }
-    }
-    std::optional<std::u16string> ProcessPath(std::uint32_t processId) const {
-        if (processId == platform_->processes.CurrentId()) {
-            return ModulePath(kMainExecutable);
-        }
-        std::u16string path;
-        return Succeeded(platform_->processes.ImageFileName(processId, path)) ? std::optional(path) : std::nullopt;
-    }
-    std::optional<std::u16string> ModulePath(ModuleHandle module) const {
-        std::u16string path;
-        return Succeeded(platform_->modules.FileName(module, 32768, path)) ? std::optional(path) : std::nullopt;
-    }
-    std::optional<std::u16string> ComServerPath(const tsLib::Guid& classId) const {
-        for (const char16_t* server : {u"\\InprocServer32", u"\\LocalServer32"}) {
-            OwnedRegistryKey key(platform_->registry);
-            std::u16string path;
-            if (Succeeded(platform_->registry.OpenKey(RegistryRoot::ClassesRoot,
-                                                      u"CLSID\\" + tsLib::ToText(classId) + server, kKeyRead,
-                                                      key.Receive())) &&
-                Succeeded(tsLib::ReadText(platform_->registry, key.Get(), {}, path))) {
-                return path;
-            }
-        }
-        return std::nullopt;
-    }
-
-    const Platform* platform_;
-    tsLib::TrustVerifiers* verifiers_;
-    LoadedModules findLoaded_;
-    const CLI::Option* file_;
-    const CLI::Option* pid_;
-    const CLI::Option* module_;
-    const CLI::Option* classId_;
-    const CLI::Option* level_;
-    const CLI::Option* driver_;
-};
-
-}  // namespace
-
-void AddVerifyVerb(Program& program, const Platform& platform, tsLib::TrustVerifiers& verifiers,
-                   LoadedModules findLoaded) {
-    CLI::App& verb = program.Add(
-        "verify", "whether a file, process, loaded module or COM server is trusted, and why",
-        "Takes one FILE, or one of --pid, --module and --clsid. Prints the verdict by name and number, the findings,\n"
-        "the platform's last answer, whether a catalog was used, the signer's names and the signer tests. The\n"
-        "product refuses a file only for \"not trusted\" (3). Exit code 0 when trusted, 1 for every other verdict.");
-    program.SetRun(verb, VerifyVerb(verb, platform, verifiers, std::move(findLoaded)));
+    });
 }
 
 }  // namespace HVR::zebdiag

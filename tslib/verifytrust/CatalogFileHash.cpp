@@ -11,9 +11,6 @@ namespace tsLib {
 
 CatalogFileHash::CatalogFileHash(const platform::Platform& platform, const CatalogContext& context,
                                  const std::u16string& path, bool sha256) {
-    if (path.empty()) {
-        return;
-    }
     const Tracer tracer(platform.trace);
     platform::OwnedFile file(platform.files);
     error_ = platform.files.OpenForReading(path, platform::FileSharing::Readers, file.Receive());
@@ -21,7 +18,7 @@ CatalogFileHash::CatalogFileHash(const platform::Platform& platform, const Catal
         tracer.Warning(TraceEvent::CatalogFileUnopened, error_, path);
         return;
     }
-    const bool useSha256 = sha256 && context.Acquired() && platform.catalogs.HasSha256Hash();
+    const bool useSha256 = sha256 && platform.catalogs.HasSha256Hash();
     const auto hash = [&](std::span<std::byte> buffer, std::uint32_t& size) {
         return useSha256 ? platform.catalogs.Sha256Hash(context.Handle(), file.Get(), buffer, size)
                          : platform.catalogs.Hash(file.Get(), buffer, size);

@@ -14,8 +14,8 @@ namespace tsLib {
 // Computed on construction; the file is closed again before the constructor returns.
 class CatalogFileHash {
 public:
-    // An empty path gives an empty, unsuccessful hash, as does every failure. The SHA-256 hash is made when it is
-    // wanted, the context is acquired and the system can; otherwise the SHA-1 hash. Throws std::bad_alloc only.
+    // Of an acquired context. Every failure gives an empty, unsuccessful hash. The SHA-256 hash is made when it is
+    // wanted and the system can; otherwise the SHA-1 hash. Throws std::bad_alloc only.
     CatalogFileHash(const platform::Platform& platform, const CatalogContext& context, const std::u16string& path,
                     bool sha256);
 

@@ -22,9 +22,6 @@ SystemError CatalogIterator::CurrentCatalog::GoOn(std::span<const std::byte> has
 CatalogIterator::CatalogIterator(const platform::Platform& platform, const CatalogContext& context,
                                  const CatalogFileHash& hash)
     : current_(platform.catalogs, context.Handle()) {
-    if (!context.Acquired() || !hash.Successful()) {
-        return;
-    }
     const Tracer tracer(platform.trace);
     for (;;) {
         if (const SystemError error = current_.GoOn(hash.Bytes()); Failed(error)) {

@@ -15,8 +15,8 @@ namespace tsLib {
 // The paths of all catalogs that hold a hash, in the order in which the administrator gives them. Used on one thread.
 class CatalogIterator {
 public:
-    // Empty and at its end when the context is not acquired, the hash failed or no catalog holds it; a failure on the
-    // way ends the list where it stands. The context must outlive the object, which may keep a catalog open. Throws
+    // Of an acquired context and a successful hash. Empty and at its end when no catalog holds it; a failure on the way
+    // ends the list where it stands. The context must outlive the object, which may keep a catalog open. Throws
     // std::bad_alloc only.
     CatalogIterator(const platform::Platform& platform, const CatalogContext& context, const CatalogFileHash& hash);
 

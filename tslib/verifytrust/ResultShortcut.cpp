@@ -52,7 +52,6 @@ bool WordSatisfies(std::uint32_t word, TrustLevel level, bool driverMode) noexce
 
 std::optional<TrustResult> VerdictFromShortcut(const platform::Platform& platform, HashProvider& provider,
                                                const ShortcutRequest& request, bool& systemComponent) {
-    systemComponent = false;
     const Tracer tracer(platform.trace);
     platform::OwnedFile file(platform.files);
     if (const SystemError error =
@@ -61,7 +60,7 @@ std::optional<TrustResult> VerdictFromShortcut(const platform::Platform& platfor
         tracer.Information(TraceEvent::TrustShortcutUnopened, error, request.path);
         return TrustResult::FileError;
     }
-    std::uint32_t word = 0;
+    std::uint32_t word{};
     if (!ReadWord(platform, provider, file.Get(), request, word) || (word & kDoNotRelyOnCached) != 0) {
         return std::nullopt;
     }

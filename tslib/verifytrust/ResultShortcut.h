@@ -20,7 +20,7 @@ struct ShortcutRequest {
 // A final verdict from the provider's word, or nothing when the file must be checked in full: the provider has no word
 // for it or the word says that it must not be relied on, or it refuses the file in driver mode. FileError when the file
 // cannot be opened; it is held open, which keeps it from being changed, until the word is read. `systemComponent` is
-// set with Trusted alone, and cleared otherwise. Throws what the provider throws, and std::bad_alloc.
+// told with Trusted alone. Throws what the provider throws, and std::bad_alloc.
 [[nodiscard]] std::optional<TrustResult> VerdictFromShortcut(const platform::Platform& platform, HashProvider& provider,
                                                              const ShortcutRequest& request, bool& systemComponent);
 

@@ -34,7 +34,7 @@ TrustResult CheckSigner(const platform::Platform& platform, const FileCheck& che
     }
     findings.flags |= kSignatureOpened;
 
-    std::uint32_t size = 0;
+    std::uint32_t size{};
     if (fails(TraceEvent::TrustSignerUnread, signatures.SignerInfoSize(signature.Get(), size)) || size == 0) {
         return TrustResult::CannotDetermine;
     }
@@ -59,7 +59,7 @@ TrustResult CheckSigner(const platform::Platform& platform, const FileCheck& che
 }  // namespace
 
 TrustResult VerifyFile(const platform::Platform& platform, const FileCheck& check, FileFindings& findings) {
-    std::uint32_t attributes = 0;
+    std::uint32_t attributes{};
     if (const SystemError error = platform.files.Attributes(check.path, attributes); Failed(error)) {
         Tracer(platform.trace).Information(TraceEvent::TrustFileNotFound, error, check.path);
         return TrustResult::FileError;

@@ -16,20 +16,6 @@ bool IsAbsent(const char16_t* path, TrustLevel level) noexcept {
     return path == nullptr || *path == u'\0' || level == 0;
 }
 
-// Refusals that are nothing out of the ordinary; verdicts beside 3 are not given at present.
-bool IsOrdinaryRefusal(TrustResult verdict) noexcept {
-    switch (static_cast<std::uint32_t>(verdict)) {
-        case 3:
-        case 11:
-        case 13:
-        case 14:
-        case 18:
-            return true;
-        default:
-            return false;
-    }
-}
-
 bool IsSystemComponent(TrustResult verdict, const FileFindings& findings) noexcept {
     return verdict == TrustResult::Trusted && (findings.flags & kSystemComponent) != 0;
 }
@@ -49,7 +35,7 @@ tsVerifyTrustImpl::tsVerifyTrustImpl(TrustContext& context, const VerifierOption
 TrustResult tsVerifyTrustImpl::Traced(TrustResult verdict, TrustLevel level, const char16_t* path) const noexcept {
     const auto number = static_cast<std::uint32_t>(verdict);
     const std::u16string_view text = path == nullptr ? std::u16string_view() : path;
-    if (IsOrdinaryRefusal(verdict)) {
+    if (verdict == TrustResult::NotTrusted) {  // nothing out of the ordinary
         tracer_.Verbose(TraceEvent::TrustRefused, number, level, text);
     } else if (verdict != TrustResult::Trusted) {
         tracer_.Error(TraceEvent::TrustRefused, number, level, text);
@@ -109,8 +95,8 @@ TrustResult tsVerifyTrustImpl::Verify(const char16_t* path, TrustLevel level, bo
 TrustResult tsVerifyTrustImpl::VerifyThroughCache(const FileCheck& check, bool& systemComponent) {
     const std::uint8_t optionA = check.driverMode ? 1 : 0;
     const std::int32_t optionB = check.revocationMode;
-    std::uint8_t extraFlag = 0;
-    bool conflict = false;
+    std::uint8_t extraFlag{};
+    bool conflict{};
     TrustResult kept = context_.cache.Lookup(check.path, check.level, optionA, extraFlag, optionB, conflict);
     tracer_.Verbose(TraceEvent::TrustCacheAnswer, static_cast<std::uint32_t>(kept), check.level, conflict, check.path);
     // An entry that does not satisfy the level refuses, also where the levels are not comparable.

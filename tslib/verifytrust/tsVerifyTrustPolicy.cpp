@@ -54,7 +54,7 @@ SystemError tsVerifyTrustPolicy::Read(bool& on) {
     platform::OwnedRegistryKey key(registry_);
     SystemError error = registry_.OpenKey(platform::RegistryRoot::LocalMachine, path,
                                           platform::kKeyRead | isolation_.RegistryViewFlag(), key.Receive());
-    std::uint32_t number = 0;
+    std::uint32_t number{};
     if (Succeeded(error)) {
         error = ReadDword(registry_, key.Get(), kAlternateTrustPolicy, number);
     }

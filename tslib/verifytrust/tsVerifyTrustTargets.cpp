@@ -86,7 +86,7 @@ TrustResult tsVerifyTrustImpl::VerifyCurrentProcess(TrustLevel level) noexcept {
 
 TrustResult tsVerifyTrustImpl::VerifyParentProcess(TrustLevel level) noexcept {
     const auto findParent = [this](std::u16string& path) {
-        std::uint32_t parent = 0;
+        std::uint32_t parent{};
         if (const SystemError error = platform_.processes.ParentId(parent); Failed(error)) {
             tracer_.Warning(TraceEvent::TrustProcessUnresolved, error, parent);
             return false;

@@ -27,15 +27,15 @@ inline OpenArguments WritingArguments(const wchar_t* path) noexcept {
     return {path, GENERIC_WRITE, kAnybody, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr};
 }
 
-enum class ModuleUse : DWORD {
+enum class LoadPurpose : DWORD {
     Run = 0,
     RunWithItsFolder = LOAD_WITH_ALTERED_SEARCH_PATH,
     Resources = LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE,
 };
 
 // LoadLibraryExW.
-inline std::tuple<const wchar_t*, HANDLE, DWORD> LoadArguments(const wchar_t* path, ModuleUse use) noexcept {
-    return {path, nullptr, static_cast<DWORD>(use)};
+inline std::tuple<const wchar_t*, HANDLE, DWORD> LoadArguments(const wchar_t* path, LoadPurpose purpose) noexcept {
+    return {path, nullptr, static_cast<DWORD>(purpose)};
 }
 
 // CreateProcessW, which writes into the command line.

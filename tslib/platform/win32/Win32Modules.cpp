@@ -22,7 +22,7 @@ namespace tsLib::platform::win32 {
 
 namespace {
 
-SystemError LoadFor(ModuleUse use, const std::u16string& path, ModuleHandle& module) {
+SystemError LoadFor(LoadPurpose purpose, const std::u16string& path, ModuleHandle& module) {
     if (HoldsNul(path)) {
         return kInvalidName;
     }
@@ -32,7 +32,7 @@ SystemError LoadFor(ModuleUse use, const std::u16string& path, ModuleHandle& mod
     }
     DWORD mode = 0;
     const BOOL isModeSet = SetThreadErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX, &mode);
-    const SystemError error = Give(std::apply(LoadLibraryExW, LoadArguments(ToWide(path), use)), module);
+    const SystemError error = Give(std::apply(LoadLibraryExW, LoadArguments(ToWide(path), purpose)), module);
     if (isModeSet) {
         SetThreadErrorMode(mode, nullptr);
     }
@@ -66,11 +66,11 @@ SystemError Win32Modules::FileName(ModuleHandle module, std::size_t capacity, st
 }
 
 SystemError Win32Modules::LoadAltered(const std::u16string& path, ModuleHandle& module) {
-    return LoadFor(ModuleUse::RunWithItsFolder, path, module);
+    return LoadFor(LoadPurpose::RunWithItsFolder, path, module);
 }
 
 SystemError Win32Modules::Load(const std::u16string& path, ModuleHandle& module) {
-    return LoadFor(ModuleUse::Run, path, module);
+    return LoadFor(LoadPurpose::Run, path, module);
 }
 
 EntryPoint Win32Modules::FindEntryPoint(ModuleHandle module, const char* name) noexcept {
@@ -132,7 +132,7 @@ SystemError Win32Modules::FromAddressByRanges(const void* address, ModuleHandle&
 }
 
 SystemError Win32Modules::MapResources(const std::u16string& path, ModuleHandle& module) {
-    return LoadFor(ModuleUse::Resources, PlatformPath(path), module);
+    return LoadFor(LoadPurpose::Resources, PlatformPath(path), module);
 }
 
 SystemError Win32Modules::UnmapResources(ModuleHandle module) noexcept {
