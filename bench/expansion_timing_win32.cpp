@@ -1,10 +1,11 @@
 // Path expansion beside the platform's environment expansion, in one run on Windows. It must lie in an installed
-// product's folder: the first token is read from the registry map there.
+// product's folder: two of the tokens are read from its registry map, where scripts/bench.sh puts the second.
 #include <windows.h>
 
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <functional>
 
 #include "bench/ExpansionWorkload.h"
 #include "composition/ProductRuntime.h"
@@ -12,7 +13,7 @@
 namespace {
 
 constexpr std::size_t kRounds = 2000;
-constexpr int kTurns = 9;
+constexpr std::size_t kTurns = 9;
 
 double Microseconds(LARGE_INTEGER from, LARGE_INTEGER to) {
     LARGE_INTEGER frequency;
@@ -21,7 +22,7 @@ double Microseconds(LARGE_INTEGER from, LARGE_INTEGER to) {
 }
 
 template <class Work>
-double TimeOne(Work work) {
+double TimeOne(const Work& work) {
     LARGE_INTEGER from;
     LARGE_INTEGER to;
     QueryPerformanceCounter(&from);
@@ -51,26 +52,34 @@ bool ExpandEnvironment() {
 int main() {
     tsLib::tsPathExpansion& expansion = HVR::ProductRuntime::Instance().PathExpansion();
     SetEnvironmentVariableW(L"HALVORA_ROOT", L"C:\\Program Files\\Halvora");
-    constexpr std::u16string_view kBuiltIn = u"%CSIDL_WINDOWS%\\Components\\ProtectionControl\\tsProtect.dll";
-
-    std::array<double, kTurns> environment{};
-    std::array<double, kTurns> map{};
-    std::array<double, kTurns> builtIn{};
-    for (int turn = 0; turn < kTurns; ++turn) {
-        const auto at = static_cast<std::size_t>(turn);
-        environment[at] = TimeOne(ExpandEnvironment);
-        map[at] = TimeOne([&] { return bench::ExpandPaths(expansion, bench::kConfiguredPath, kRounds) != 0; });
-        builtIn[at] = TimeOne([&] { return bench::ExpandPaths(expansion, kBuiltIn, kRounds) != 0; });
-        if (environment[at] < 0 || map[at] < 0 || builtIn[at] < 0) {
-            std::fprintf(stderr, "expansion_timing: an expansion failed; is the product installed in this folder?\n");
-            return 1;
+    const auto expand = [&expansion](std::u16string_view path) {
+        return [&expansion, path] { return bench::ExpandPaths(expansion, path, kRounds) != 0; };
+    };
+    struct Row {
+        const char* name;
+        std::function<bool()> work;
+        std::array<double, kTurns> times{};
+    } rows[] = {
+        {"the platform's environment expansion", ExpandEnvironment},
+        {"path expansion, token in the registry map", expand(bench::kConfiguredPath)},
+        {"path expansion, token in a subkey of the map", expand(u"%BENCHSUBKEY%\\Components\\tsProtect.dll")},
+        {"path expansion, built-in shell folder", expand(u"%CSIDL_WINDOWS%\\Components\\tsProtect.dll")},
+    };
+    for (std::size_t turn = 0; turn < kTurns; ++turn) {
+        for (Row& row : rows) {
+            row.times[turn] = TimeOne(row.work);
+            if (row.times[turn] < 0) {
+                std::fprintf(stderr, "expansion_timing: %s: failed; is the product installed in this folder?\n",
+                             row.name);
+                return 1;
+            }
         }
     }
-    const double floor = Median(environment);
+    const double floor = Median(rows[0].times);
     std::printf("%-44s %10s %8s\n", "median of 9 turns of 2,000 expansions", "us each", "ratio");
-    std::printf("%-44s %10.3f %8s\n", "the platform's environment expansion", floor, "1.0");
-    std::printf("%-44s %10.3f %8.1f\n", "path expansion, token in the registry map", Median(map), Median(map) / floor);
-    std::printf("%-44s %10.3f %8.1f\n", "path expansion, built-in shell folder", Median(builtIn),
-                Median(builtIn) / floor);
+    for (Row& row : rows) {
+        const double median = Median(row.times);
+        std::printf("%-44s %10.3f %8.1f\n", row.name, median, median / floor);
+    }
     return 0;
 }
