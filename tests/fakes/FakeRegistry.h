@@ -221,7 +221,8 @@ private:
         if (!ParentOf(full).empty()) {
             Make(ParentOf(full), ParentOf(names));
         }
-        return keys_[full] = std::make_shared<KeyNode>(full, LastElement(names.empty() ? full : names), Values());
+        KeyNode made{full, LastElement(names.empty() ? full : names), Values()};
+        return keys_[full] = std::make_shared<KeyNode>(std::move(made));
     }
     std::size_t Erase(const std::u16string& full) {
         return std::erase_if(keys_, [&](const auto& key) { return IsAtOrBelow(key.first, full); });
