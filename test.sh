@@ -59,6 +59,7 @@ esac
 if is_part lint; then
     say "Lint"
     check formatting
+    begin clang-tidy
 fi
 
 if is_part host; then

@@ -2,11 +2,13 @@
 
 namespace tests {
 
-// Here, so that the fakes' code is made once.
+// Both here, so that the fakes' code is made once.
 FakePlatform::FakePlatform() {
     for (const auto& [handle, path] : modules.paths) {
         disk.PutModule(path);
     }
 }
+
+FakePlatform::~FakePlatform() = default;
 
 }  // namespace tests

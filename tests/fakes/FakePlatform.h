@@ -17,6 +17,7 @@ namespace tests {
 struct FakePlatform : FakeCore {
     // The files of the running process are on the disk.
     FakePlatform();
+    ~FakePlatform();
     [[nodiscard]] operator const Platform&() const noexcept { return interfaces; }
 
     Disk disk{*this};
