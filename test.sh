@@ -4,6 +4,8 @@
 #   ./test.sh              everything
 #   ./test.sh host         the host suites (ASan+UBSan, TSan)
 #   ./test.sh windows      the Windows suites under Wine
+#   ./test.sh wine10       the same under Debian 13's Wine 10.0, in a folder of its own (not part of "everything": making
+#                          the folder takes two minutes); skipped where none can be made
 #   ./test.sh lint         formatting and static checks
 #   ./test.sh presets      builds every preset that no other part builds (not part of "everything" either)
 #   ./test.sh bench        the benchmarks (not part of "everything": they measure, they do not judge)
@@ -27,7 +29,7 @@ part=${1:-all}
 is_part() { [ "$part" = all ] || [ "$part" = "$1" ]; }
 
 case "$part" in
-    all | host | windows | lint | presets) set_up ;;
+    all | host | windows | wine10 | lint | presets) set_up ;;
     bench)
         set_up
         exec scripts/bench.sh
@@ -62,6 +64,7 @@ if is_part lint; then
     begin clang-tidy
 fi
 
+
 if is_part host; then
     say "Host"
     build_host
@@ -78,6 +81,20 @@ if is_part windows; then
     for name in "${windows_checks[@]}"; do check "$name"; done
     suite "command line" $within scripts/cli-tests.sh
     settle_wine
+fi
+
+if [ "$part" = wine10 ]; then
+    say "Windows under Wine 10.0"
+    begin "folder with the newer Wine"
+    build_windows
+    check "folder with the newer Wine"
+    if [ "$last" -eq 0 ]; then
+        scripts/samples.sh wine10
+        HALVORA_SAMPLES=$(windows_path "$OUT/wine10/samples")
+        suite "contracts and Windows suites" in_wine10 windows_tests
+        suite "leaks, a process for each test" in_wine10 each_alone
+        suite "command line" in_wine10 scripts/cli-tests.sh
+    fi
 fi
 
 if [ "$part" = presets ]; then

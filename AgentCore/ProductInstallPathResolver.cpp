@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "AgentCore/DriverTable.h"
-#include "tslib/AsciiCase.h"
+#include "tslib/platform/AsciiCase.h"
 #include "tslib/platform/Boundary.h"
 
 namespace HVR {

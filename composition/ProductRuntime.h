@@ -12,6 +12,7 @@
 #include "tslib/tsVaneObjectRepository.h"
 #include "tslib/tsVaneSettingsStoreLoader.h"
 #include "tslib/verifytrust/TrustContext.h"
+#include "tslib/verifytrust/TrustRecords.h"
 
 namespace tsLib {
 
@@ -52,7 +53,7 @@ private:
     const tsLib::platform::Platform& platform_;
     tsLib::Isolation isolation_;
     tsLib::tsPathExpansion expansion_;
-    tsLib::NullHashProviders hashProviders_;
+    tsLib::TrustRecords trustRecords_;
     tsLib::TrustContext trust_;
     tsLib::tsInstanceFactory factoryCache_;
     tsLib::tsVaneSettingsStoreLoader settingsStore_;

@@ -12,6 +12,7 @@
 #include "tslib/IComponentSource.h"
 #include "tslib/Tracer.h"
 #include "tslib/TrustVerifiers.h"
+#include "tslib/VerifiedLoad.h"
 #include "tslib/platform/Platform.h"
 
 namespace HVR {
@@ -56,7 +57,7 @@ public:
 
     // Loads a module that the trust verifier does not refuse, with real-time protection suspended while it is mapped.
     // Fail for an empty path, SignatureRefused when the file is refused or cannot be verified at all, or the platform's
-    // error. `module` is untouched on failure; the caller owns it.
+    // error, also that of holding the file meanwhile. `module` is untouched on failure; the caller owns it.
     tsLib::HResult LoadTrustedDll(const std::u16string& path, tsLib::platform::ModuleHandle& module);
     // Ok when the file may be loaded, SignatureRefused when its signature is refused, Fail without a verifier.
     tsLib::HResult VerifyTrust(const std::u16string& path) noexcept;
@@ -80,7 +81,9 @@ private:
     tsLib::HResult LoadResFromModuleDir();
     [[nodiscard]] bool FileExists(const std::u16string& path);
     tsLib::HResult Load(std::u16string path, std::uint16_t language);
-    tsLib::platform::SystemError MapSuspended(const std::u16string& path, tsLib::platform::ModuleHandle& module);
+    // VerifyTrust of the file by that name, which the log calls by its path.
+    tsLib::HResult Judge(const std::u16string& name, const std::u16string& path) noexcept;
+    tsLib::platform::SystemError MapSuspended(const tsLib::VerifiedLoad& file, tsLib::platform::ModuleHandle& module);
 
     void LogLoadFailure(std::u16string_view what, tsLib::HResult code, const std::u16string& path) noexcept;
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "tslib/AsciiCase.h"
+#include "tslib/platform/AsciiCase.h"
 #include "tslib/platform/Digits.h"
 #include "tslib/platform/FullPath.h"
 

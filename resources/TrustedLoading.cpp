@@ -18,17 +18,16 @@ HResult CResourceLoader::LoadTrustedDll(const std::u16string& path, ModuleHandle
         log_.Sentence(u"CResourceLoader::LoadTrustedDll - invalid arguments.");
         return HResult::Fail;
     }
-    if (const HResult trust = VerifyTrust(path); Failed(trust)) {
+    const tsLib::VerifiedLoad file(platform_.files, platform_.modules, path);
+    if (const HResult trust = file ? Judge(file.Name(), path) : HResult::Ok; Failed(trust)) {
         LogLoadFailure(u"Trust verification failed: ", trust, path);
         return HResult::SignatureRefused;  // whatever the reason was
     }
-    ModuleHandle mapped{};
-    const HResult result = tsLib::FromSystemError(MapSuspended(path, mapped));
+    const HResult result = tsLib::FromSystemError(file ? MapSuspended(file, module) : file.Error());
     if (Failed(result)) {
         LogLoadFailure(u"", result, path);
         return result;
     }
-    module = mapped;
     log_.Formatted({u"CResourceLoader::LoadTrustedDll - load succeeded.  ", path, u" "});
     return result;
 }
@@ -44,7 +43,7 @@ void CResourceLoader::LogLoadFailure(std::u16string_view what, HResult code, con
                     u" "});
 }
 
-SystemError CResourceLoader::MapSuspended(const std::u16string& path, ModuleHandle& module) {
+SystemError CResourceLoader::MapSuspended(const tsLib::VerifiedLoad& file, ModuleHandle& module) {
     VaneRef<tsLib::IProtectionControl> control;
     const VaneResult created = components_.Create(tsLib::OBJID_QrtControl, tsLib::kIProtectionControlId, control);
     if (!control) {
@@ -54,11 +53,13 @@ SystemError CResourceLoader::MapSuspended(const std::u16string& path, ModuleHand
     }
     // Nothing but the mapping happens while protection is suspended.
     const tsVane::CDisableAutoProtect guard(control.Get(), true, platform_.trace);
-    return platform_.modules.MapResources(path, module);
+    return file.MapResources(module);
 }
 
-HResult CResourceLoader::VerifyTrust(const std::u16string& path) noexcept {
-    const tsLib::FileUse use = tsLib::JudgeFile(verifiers_, path.c_str(), tsLib::kProductTrustLevel);
+HResult CResourceLoader::VerifyTrust(const std::u16string& path) noexcept { return Judge(path, path); }
+
+HResult CResourceLoader::Judge(const std::u16string& name, const std::u16string& path) noexcept {
+    const tsLib::FileUse use = tsLib::JudgeFile(verifiers_, name.c_str(), tsLib::kProductTrustLevel);
     if (!use.judged) {
         log_.Sentence(u"CResourceLoader::CreateTrustVerifierStatic - failed to create trust verifier.");
         return HResult::Fail;

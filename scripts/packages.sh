@@ -9,6 +9,7 @@ packages=(
     g++ cmake ninja-build git                                     # host builds
     g++-mingw-w64-x86-64-posix mingw-w64-tools                    # Windows builds
     wine wine64 libwine-dev                                       # running them; the system's IDL files
+    debootstrap                                                   # a folder with a newer Wine
     osslsigncode openssl                                          # development signing
     libcli11-dev nlohmann-json3-dev                               # header-only packages of the tools
     googletest libbenchmark-dev                                   # tests and benchmarks

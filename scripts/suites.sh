@@ -9,6 +9,7 @@ declare -A checks=(
     [clang-tidy]="scripts/lint.sh tidy"
     [presets]="scripts/check-presets.sh"
     ["share of test code"]="scripts/check-share.sh"
+    ["folder with the newer Wine"]="scripts/wine10.sh"
     ["no plain signer names in modules"]="scripts/check-enciphered.sh"
     ["imports of the modules"]="scripts/check-imports.sh"
     ["strings of all languages"]="scripts/check-strings.sh"
@@ -27,7 +28,7 @@ begin() {
     trap 'kill -- "${begun[@]/#/-}" 2>/dev/null || true' EXIT  # each with its children; most have ended
 }
 
-# check NAME: one pass or one failure.
+# check NAME: one pass, one failure, or skipped; its exit code is left in `last`.
 check() {
     local name=$1 log
     printf '  %-34s' "$name"
@@ -36,9 +37,14 @@ check() {
         ${checks[$name]} >"$log" 2>&1 </dev/null &
         begun[$name]=$!
     fi
-    if wait "${begun[$name]}"; then
+    last=0
+    wait "${begun[$name]}" || last=$?
+    if [ $last -eq 0 ]; then
         passed=$((passed + 1))
         say "ok$(sed -n 's/^note: /, /p' "$log")"
+    elif [ $last -eq 77 ]; then
+        skipped=$((skipped + 1))
+        say "skipped$(sed -n 's/^note: /, /p' "$log")"
     else
         failed=$((failed + 1))
         say "FAILED"
@@ -108,6 +114,11 @@ names_of() {
 each_alone() {
     local name
     for name in $(names_of alone_tests); do alone_tests --gtest_filter="$name"; done
+}
+
+# Runs one of these, or a command, in the folder with the newer Wine.
+in_wine10() {
+    $within scripts/wine10.sh bash -c 'source scripts/common.sh && source scripts/suites.sh && "$@"' bash "$@"
 }
 
 # Quiet set-up for questions about single tests.

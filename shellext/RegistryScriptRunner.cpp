@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#include "tslib/AsciiCase.h"
+#include "tslib/platform/AsciiCase.h"
 
 namespace HVR {
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "tslib/AsciiCase.h"
+#include "tslib/platform/AsciiCase.h"
 
 namespace HVR {
 

@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "tslib/Tracer.h"
+#include "tslib/VerifiedLoad.h"
 #include "tslib/platform/FullPath.h"
 
 namespace HVR {
@@ -13,22 +14,12 @@ using tsLib::platform::Platform;
 
 namespace {
 
-// C:\... or \\server\...; the device forms \\?\ and \\.\ are left out, because path normalisation skips them.
-bool IsFileOfDriveOrShare(std::u16string_view path) noexcept {
-    return path.starts_with(u"\\\\") ? tsLib::platform::StartsAtShare(path)
-                                     : path.size() > 3 && tsLib::platform::StartsAtDrive(path) && path[2] == u'\\';
-}
-
-// The three platform calls that meet the path read it each in its own way: opening takes it as it is, the verifier
-// expands environment variables in it, and process creation searches for a relative name in several folders and ends
-// the quoted name at a quote. Only a path that means the same file to all of them may pass.
-bool IsPlain(const Platform& platform, const std::u16string& executable, const std::u16string& arguments) {
-    if (!IsFileOfDriveOrShare(executable) || executable.find(u'"') != std::u16string::npos ||
-        executable.find(u'\0') != std::u16string::npos || arguments.find(u'\0') != std::u16string::npos) {
-        return false;
-    }
-    std::u16string expanded;
-    return Succeeded(platform.pathForms.ExpandEnvironment(executable, expanded)) && expanded == executable;
+// Whether process creation reads the path as it stands: it ends the quoted path at a quote, adds an extension where
+// there is none, and does not take every \\?\ form.
+bool IsPlain(std::u16string_view path) noexcept {
+    return tsLib::platform::IsOnDriveOrShare(path) && !tsLib::platform::IsLiteralPath(path) &&
+           path.find_first_of(std::u16string_view(u"\"\0", 2)) == std::u16string_view::npos &&
+           path.find(u'.', path.rfind(u'\\')) != std::u16string_view::npos;
 }
 
 bool MayStart(tsLib::TrustVerifiers& verifiers, const std::u16string& executable, tsLib::TrustLevel level,
@@ -55,20 +46,23 @@ bool StartVerified(const Platform& platform, tsLib::TrustVerifiers& verifiers, c
                    const std::u16string& arguments, std::uint32_t creationFlags, tsLib::TrustLevel level,
                    tsLib::platform::StartedProcess& started) {
     const Tracer tracer(platform.trace);
-    if (!IsPlain(platform, executable, arguments)) {
+    const auto refuse = [&] {
         tracer.Error(TraceEvent::ProcessPathRefused, executable);
         return false;
+    };
+    if (!IsPlain(executable) || arguments.find(u'\0') != std::u16string::npos) {
+        return refuse();
     }
-    const std::u16string commandLine = u"\"" + executable + u"\" " + arguments;
-
-    tsLib::platform::OwnedFile file(platform.files);  // closed last on every way out
-    if (const auto error =
-            platform.files.OpenForReading(executable, tsLib::platform::FileSharing::Readers, file.Receive());
-        Failed(error)) {
-        tracer.Error(TraceEvent::ProcessFileNotOpened, executable, error);
+    const tsLib::VerifiedLoad file(platform.files, platform.modules, executable);  // held on every way out
+    if (!file) {
+        tracer.Error(TraceEvent::ProcessFileNotOpened, executable, file.Error());
         return false;
     }
-    if (!MayStart(verifiers, executable, level, tracer)) {
+    if (!IsPlain(file.Name())) {
+        return refuse();
+    }
+    const std::u16string commandLine = u"\"" + file.Name() + u"\" " + arguments;
+    if (!MayStart(verifiers, file.Name(), level, tracer)) {
         return false;
     }
     if (const auto error = platform.processes.Start(commandLine, creationFlags, started); Failed(error)) {

@@ -7,8 +7,8 @@
 #include <initializer_list>
 #include <vector>
 
-#include "tslib/AsciiCase.h"
 #include "tslib/Utf8.h"
+#include "tslib/platform/AsciiCase.h"
 
 namespace tsLib {
 

@@ -3,8 +3,8 @@
 #include <optional>
 #include <string_view>
 
-#include "tslib/AsciiCase.h"
 #include "tslib/IniReader.h"
+#include "tslib/platform/AsciiCase.h"
 #include "tslib/platform/Boundary.h"
 #include "tslib/platform/Digits.h"
 

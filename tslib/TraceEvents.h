@@ -51,14 +51,16 @@ enum class TraceEvent : std::uint16_t {
     TrustPolicyUnwritten = 322,      // system error
     TrustNoHashProvider = 323,       //
     TrustUnexpectedFailure = 324,    //
+    TrustHashProviderThrew = 325,    //
+    TrustFileNotHeld = 326,          // system error, path: somebody writes it, say; NotTrusted
     // 400: catalog lookup.
     CatalogNoSha256 = 400,         //
     CatalogContextRefused = 401,   // system error, whether for SHA-256
-    CatalogFileUnopened = 402,     // system error, path
     CatalogHashMade = 403,         // "TRUE" or "FALSE", bytes, system error
     CatalogSearchFailed = 404,     // system error
     CatalogPathUnread = 405,       // system error
     CatalogMemberRefused = 406,    // provider's answer, catalog
+    CatalogNotHeld = 408,          // system error, catalog: not asked
     CatalogAlgorithmChosen = 407,  // whether SHA-256, provider's answer of the embedded check
     // 500: verification cache.
     CacheArgumentInvalid = 500,   //
@@ -122,6 +124,7 @@ enum class TraceEvent : std::uint16_t {
     RepositoryUnexpected = 719,      // result
     ModulePathMissing = 720,         // operation: "Load", "VerifyModule" or "GetFactory"
     ModuleLevelUnusable = 721,       // path: a verification was asked for at level 0
+    ModuleNotHeld = 722,             // system error, path: not loaded
     // 800: lifetime managers, protection control, settings store.
     LifetimeNameMissing = 800,          //
     LifetimePathTooLong = 801,          // shell result of a buffer that is too small

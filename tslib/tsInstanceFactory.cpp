@@ -16,16 +16,29 @@ tsInstanceFactory::~tsInstanceFactory() {
 
 VaneResult tsInstanceFactory::GetFactory(const char16_t* path, bool verify, TrustLevel verifyOption,
                                          tsVaneModuleFactory** factory) noexcept {
+    if (factory != nullptr && path != nullptr && verify && verifyOption == 0) {
+        *factory = nullptr;
+        tracer_.Error(TraceEvent::ModuleLevelUnusable, std::u16string_view(path));
+        return VaneResult::InvalidArgument;
+    }
+    return AtVaneBoundary([&] {
+        return GetFactory(
+            path,
+            [this, verify, verifyOption](const char16_t* name) noexcept {
+                return verify ? Verify(name, verifyOption) : VaneResult::Success;
+            },
+            factory);
+    });
+}
+
+VaneResult tsInstanceFactory::GetFactory(const char16_t* path, const Rule& rule,
+                                         tsVaneModuleFactory** factory) noexcept {
     if (factory == nullptr) {
         return VaneResult::InvalidArgument;
     }
     *factory = nullptr;
     if (path == nullptr) {
         tracer_.Error(TraceEvent::ModulePathMissing, std::u16string_view(u"GetFactory"));
-        return VaneResult::InvalidArgument;
-    }
-    if (verify && verifyOption == 0) {
-        tracer_.Error(TraceEvent::ModuleLevelUnusable, std::u16string_view(path));
         return VaneResult::InvalidArgument;
     }
     return AtVaneBoundary([&] {
@@ -42,12 +55,10 @@ VaneResult tsInstanceFactory::GetFactory(const char16_t* path, bool verify, Trus
         if (FindKnown(text, *factory, result)) {
             return result;
         }
-        if (verify) {
-            if (result = Verify(text, verifyOption); Failed(result)) {
-                return result;
-            }
-        }
-        return Load(text, *factory);
+        const VerifiedLoad file(platform_.files, platform_.modules, text);
+        // What is wrong with a file that cannot be held is for the rule to say first.
+        result = rule(file ? file.Name().c_str() : path);
+        return Failed(result) ? result : Load(file, text, *factory);
     });
 }
 
@@ -73,9 +84,10 @@ bool tsInstanceFactory::FindKnown(std::u16string_view path, tsVaneModuleFactory*
     return true;
 }
 
-VaneResult tsInstanceFactory::Load(const std::u16string& path, tsVaneModuleFactory*& factory) {
-    auto made = std::make_unique<tsVaneModuleFactory>(modules_, tracer_);
-    if (const VaneResult result = made->Load(path); Failed(result)) {
+VaneResult tsInstanceFactory::Load(const VerifiedLoad& file, const std::u16string& path,
+                                   tsVaneModuleFactory*& factory) {
+    auto made = std::make_unique<tsVaneModuleFactory>(platform_.modules, tracer_);
+    if (const VaneResult result = made->Load(file, path); Failed(result)) {
         return result;
     }
     const platform::ModuleHandle module = made->Module();
@@ -88,14 +100,16 @@ VaneResult tsInstanceFactory::Load(const std::u16string& path, tsVaneModuleFacto
     return result;
 }
 
-VaneResult tsInstanceFactory::Verify(const std::u16string& path, TrustLevel level) noexcept {
-    const FileUse use = JudgeFile(verifiers_, path.c_str(), level);
+VaneResult tsInstanceFactory::Verify(const char16_t* name, TrustLevel level) noexcept {
+    constexpr TrustLevel kHighestLevel = 5;
+    const FileUse use = level <= kHighestLevel ? JudgeFile(verifiers_, name, level) : FileUse{};
     if (!use.judged) {
-        tracer_.Error(TraceEvent::ModuleVerifierNotMade, path);
+        tracer_.Error(level <= kHighestLevel ? TraceEvent::ModuleVerifierNotMade : TraceEvent::ModuleLevelUnusable,
+                      std::u16string_view(name));
         return VaneResult::ModuleNotTrusted;
     }
-    if (use.IsRefused()) {
-        tracer_.Error(TraceEvent::ModuleRefused, static_cast<std::uint32_t>(use.verdict), path);
+    if (use.verdict != TrustResult::Trusted) {
+        tracer_.Error(TraceEvent::ModuleRefused, static_cast<std::uint32_t>(use.verdict), std::u16string_view(name));
         return VaneResult::ModuleNotTrusted;
     }
     return VaneResult::Success;

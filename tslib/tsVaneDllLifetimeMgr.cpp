@@ -1,6 +1,7 @@
 #include "tslib/tsVaneDllLifetimeMgr.h"
 
 #include <string>
+#include <utility>
 
 #include "tslib/tsVaneModuleFactory.h"
 
@@ -24,7 +25,7 @@ tsVaneDllLifetimeMgr::tsVaneDllLifetimeMgr(platform::Modules& modules, platform:
                                            ModuleHandle module) noexcept
     : modules_(modules),
       tracer_(trace),
-      namedBy_(NamedBy::Value),
+      namedBy_(NamedBy::Handle),
       value_(static_cast<std::uintptr_t>(module)),
       held_(modules) {}
 
@@ -32,7 +33,7 @@ tsVaneDllLifetimeMgr::tsVaneDllLifetimeMgr(platform::Modules& modules, platform:
                                            const void* address) noexcept
     : modules_(modules),
       tracer_(trace),
-      namedBy_(NamedBy::Value),
+      namedBy_(NamedBy::Address),
       value_(reinterpret_cast<std::uintptr_t>(address)),
       held_(modules) {}
 
@@ -54,7 +55,7 @@ VaneResult tsVaneDllLifetimeMgr::TakeReference() noexcept {
         return result;
     }
     // A path means that this manager was named by one, or that its handle was turned into one already.
-    if (pathLength_ == 0 && namedBy_ == NamedBy::Value) {
+    if (pathLength_ == 0 && namedBy_ != NamedBy::Path) {
         return LoadNamed(ModuleHandle{value_});
     }
     return LoadPath();
@@ -78,6 +79,12 @@ VaneResult tsVaneDllLifetimeMgr::LoadNamed(ModuleHandle module) noexcept {
 }
 
 VaneResult tsVaneDllLifetimeMgr::LoadPath() noexcept {
+    // An address is one of something in use, whose module must not go away in between. A path or a handle gives its
+    // earlier reference back first.
+    platform::OwnedModule earlier(modules_);
+    if (namedBy_ == NamedBy::Address) {
+        earlier = std::move(held_);
+    }
     static_cast<void>(ReleaseReference());
     return AtVaneBoundary([&] {
         const std::u16string path(path_.data(), pathLength_);
@@ -104,7 +111,7 @@ VaneResult tsVaneDllLifetimeMgr::ReleaseReference() noexcept {
 }
 
 VaneResult tsVaneDllLifetimeMgr::SameModuleAs(const tsVaneDllLifetimeMgr& other) const noexcept {
-    const bool areValues = namedBy_ == NamedBy::Value && other.namedBy_ == NamedBy::Value;
+    const bool areValues = namedBy_ != NamedBy::Path && other.namedBy_ != NamedBy::Path;
     return areValues && value_ == other.value_ ? VaneResult::Success : VaneResult::InvalidArgument;
 }
 

@@ -30,8 +30,8 @@ public:
 
     // InvalidArgument for a null path, handle or address, and for a path of 260 characters and more.
     VaneResult Validate() noexcept;
-    // Loads the module once more, after giving back what was held. A handle counts for the first time only: from then
-    // on the module is known by its path.
+    // Loads the module once more, after giving back what was held; named by an address, before. A handle counts for the
+    // first time only: from then on the module is known by its path.
     //   InvalidArgument  as Validate
     //   InternalFailure  the module has no name or none that fits, or cannot be loaded; nothing is held then
     //   OutOfMemory      nothing is held then
@@ -57,7 +57,7 @@ protected:
     Tracer tracer_;
 
 private:
-    enum class NamedBy : std::uint8_t { Path, Value };
+    enum class NamedBy : std::uint8_t { Path, Handle, Address };
 
     VaneResult LoadPath() noexcept;
 

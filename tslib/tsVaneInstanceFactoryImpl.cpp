@@ -29,20 +29,9 @@ VaneResult tsVaneInstanceFactoryImpl::FactoryFor(const ObjectId& objectId, tsVan
     if (!repository_.GetModulePath(objectId, path)) {
         return VaneResult::ModuleMissing;
     }
-    factory = cache_.Find(path.c_str());
-    if (factory != nullptr) {
-        return VaneResult::Success;
-    }
-    const VaneResult verified = AtVaneBoundary([&] {
-        // The loader is one thread's at a time. No other lock is held here, and none of ours is taken in there but the
-        // path expansion's.
-        const std::lock_guard lock(verifierMutex_);
-        return loader_.VerifyModule(path.c_str());
-    });
-    if (Failed(verified)) {
-        return verified;
-    }
-    return cache_.GetFactory(path.c_str(), false, 0, &factory);
+    // The loader is one thread's at a time: the cache asks the rule under its exclusive lock.
+    const auto rule = [this](const char16_t* name) { return loader_.VerifyModule(name); };
+    return AtVaneBoundary([&] { return cache_.GetFactory(path.c_str(), rule, &factory); });
 }
 
 }  // namespace tsLib

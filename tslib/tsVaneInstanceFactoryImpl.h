@@ -1,7 +1,6 @@
 // The process's instance factory.
 #pragma once
 
-#include <mutex>
 #include <string>
 
 #include "tslib/ComponentModule.h"
@@ -45,7 +44,6 @@ private:
     tsVaneObjectRepository& repository_;
     tsInstanceFactory& cache_;
     Tracer tracer_;
-    std::mutex verifierMutex_;
     tsVaneTrustedModuleLoader loader_;  // verifies only; its own module stays empty
 };
 

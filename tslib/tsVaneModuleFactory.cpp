@@ -49,10 +49,10 @@ VaneResult ComponentEntryPoints::CreateInstance(const ObjectId& objectId, const 
     return made != nullptr ? result : VaneResult::InternalFailure;
 }
 
-VaneResult tsVaneModuleFactory::Load(const std::u16string& path) {
+VaneResult tsVaneModuleFactory::Load(const VerifiedLoad& file, const std::u16string& path) {
     platform::OwnedModule module(modules_);
-    if (const auto error = modules_.LoadAltered(path, module.Receive()); Failed(error)) {
-        tracer_.Error(TraceEvent::ModuleNotLoaded, error, path);
+    if (const auto error = file.LoadToRun(module); Failed(error)) {
+        tracer_.Error(file ? TraceEvent::ModuleNotLoaded : TraceEvent::ModuleNotHeld, error, path);
         return VaneResult::ModuleMissing;
     }
     const auto entryPoints = ComponentEntryPoints::Find(modules_, module.Get());

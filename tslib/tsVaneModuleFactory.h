@@ -7,6 +7,7 @@
 #include "tslib/Guid.h"
 #include "tslib/IFactory.h"
 #include "tslib/Tracer.h"
+#include "tslib/VerifiedLoad.h"
 #include "tslib/platform/Modules.h"
 
 namespace tsLib {
@@ -41,10 +42,11 @@ public:
     tsVaneModuleFactory(platform::Modules& modules, Tracer tracer) noexcept
         : modules_(modules), tracer_(tracer), module_(modules) {}
 
-    // Loads a module, a full path, and finds its entry points. Nothing may be loaded yet. Throws std::bad_alloc only.
-    //   ModuleMissing      the platform could not load it
+    // Loads a file that may be loaded and finds the module's entry points. Nothing may be loaded yet. The path is for
+    // the records. Throws std::bad_alloc only.
+    //   ModuleMissing      it is not held, or the platform could not load it
     //   EntryPointMissing  it lacks an entry point; it is unloaded again
-    VaneResult Load(const std::u16string& path);
+    VaneResult Load(const VerifiedLoad& file, const std::u16string& path);
     // Frees the module at once: no object of it may be in use any more.
     void Unload() noexcept;
     // From now on the wrapper owns no module reference: the module stays loaded when the wrapper goes.

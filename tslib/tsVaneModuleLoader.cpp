@@ -15,10 +15,13 @@ VaneResult tsVaneModuleLoader::Load(const char16_t* path) noexcept {
     if (module_.IsLoaded()) {
         return VaneResult::Success;
     }
-    if (const VaneResult result = VerifyModule(path); Failed(result)) {
-        return result;
-    }
-    return AtVaneBoundary([&] { return module_.Load(path); });
+    return AtVaneBoundary([&] {
+        const std::u16string text(path);
+        const VerifiedLoad file(files_, modules_, text);
+        // What is wrong with a file that cannot be held is for the rules of VerifyModule to say first.
+        const VaneResult result = VerifyModule(file ? file.Name().c_str() : path);
+        return Failed(result) ? result : module_.Load(file, text);
+    });
 }
 
 }  // namespace tsLib

@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "tslib/Tracer.h"
-#include "tslib/platform/Modules.h"
+#include "tslib/platform/Platform.h"
 #include "tslib/tsVaneModuleFactory.h"
 
 namespace tsLib {
@@ -13,8 +13,8 @@ namespace tsLib {
 // same thread (a module's start-up code must not come back here). No operation throws.
 class tsVaneModuleLoader {
 public:
-    tsVaneModuleLoader(platform::Modules& modules, platform::TraceOutput& trace) noexcept
-        : tracer_(trace), module_(modules, tracer_) {}
+    explicit tsVaneModuleLoader(const platform::Platform& platform) noexcept
+        : tracer_(platform.trace), files_(platform.files), modules_(platform.modules), module_(modules_, tracer_) {}
     tsVaneModuleLoader(const tsVaneModuleLoader&) = delete;
     tsVaneModuleLoader& operator=(const tsVaneModuleLoader&) = delete;
     // Frees the module, whatever objects of it still live.
@@ -23,10 +23,10 @@ public:
     // Whether the file may be loaded. The plain loader always answers Success.
     virtual VaneResult VerifyModule(const char16_t* path) noexcept;
 
-    // Loads a module, a full path, and finds its entry points. While a module is loaded this is a Success that does
-    // nothing, whatever the path.
+    // Loads a module, a full path, and finds its entry points; the file is held from before VerifyModule on. While a
+    // module is loaded this is a Success that does nothing, whatever the path.
     //   InvalidArgument    a null path
-    //   ModuleMissing      the platform could not load it
+    //   ModuleMissing      it cannot be held, or the platform could not load it
     //   EntryPointMissing  it lacks an entry point; it is unloaded again
     //   OutOfMemory        or whatever VerifyModule refuses with; nothing is loaded then
     VaneResult Load(const char16_t* path) noexcept;
@@ -42,8 +42,10 @@ public:
 
 protected:
     Tracer tracer_;
+    platform::Files& files_;
 
 private:
+    platform::Modules& modules_;
     tsVaneModuleFactory module_;
 };
 

@@ -3,7 +3,6 @@
 
 #include "tslib/IVerifyTrust.h"
 #include "tslib/VaneRef.h"
-#include "tslib/platform/Files.h"
 #include "tslib/platform/Platform.h"
 #include "tslib/tsPathExpansion.h"
 #include "tslib/tsVaneModuleLoader.h"
@@ -17,10 +16,7 @@ inline constexpr char16_t kVerifierModulePath[] = u"%TSROOTX64%\\tsVrTrst.dll";
 class tsVaneTrustedModuleLoader final : public tsVaneModuleLoader {
 public:
     tsVaneTrustedModuleLoader(const platform::Platform& platform, tsPathExpansion& paths) noexcept
-        : tsVaneModuleLoader(platform.modules, platform.trace),
-          files_(platform.files),
-          paths_(paths),
-          verifierModule_(platform.modules, platform.trace) {}
+        : tsVaneModuleLoader(platform), paths_(paths), verifierModule_(platform) {}
 
     // Success when the file may be loaded: the verifier does not refuse it, or there is no verifier. A verifier that
     // could not be made is tried again with every call.
@@ -36,7 +32,6 @@ private:
     void EnsureVerifier() noexcept;
     VaneResult MakeVerifier(std::u16string& module) noexcept;
 
-    platform::Files& files_;
     tsPathExpansion& paths_;
     // Destroyed from below: the verifier, its factory, the verifier's module; the loaded module goes last, in the base.
     tsVaneModuleLoader verifierModule_;

@@ -2,6 +2,7 @@
 #include "composition/modules/ComponentExports.h"
 #include "tslib/Isolation.h"
 #include "tslib/platform/win32/Win32Platform.h"
+#include "tslib/verifytrust/TrustRecords.h"
 #include "tslib/verifytrust/tsVerifyTrustStatic.h"
 
 namespace {
@@ -9,7 +10,7 @@ namespace {
 struct VerifierModule {
     tsLib::platform::win32::Win32Platform platform;
     tsLib::Isolation isolation{platform};
-    tsLib::NullHashProviders hashProviders;
+    tsLib::TrustRecords hashProviders{platform.files, platform.system};
     tsLib::TrustContext trust{platform, &isolation, hashProviders};
     tsLib::ComponentModule module{{tsLib::VerifierComponent(trust)}};
 };

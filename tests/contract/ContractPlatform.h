@@ -42,6 +42,8 @@ protected:
     // he does until the handle is destroyed.
     [[nodiscard]] static SystemError TryRemove(const std::u16string& path);
     [[nodiscard]] static std::pair<SystemError, std::shared_ptr<void>> TryWrite(const std::u16string& path);
+    // What somebody is answered who exchanges two files or folders by renaming, which he then has done.
+    [[nodiscard]] static SystemError TrySwap(const std::u16string& one, const std::u16string& other);
     // The 8.3 form of an existing path, or the path itself where the volume has none.
     [[nodiscard]] static std::u16string ShortForm(const std::u16string& path);
     // A binary value of any size in the scratch key, which is made in the 64-bit view.

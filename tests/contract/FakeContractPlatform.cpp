@@ -68,6 +68,9 @@ std::pair<SystemError, std::shared_ptr<void>> ContractTest::TryWrite(const std::
     const SystemError error = world->disk.TryWrite(path);
     return {error, Failed(error) ? nullptr : world->disk.HoldForWriting(path)};
 }
+SystemError ContractTest::TrySwap(const std::u16string& one, const std::u16string& other) {
+    return world->disk.TrySwap(one, other);
+}
 std::u16string ContractTest::ShortForm(const std::u16string& path) {
     world->disk.PutShortName(path, u"SHORT~1.TXT");
     return ParentOf(path) + u"\\SHORT~1.TXT";

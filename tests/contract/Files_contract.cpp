@@ -1,5 +1,6 @@
 // Files, text outputs and drop lists.
 #include "tests/contract/ContractPlatform.h"
+#include "tslib/platform/AsciiCase.h"
 
 namespace tests {
 namespace {
@@ -111,6 +112,65 @@ TEST_F(FilesContract, Sharing_DecidesWhoElseMayHaveTheFile) {
         Open(path, sharing, whenAlone);
     }
     EXPECT_EQ(TryRemove(path), SystemError::Success);
+}
+
+TEST_F(FilesContract, Identity_IsOfTheFile_NotOfItsName) {
+    FileIdentity one, again, other;
+    PutFile(path, "x");
+    PutFile(folder + u"other.txt", "x");
+    EXPECT_EQ(files.Identity(Open(path).Get(), one), SystemError::Success);
+    EXPECT_EQ(files.Identity(Open(folder + u"FILE.txt").Get(), again), SystemError::Success);
+    EXPECT_EQ(files.Identity(Open(folder + u"other.txt").Get(), other), SystemError::Success);
+    EXPECT_TRUE(one == again);
+    EXPECT_FALSE(one == other);
+}
+
+TEST_F(FilesContract, State_TellsSizeAndTimes) {
+    FileState state;
+    std::uint64_t now = 0;
+    PutFile(path, "four");
+    const OwnedFile file = Open(path);
+    ASSERT_EQ(files.State(file.Get(), state), SystemError::Success);
+    ASSERT_EQ(system.FileTimeNow(now), SystemError::Success);
+    FileIdentity identity;
+    EXPECT_EQ(files.Identity(file.Get(), identity), SystemError::Success);
+    EXPECT_TRUE(state.identity == identity);
+    EXPECT_EQ(state.size, 4U);
+    for (const std::uint64_t time : {state.lastWrite, state.change}) {
+        EXPECT_GT(time, 0U);
+        EXPECT_LE(time, now + 10'000'000);
+    }
+}
+
+// In which letter case is not said: some platforms tell it as the file was opened.
+TEST_F(FilesContract, FinalPath_IsTheWholeLiteralPath) {
+    const std::u16string deep = MakeDeepFolder() + u"File.txt";
+    PutFile(folder + u"File.txt", "x");
+    PutFile(deep, "x");
+    for (const auto& [given, full] : {std::pair(folder + u".\\FILE.TXT", folder + u"File.txt"), {deep, deep}}) {
+        ASSERT_EQ(files.FinalPath(Open(given).Get(), text), SystemError::Success);
+        EXPECT_TRUE(tsLib::EqualsAscii(text, u"\\\\?\\" + full)) << testing::PrintToString(text);
+    }
+}
+
+TEST_F(FilesContract, AHeldFolder_IsNotRenamed) {
+    const std::u16string one = folder + u"one";
+    const std::u16string other = folder + u"other";
+    for (const std::u16string& name : {one, other}) {
+        MakeFolder(name);
+        PutFile(name + u"\\file.txt", name == one ? "one" : "other");
+    }
+    {
+        OwnedFile held(files);
+        ASSERT_EQ(files.HoldFolder(one, held.Receive()), SystemError::Success);
+        EXPECT_EQ(TrySwap(one, other), SystemError::SharingViolation);
+        EXPECT_EQ(ReadAll(Open(one + u"\\file.txt"), 16), "one");
+    }
+    EXPECT_EQ(TrySwap(one, other), SystemError::Success);
+    EXPECT_EQ(ReadAll(Open(one + u"\\file.txt"), 16), "other");
+    FileHandle none{0x5A5A};
+    EXPECT_EQ(files.HoldFolder(folder + u"none", none), SystemError::FileNotFound);
+    EXPECT_EQ(none, FileHandle{0x5A5A});
 }
 
 TEST_F(FilesContract, ASearch_FindsEverythingInAFolder_OnceEach) {

@@ -48,6 +48,35 @@ TEST_F(ModulesContract, EveryLoad_IsOneReference_OfTheSameModule) {
     EXPECT_EQ(FileName(module), SystemError::ModuleNotFound);
 }
 
+TEST_F(ModulesContract, MappedFile_IsTheOneThatWasLoadedOrMapped) {
+    PutModule(path);
+    FileIdentity expected, found;
+    OwnedFile file(files);
+    ASSERT_EQ(files.OpenForReading(path, FileSharing::Readers, file.Receive()), SystemError::Success);
+    ASSERT_EQ(files.Identity(file.Get(), expected), SystemError::Success);
+    for (const bool isLoaded : {true, false}) {
+        ASSERT_EQ(isLoaded ? modules.LoadAltered(path, module) : modules.MapResources(path, module),
+                  SystemError::Success);
+        ASSERT_EQ(modules.MappedFile(module, text), SystemError::Success);
+        OwnedFile mapped(files);
+        EXPECT_EQ(files.OpenForReading(text, FileSharing::Readers, mapped.Receive()), SystemError::Success);
+        EXPECT_EQ(files.Identity(mapped.Get(), found), SystemError::Success);
+        EXPECT_TRUE(found == expected);
+        isLoaded ? modules.Free(module) : modules.DropResources(module);
+    }
+}
+
+TEST_F(ModulesContract, ANameWithoutExtension_GetsOne_UnlessItEndsInADot) {
+    PutModule(folder + u"plug");
+    PutModule(folder + u"plug.dll");
+    for (const auto& [name, file] : {std::pair(u"plug", u"plug.dll"), {u"plug.", u"plug"}}) {
+        ASSERT_EQ(modules.LoadAltered(folder + name, module), SystemError::Success);
+        EXPECT_EQ(FileName(module), SystemError::Success);
+        EXPECT_EQ(text, folder + file);
+        modules.Free(module);
+    }
+}
+
 TEST_F(ModulesContract, WhatIsNoModule_IsNeitherLoadedNorMapped) {
     PutFile(folder + u"text.dll", "no module at all");
     for (const auto& [file, loading, mapping] :

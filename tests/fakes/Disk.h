@@ -39,7 +39,9 @@ struct Node {
     Strings strings;  // resources
     std::optional<FakeCertificate> certificate;
     TrustAnswer answer = kAnswerNoSignature;
-    std::uintptr_t number = NextHandleNumber();               // its module's handle, and the order of the nodes
+    std::uintptr_t number = NextHandleNumber();       // its module's handle, identity, and the order of the nodes
+    std::uint64_t changed = 133'000'000'000'000'000;  // its times
+    std::optional<std::uint64_t> journalRecord;
     std::shared_ptr<int> writers = std::make_shared<int>(0);  // one owner more for each one who holds it
 };
 
@@ -100,6 +102,30 @@ public:
         shortNames_[Key(ParentOf(TrimmedPath(path)) + u'\\' + shortName)] = Key(path);
     }
     void Remove(const std::u16string& path) { entries_.erase(Key(path)); }
+    // The existing file or folder, for what has no operation of its own here.
+    [[nodiscard]] Node& NodeAt(const std::u16string& path) { return *FindStaged(path); }
+    // Another name of an existing file.
+    void Link(const std::u16string& path, const std::u16string& existing) { Put(path, FindStaged(existing)); }
+    // What another program is answered that exchanges two existing files or folders by renaming, which it does.
+    SystemError TrySwap(const std::u16string& one, const std::u16string& other) {
+        for (const std::u16string& path : {one, other}) {
+            if (IsHeld(FindStaged(path), true)) {
+                return SystemError::SharingViolation;
+            }
+        }
+        std::map<std::u16string, Entry> moved;
+        for (const auto& [from, to] : {std::pair(Key(one), Key(other)), std::pair(Key(other), Key(one))}) {
+            for (const auto& [path, entry] : entries_) {
+                if ((path + u'\\').starts_with(from + u'\\')) {
+                    moved[to + path.substr(from.size())] = entry;
+                }
+            }
+            moved[to].name = entries_[to].name;
+        }
+        std::erase_if(entries_, [&](const auto& entry) { return moved.contains(entry.first); });
+        entries_.merge(moved);
+        return SystemError::Success;
+    }
     // The existing file's embedded signature, and what the trust provider answers for it.
     void Sign(const std::u16string& path, FakeCertificate certificate, TrustAnswer answer = 0) {
         FindStaged(path)->certificate = std::move(certificate);
@@ -180,7 +206,7 @@ public:
         std::u16string key = Key(path);
         std::u16string spelled;
         // What is above the first element has no name, and a share has two backslashes there.
-        const std::u16string root = key.starts_with(u"\\\\") ? u"\\" : u"";
+        const std::u16string root = key.starts_with(u"\\\\") ? u"\\\\" : u"";
         for (auto entry = entries_.find(key); entry != entries_.end(); entry = entries_.find(key)) {
             spelled = entry->second.name + (spelled.empty() ? u"" : u"\\") + spelled;
             key = ParentOf(key);
@@ -231,17 +257,19 @@ private:
         if (node == nullptr || node->IsFolder()) {
             return node == nullptr ? WhyMissing(path) : SystemError::AccessDenied;
         }
-        const bool isKept = std::ranges::any_of(open.All(), [&](const auto& file) {
+        return IsHeld(node, byAllReaders) ? SystemError::SharingViolation : SystemError::Success;
+    }
+    [[nodiscard]] bool IsHeld(const std::shared_ptr<Node>& node, bool byAllReaders) const {
+        return std::ranges::any_of(open.All(), [&](const auto& file) {
             return file.second.node == node && (byAllReaders || file.second.keepsWritersAway);
         });
-        return isKept ? SystemError::SharingViolation : SystemError::Success;
     }
     void Put(const std::u16string& path, std::shared_ptr<Node> node) {
         const std::u16string trimmed = TrimmedPath(path);
         if (LastElement(trimmed).size() > kLongestName) {
             throw std::length_error("no disk takes such a name");
         }
-        if (!ParentOf(trimmed).empty()) {
+        if (ParentOf(trimmed).find_first_not_of(u'\\') != std::u16string::npos) {  // what a share is on is no folder
             PutFolder(ParentOf(trimmed));
         }
         entries_[Key(path)] = {LastElement(trimmed), std::move(node)};

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <list>
 #include <map>
 #include <mutex>
@@ -85,6 +86,12 @@ public:
         failing_ = n;
     }
     void Disarm() { failing_ = 0; }
+    // Something that happens just before the n-th seam call from now on, n counting from 1; null takes that back.
+    void AtCall(std::uint32_t n, std::function<void()> event) {
+        calls_ = 0;
+        eventAt_ = n;
+        event_ = std::move(event);
+    }
     // Whether the n-th call was reached; a sweep ends when a whole run leaves this false.
     [[nodiscard]] bool Fired() const { return failing_ != 0 && calls_ >= failing_; }
     // The calls that could have failed since FailCall, or since the beginning.
@@ -97,7 +104,10 @@ public:
 
     // For fakes: the error of this call, or Success.
     [[nodiscard]] SystemError Next(std::string_view operation, std::u16string_view about = {}) {
-        if (++calls_ == failing_) {
+        if (++calls_ == eventAt_ && event_) {
+            event_();
+        }
+        if (calls_ == failing_) {
             return error_;
         }
         for (const auto& [rule, error] : rules_) {
@@ -111,6 +121,8 @@ public:
 private:
     std::uint32_t failing_ = 0;
     std::uint32_t calls_ = 0;
+    std::uint32_t eventAt_ = 0;
+    std::function<void()> event_;
     SystemError error_ = SystemError::Success;
     std::map<std::pair<std::string, std::u16string>, SystemError> rules_;  // by operation and plain path
 };

@@ -32,6 +32,27 @@ public:
     SystemError Size(FileHandle file, std::uint64_t& bytes) override {
         return Call("Size", [&] { bytes = disk_.open[file].node->bytes.size(); });
     }
+    SystemError Identity(FileHandle file, FileIdentity& identity) override {
+        return Call("Identity", [&] { identity = IdentityOf(*disk_.open[file].node); });
+    }
+    SystemError State(FileHandle file, FileState& state) override {
+        return Call("State", [&] {
+            const Node& node = *disk_.open[file].node;
+            state = {IdentityOf(node), node.bytes.size(), node.changed, node.changed, node.journalRecord};
+        });
+    }
+    SystemError FinalPath(FileHandle file, std::u16string& path) override {
+        return Call("FinalPath", [&] {
+            const std::u16string spelled = disk_.Spelled(disk_.open[file].path);
+            path = spelled.starts_with(u"\\\\") ? u"\\\\?\\UNC" + spelled.substr(1) : u"\\\\?\\" + spelled;
+        });
+    }
+    SystemError HoldFolder(const std::u16string& path, FileHandle& folder) override {
+        return Call("HoldFolder", path, [&] {
+            const std::shared_ptr<Node> node = disk_.Existing(path);
+            folder = disk_.open.Add({path, node, true});
+        });
+    }
     SystemError Read(FileHandle file, std::span<std::byte> buffer, std::size_t& count) override {
         return Call("Read", [&] {
             Disk::OpenFile& state = disk_.open[file];
@@ -84,6 +105,7 @@ public:
     std::size_t maximumRead = SIZE_MAX;          // the most that one Read gives
 
 private:
+    [[nodiscard]] static FileIdentity IdentityOf(const Node& node) { return {1, {node.number, 0}}; }
     void TakeNext(SearchHandle search, FoundEntry& entry) {
         std::list<FoundEntry>& left = searches_[search];
         Require(!left.empty(), SystemError::NoMoreFiles);

@@ -26,6 +26,10 @@ public:
             path = name;
         });
     }
+    SystemError MappedFile(ModuleHandle module, std::u16string& path) override {
+        return Call("MappedFile",
+                    [&] { path = References(module) != 0 ? loaded_[module].file : resources_[module].file; });
+    }
     SystemError LoadAltered(const std::u16string& path, ModuleHandle& module) override {
         Keep(alteredLoads, path);
         return LoadModule("LoadAltered", path, module);
@@ -77,9 +81,9 @@ public:
             onMap();
         }
         return Call("MapResources", path, [&] {
-            const std::shared_ptr<Node> node = disk_.Existing(path);
+            const std::shared_ptr<Node> node = disk_.Existing(comesBackWith.value_or(LoadedName(path)));
             Require(node->isModule, kNoModule);
-            module = resources_.Add(node);
+            module = resources_.Add({path, comesBackWith.value_or(LoadedName(path)), node});
         });
     }
     SystemError UnmapResources(ModuleHandle module) noexcept override {
@@ -89,7 +93,7 @@ public:
     std::size_t ReadString(ModuleHandle module, std::uint32_t id, std::span<char16_t> buffer) noexcept override {
         std::size_t length = 0;
         static_cast<void>(Call("ReadString", [&] {
-            Node& node = References(module) != 0 ? *loaded_[module].node : *resources_[module];
+            Node& node = References(module) != 0 ? *loaded_[module].node : *resources_[module].node;
             const std::u16string& text = At(node.strings, id, SystemError::NotFound);
             Require(!buffer.empty(), SystemError::InsufficientBuffer);
             length = text.copy(buffer.data(), buffer.size() - 1);
@@ -115,6 +119,7 @@ public:
                                                  {kOwn, u"C:\\Program Files\\Halvora\\zebshell2.dll"}};
     std::vector<Range> ranges{{0x400000, 0x500000, kExecutable}};
     bool hasAddressFunction = true;
+    std::optional<std::u16string> comesBackWith;               // the file that the platform takes for every path
     std::function<void()> onMap;                               // runs where the platform would map resources
     std::function<void(const std::u16string& path)> onUnload;  // runs after the last reference was given back
     // Every path asked for, in order.
@@ -131,18 +136,25 @@ private:
 
     struct Loaded {
         std::u16string path;
+        std::u16string file;
         std::shared_ptr<Node> node;
         std::size_t references = 0;
     };
 
+    // As the platform reads it: an extension is added where there is none, a dot at the end says that there is none.
+    [[nodiscard]] static std::u16string LoadedName(const std::u16string& path) {
+        const bool hasDot = LastElement(path).find(u'.') != std::u16string::npos;
+        return !hasDot ? path + u".dll" : path.ends_with(u'.') ? path.substr(0, path.size() - 1) : path;
+    }
     SystemError LoadModule(const char* operation, const std::u16string& path, ModuleHandle& module) {
         return Call(operation, path, [&] {
-            const std::shared_ptr<Node> node = IsFullyQualified(path) ? disk_.Find(path) : nullptr;
+            const std::shared_ptr<Node> node =
+                IsFullyQualified(path) ? disk_.Find(comesBackWith.value_or(LoadedName(path))) : nullptr;
             Require(node != nullptr, SystemError::ModuleNotFound);
             Require(node->isModule, kNoModule);
             Loaded& loaded = loaded_[ModuleHandle{node->number}];
             if (loaded.references == 0) {
-                loaded = {path, node};
+                loaded = {LoadedName(path), comesBackWith.value_or(LoadedName(path)), node};
             }
             ++loaded.references;
             ++tally_.open;
@@ -161,7 +173,7 @@ private:
 
     Disk& disk_;
     std::map<ModuleHandle, Loaded> loaded_;
-    HandleTable<ModuleHandle, std::shared_ptr<Node>> resources_{core_, "mapped resources"};
+    HandleTable<ModuleHandle, Loaded> resources_{core_, "mapped resources"};
     Tally& tally_ = NewTally("module");
 };
 

@@ -206,9 +206,10 @@ class FakeTrustProvider final : public TrustProvider, FakePart {
 public:
     FakeTrustProvider(Disk& disk, FakeSystem& system) : FakePart(disk.Core()), disk_(disk), system_(system) {}
 
-    TrustAnswer VerifyFile(const std::u16string& path, TrustAction action, RevocationCheck revocation) override {
+    TrustAnswer VerifyFile(const std::u16string& path, FileHandle file, TrustAction action,
+                           RevocationCheck revocation) override {
         return Answer("VerifyFile", {path, action, revocation, {}, {}, {}, {}},
-                      [&] { return disk_.Existing(path)->answer; });
+                      [&] { return disk_.open[file].node->answer; });
     }
     TrustAnswer VerifyCatalogMember(const CatalogMember& member, TrustAction action,
                                     RevocationCheck revocation) override {
@@ -216,7 +217,7 @@ public:
         return Answer(
             "VerifyCatalogMember",
             {member.memberPath, action, revocation, member.catalogPath, member.memberTag, hash, member.context}, [&] {
-                const bool isUnchanged = MadeUpHash(disk_.Existing(member.memberPath)->bytes, hash.size()) == hash;
+                const bool isUnchanged = MadeUpHash(disk_.open[member.memberFile].node->bytes, hash.size()) == hash;
                 const auto listing = std::ranges::find_if(disk_.listings, [&](const Listing& known) {
                     return known.hash == hash && PlainPath(known.catalog) == PlainPath(member.catalogPath);
                 });

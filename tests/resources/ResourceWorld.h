@@ -27,7 +27,8 @@ struct ResourceWorld : FakePlatform {
         modules.paths[FakeModules::kOwn] = u"C:\\Shell\\zebshell2.dll";
         modules.onMap = [this] {
             suspendedAtMap.push_back(protection.suspended);
-            EXPECT_EQ(OpenHandles(), 0U);  // a search is over before its result is loaded
+            EXPECT_EQ(OpenHandles("search"), 0U);  // it is over before its result is loaded
+            EXPECT_GT(OpenHandles("file"), 0U);    // which is held
         };
         verifiers.onVerify = [this] {
             verifiers.verdict =

@@ -87,13 +87,27 @@ TEST(TrustedLoading, OnlyAClearNotTrustedOrAMissingVerifierRefuses) {
     const std::u16string folder(250, u'p');
     const std::u16string longPath = u"C:\\" + folder + u"\\" + folder;
     world.PutModule(longPath);
-    world.refused = {longPath};
+    world.refused = {u"\\\\?\\" + longPath};
     EXPECT_EQ(world.Load({u"VerifyTrust - invalid digital signature for: " + longPath + u".\nChecked by module: ",
                           (u"LoadTrustedDll - load failed.  Trust verification failed: Errorcode 0x80090325 File:  " +
                            longPath)
                               .substr(0, 511 - 17)},
                          longPath),
               0x80090325U);
+}
+
+TEST(TrustedLoading, AFileThatCannotBeHeld_OrIsNotTheOneMapped_IsNotLoaded) {
+    LoadingWorld world;
+    {
+        const auto writer = world.disk.HoldForWriting(kPath);
+        EXPECT_EQ(world.Load({Failure(u"Errorcode 0x80070020")}), 0x80070020U);
+        EXPECT_TRUE(world.verifiers.asked.empty());
+        EXPECT_TRUE(world.modules.mapped.empty());
+    }
+    world.PutModule(u"C:\\evil.dll");
+    world.modules.comesBackWith = u"C:\\evil.dll";
+    EXPECT_EQ(world.Load({Failure(u"Errorcode 0x800703EE")}), 0x800703EEU);
+    EXPECT_EQ(world.OpenHandles("mapped resources"), 0U);
 }
 
 TEST(ProtectionGuard, SuspendsAndResumesOnce_FailuresAreNotRepeated) {
@@ -110,6 +124,8 @@ TEST(ProtectionGuard, SuspendsAndResumesOnce_FailuresAreNotRepeated) {
         EXPECT_TRUE(guard.Disable());
     }
     EXPECT_EQ(protection.suspended, 0);
+    EXPECT_FALSE(tsVane::CDisableAutoProtect(nullptr, true, platform.trace).Disable());
+    platform.trace.records.resize(platform.trace.records.size() - 2);
     protection.disableAnswer = HResult::Fail;
     static_cast<void>(tsVane::CDisableAutoProtect(control.Get(), true, platform.trace));
     protection.disableAnswer = HResult::Ok;

@@ -82,7 +82,7 @@ struct ComponentWorld : PathWorld {
 
     tsVaneSettingsStoreLoader store{*this, expansion};
     tsVaneObjectRepository repository{*this, isolation, expansion, store};
-    tsInstanceFactory cache{modules, verifiers, trace};
+    tsInstanceFactory cache{*this, verifiers};
     tsVaneInstanceFactoryImpl factory{*this, &ownObjects, repository, cache, expansion};
     Components components;
 };

@@ -66,7 +66,7 @@ TEST(Contracts, NumbersOfTheTraceEvents) {
         constexpr std::array kAll{Fingerprint<static_cast<TraceEvent>(numbers)>()...};
         return std::accumulate(kAll.begin(), kAll.end(), 0U);
     };
-    EXPECT_EQ(sum(std::make_index_sequence<1200>()), 3264350051u);
+    EXPECT_EQ(sum(std::make_index_sequence<1200>()), 2189944913u);
 }
 
 TEST(VaneBase, Object_AnswersToEachOfItsInterfaces) {

@@ -25,15 +25,17 @@ struct LoadingTest : testing::Test, ComponentWorld {
 
 TEST_F(LoadingTest, Failures_AreTheSameThroughLoaderAndCache) {
     const Exports both = ModuleExports<2>::Both(sampleObjects);
+    disk.PutFile(u"D:\\text.dll");
     disk.PutModule(u"D:\\no count.dll", {*both.begin()});
     disk.PutModule(u"D:\\no factory.dll", {{"getfactory", both.begin()->second}, *both.rbegin()});
     const std::tuple<const char16_t*, VaneResult, TraceEvent, std::u16string> rows[] = {
         {nullptr, InvalidArgument, TraceEvent::ModulePathMissing, u""},
-        {u"D:\\none.dll", ModuleMissing, TraceEvent::ModuleNotLoaded, u"D:\\none.dll"},
+        {u"D:\\none.dll", ModuleMissing, TraceEvent::ModuleNotHeld, u"D:\\none.dll"},
+        {u"D:\\text.dll", ModuleMissing, TraceEvent::ModuleNotLoaded, u"D:\\text.dll"},
         {u"D:\\no count.dll", EntryPointMissing, TraceEvent::ModuleEntryPointMissing, u"GetObjectCount"},
         {u"D:\\no factory.dll", EntryPointMissing, TraceEvent::ModuleEntryPointMissing, u"GetFactory"},
     };
-    tsVaneModuleLoader loader(modules, trace);
+    tsVaneModuleLoader loader(*this);
     for (const auto& [path, result, event, text] : rows) {
         EXPECT_EQ(loader.Load(path), result);
         EXPECT_EQ(TakeRecord(event), path == nullptr ? u"Load" : text);
@@ -110,7 +112,7 @@ TEST_F(LoadingTest, TrustedLoader_GivesUpVerifierThenItsModuleThenTheModule) {
             order.push_back(path);
         };
     }
-    EXPECT_EQ(order, (Texts{verifier, kSamplePath}));
+    EXPECT_EQ(order, (Texts{u"\\\\?\\" + verifier, kSamplePath}));
     modules.onUnload = nullptr;
 }
 
@@ -118,7 +120,7 @@ TEST_F(LoadingTest, Cache_GivesOneFactoryForOneModule_AndFreesItUnlessInUse) {
     constexpr char16_t kAlias[] = u"d:\\ROOT\\.\\sample.dll";
     void* made = nullptr;
     {
-        tsInstanceFactory own(modules, verifiers, trace);
+        tsInstanceFactory own(*this, verifiers);
         ASSERT_EQ(own.GetFactory(kSamplePath.c_str(), false, 0, &found), Success);
         EXPECT_EQ(own.Find(kAlias), nullptr);
         for (const char16_t* path : {kAlias, kAlias, kSamplePath.c_str()}) {
@@ -127,7 +129,7 @@ TEST_F(LoadingTest, Cache_GivesOneFactoryForOneModule_AndFreesItUnlessInUse) {
             EXPECT_EQ(again, found);
             EXPECT_EQ(own.Find(path), found);
         }
-        EXPECT_EQ(modules.alteredLoads, (Texts{kSamplePath, kAlias}));  // each text is loaded once
+        EXPECT_EQ(modules.alteredLoads, Texts(2, kSamplePath));  // once for each text, by the file's own name
         EXPECT_EQ(SampleReferences(), 1u);
         ASSERT_EQ(found->CreateInstance(kSampleId, kISampleId, &made), Success);
         ASSERT_EQ(own.GetFactory(kStorePath.c_str(), false, 0, &found), Success);
@@ -152,11 +154,79 @@ TEST_F(LoadingTest, Cache_VerifiesBeforeTheFirstLoadWhereAskedTo) {
     EXPECT_EQ(SampleReferences(), 0u);
     EXPECT_EQ(found, nullptr);
     verifiers.none = false;
-    for (const TrustResult verdict : {TrustResult::CannotDetermine, TrustResult::NotTrusted}) {
-        verifiers.verdict = verdict;  // loaded is loaded
-        EXPECT_EQ(GetFactory(kSamplePath.c_str(), true, 3), Success);
+    for (const TrustResult verdict : {TrustResult::FileError, TrustResult::CannotDetermine}) {
+        verifiers.verdict = verdict;  // undecided does not do here
+        EXPECT_EQ(GetFactory(kSamplePath.c_str(), true, 3), ModuleNotTrusted);
     }
+    verifiers.verdict = TrustResult::Trusted;
+    EXPECT_EQ(GetFactory(kSamplePath.c_str(), true, 6), ModuleNotTrusted);  // nor a level that says nothing
+    EXPECT_EQ(SampleReferences(), 0u);
+    EXPECT_EQ(GetFactory(kSamplePath.c_str(), true, 5), Success);
+    verifiers.verdict = TrustResult::NotTrusted;  // loaded is loaded
+    EXPECT_EQ(GetFactory(kSamplePath.c_str(), true, 3), Success);
     EXPECT_EQ(verifiers.alive, 0u);
+}
+
+// A neighbour who tries to exchange the file at every call of the platform while it is verified and loaded: he gets his
+// chance only before it is held, and then it is his file that the verifier sees.
+TEST_F(LoadingTest, NobodyExchangesAFileBetweenItsVerificationAndItsLoading) {
+    const std::u16string evil = u"D:\\Evil\\sample.dll";
+    const ModuleHandle evilModule = disk.PutModule(evil, ModuleExports<2>::Both(sampleObjects));
+    const std::pair<std::u16string, std::u16string> exchanges[] = {{kSamplePath, evil}, {u"D:\\Root", u"D:\\Evil"}};
+    for (const auto& [one, other] : exchanges) {
+        bool done = false;
+        for (std::uint32_t n = 1; n < 60; ++n) {
+            ModuleHandle judged{};
+            verifiers.onVerify = [&, path = kSamplePath] {
+                judged = ModuleHandle{disk.NodeAt(path).number};
+                verifiers.verdict = judged == evilModule ? TrustResult::NotTrusted : TrustResult::Trusted;
+            };
+            done = false;
+            faults.AtCall(n, [&] { done = Succeeded(disk.TrySwap(one, other)); });
+            tsInstanceFactory own(*this, verifiers);
+            static_cast<void>(own.GetFactory(kSamplePath.c_str(), true, 3, &found));
+            EXPECT_EQ(modules.References(evilModule), 0u) << n;
+            faults.AtCall(0, nullptr);
+            if (done) {
+                EXPECT_EQ(disk.TrySwap(one, other), SystemError::Success);
+            }
+        }
+        EXPECT_FALSE(done);  // at the last of these calls everything was over
+    }
+    verifiers.onVerify = nullptr;
+}
+
+// What the platform would read otherwise than it was verified.
+TEST_F(LoadingTest, NamesThatThePlatformChanges_LoadTheVerifiedFileOrNothing) {
+    const ModuleHandle plug = disk.PutModule(u"D:\\plug", ModuleExports<2>::Both(sampleObjects));
+    const ModuleHandle other = disk.PutModule(u"D:\\plug.dll", ModuleExports<2>::Both(sampleObjects));
+    disk.PutModule(u"D:\\%OS%\\%OS%", ModuleExports<2>::Both(sampleObjects));
+    disk.PutModule(u"D:\\%OS%\\a.dll", ModuleExports<2>::Both(sampleObjects));
+    const std::tuple<const char16_t*, VaneResult, const char16_t*> rows[] = {
+        {u"D:\\plug", Success, u"D:\\plug."},
+        {u"D:\\%OS%\\a.dll", Success, u"\\\\?\\D:\\%OS%\\a.dll"},
+        {u"D:\\%OS%\\%OS%", ModuleMissing, u""},  // with \\?\, nothing says that there is no extension
+        {u"\\\\.\\D:\\plug", ModuleMissing, u""},
+        {u"\\\\?\\GLOBALROOT\\D:\\plug", ModuleMissing, u""},
+        {u"plug", ModuleMissing, u""},
+        {u"D:plug", ModuleMissing, u""},
+        {u"\\plug", ModuleMissing, u""},
+    };
+    for (const auto& [path, result, loadedBy] : rows) {
+        modules.alteredLoads.clear();
+        tsVaneModuleLoader loader(*this);
+        EXPECT_EQ(loader.Load(path), result) << testing::PrintToString(std::u16string(path));
+        EXPECT_EQ(modules.alteredLoads, *loadedBy == u'\0' ? Texts{} : Texts{loadedBy});
+        EXPECT_EQ(modules.References(plug), path == std::u16string_view(u"D:\\plug") ? 1u : 0u);
+        EXPECT_EQ(modules.References(other), 0u);
+    }
+    // A platform that comes back with another file's module all the same.
+    modules.comesBackWith = u"D:\\plug.dll";
+    trace.records.clear();
+    tsVaneModuleLoader loader(*this);
+    EXPECT_EQ(loader.Load(kSamplePath.c_str()), ModuleMissing);
+    EXPECT_EQ(TakeRecord(TraceEvent::ModuleNotLoaded), kSamplePath);
+    EXPECT_EQ(OpenHandles("module"), 0u);
 }
 
 // Between the looks under the shared lock and the exclusive one, where the path is copied.

@@ -3,8 +3,8 @@
 #include <set>
 
 #include "tests/tslib/PathWorld.h"
-#include "tslib/AsciiCase.h"
 #include "tslib/BuiltinFolders.h"
+#include "tslib/platform/AsciiCase.h"
 
 namespace tests {
 namespace {

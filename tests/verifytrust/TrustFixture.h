@@ -56,6 +56,8 @@ public:
     std::size_t created = 0;            // Create calls
     // File, client and mode of every record asked for, in order; the mode stays 0 when it does not come to that.
     std::vector<std::tuple<std::u16string, std::u16string, HashResultMode>> asked;
+    std::vector<CheckKind> kinds;     // of those
+    std::vector<std::uint32_t> kept;  // every finding that was to be kept
 
 private:
     // A provider, a record or a result.
@@ -70,10 +72,16 @@ private:
             owner.platform_.system.ticks += owner.milliseconds;
             return owner.Call(operation, body);
         }
-        SystemError OpenRecord(FileHandle file, std::u16string_view by, std::unique_ptr<HashRecord>& record) override {
+        SystemError OpenRecord(const HeldFile& file, CheckKind kind, std::u16string_view by,
+                               std::unique_ptr<HashRecord>& record) override {
             const auto lock = owner.Lock();
-            owner.asked.emplace_back(owner.platform_.files.PathOf(file), by, HashResultMode{});
+            owner.asked.emplace_back(owner.platform_.files.PathOf(file.Handle()), by, HashResultMode{});
+            owner.kinds.push_back(kind);
             return Step("OpenRecord", [&] { record = std::make_unique<Object>(owner); });
+        }
+        void Keep(const HeldFile& /*file*/, CheckKind /*kind*/, std::uint32_t findings) override {
+            const auto lock = owner.Lock();
+            owner.kept.push_back(findings);
         }
         SystemError OpenResult(HashResultMode mode, std::unique_ptr<HashResult>& result) override {
             const auto lock = owner.Lock();
@@ -118,7 +126,8 @@ struct TrustSystem : PathWorld {
     // The full check alone.
     TrustResult Check(TrustLevel level, bool thorough = false, bool driverMode = false) {
         findings = {};
-        return VerifyFile(*this, {kFile, level, driverMode, thorough, kRevocationNone}, findings);
+        const HeldFile file(files, kFile);
+        return VerifyFile(*this, {kFile, file, level, {driverMode, kRevocationNone}, thorough}, findings);
     }
 
     FakeHashProviders hashProviders{*this};

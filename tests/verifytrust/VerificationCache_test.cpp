@@ -193,6 +193,8 @@ TEST_F(ShortcutTest, StepFails_ChecksInFull_ButNotWhenTheFileCannotBeOpened) {
     }
     EXPECT_EQ(trace.Count(TraceEvent::TrustShortcutAbsent), 3u);
     options.useResultShortcut = false;
+    EXPECT_EQ(Ask(3), Answer(NotTrusted, false, false));  // nothing better can be said of a file that is not held
+    faults.Fail("OpenForReading", Success);
     EXPECT_EQ(Ask(3), Answer(Trusted, true, false));
 }
 
@@ -222,6 +224,12 @@ TEST_F(FileCacheTest, SystemComponent_IsKeptAtLevelFourAndHandedBack) {
     EXPECT_EQ(Ask(1), Answer(Trusted, true, true));
     EXPECT_EQ(Ask(4), Answer(Trusted, false, true));
     EXPECT_EQ(Ask(3), Answer(NotTrusted, false, false));
+    // By its usages alone, whoever it is; the names decide where it is kept.
+    const std::u16string others = kFile + u".others";
+    PutSigned(others, {{kCodeSigning, kSystemUsage}, {{subject::O, u"Others"}}, {}});
+    EXPECT_EQ(Ask(2, false, others.c_str()), Answer(Trusted, true, true));
+    EXPECT_EQ(Ask(1, false, others.c_str()), Answer(Trusted, false, true));
+    EXPECT_EQ(Ask(4, false, others.c_str()), Answer(NotTrusted, false, false));
 }
 
 TEST_F(FileCacheTest, OnlyTrustedFullChecksAreKept) {

@@ -42,12 +42,19 @@ TEST_F(NormalizedPathTest, EveryForm_BecomesTheOneThatFilesAreOpenedBy) {
         {u"\\??\\z:\\a", u"z:\\a"},
         {u"\\??\\a:\\a", u"a:\\a"},
         {u"\\??\\1:\\a", u"\\\\?\\1:\\a"},
+        {u"\\??\\C:a", u"\\\\?\\C:a"},  // relative to a folder without a prefix
+        {u"\\\\?\\C:\\%SystemRoot%\\PROGRA~1", u"\\\\?\\C:\\%SystemRoot%\\PROGRA~1"},
         {u"\\??\\unc\\server\\share\\a", u"\\\\server\\share\\a"},
         {u"\\\\?\\C:\\a.exe", u"\\\\?\\C:\\a.exe"},
     };
     for (const auto& [given, expected] : rows) {
         EXPECT_EQ(Normalize(given), std::u16string(expected));
     }
+}
+
+TEST_F(NormalizedPathTest, WhatTheSystemTells_IsOnlyBroughtOutOfItsNativeForm) {
+    EXPECT_EQ(tsLib::SystemPath(*this, u"C:\\%SystemRoot%\\a.exe"), u"C:\\%SystemRoot%\\a.exe");
+    EXPECT_EQ(tsLib::SystemPath(*this, u"\\Device\\HarddiskVolume1\\%SystemRoot%"), u"C:\\%SystemRoot%");
 }
 
 TEST_F(NormalizedPathTest, TransformationFails_KeepsTheTextBeforeIt) {
@@ -155,8 +162,8 @@ TEST_F(VerifyFileTest, StepFails_EveryRow) {
         {"Hash", AccessDenied, true, CannotDetermine, 0},
         {"no hash", Success, true, CannotDetermine, 0},
         {"no hash function", Success, true, NotTrusted, 0},  // the SHA-1 hash is in no SHA-256 catalog
-        {"OpenForReading", SharingViolation, true, CannotDetermine, 0},
-        {"Attributes", FileNotFound, true, FileError, 0},
+        {"OpenForReading", SharingViolation, true, NotTrusted, 0},
+        {"no file", Success, true, FileError, 0},
         {"OpenSignature", InvalidData, false, CannotDetermine, 0},
         {"SignerInfoSize", InvalidData, false, CannotDetermine, kSignatureOpened},
         {"no signer", Success, false, CannotDetermine, kSignatureOpened},
@@ -167,13 +174,17 @@ TEST_F(VerifyFileTest, StepFails_EveryRow) {
         TrustSystem fresh;
         listed ? fresh.PutListed(kFile) : fresh.PutSigned(kFile);
         fresh.faults.Fail(failing, error);
+        for (const char* const operation : {"OpenForReading", "Attributes"}) {
+            fresh.faults.Fail(operation, failing == "no file" ? FileNotFound : failing == operation ? error : Success);
+        }
         fresh.catalogs.hasSha256Context = failing != "no function";
         fresh.catalogs.hasSha256Hash = failing != "no hash function";
         fresh.catalogs.everyHash = failing == "no hash" ? std::optional(Bytes()) : std::nullopt;
         fresh.signatures.signerInfoSize = failing == "no signer" ? 0 : 128;
         EXPECT_EQ(fresh.Check(1), verdict) << failing;
         EXPECT_EQ(fresh.findings.flags, flags) << failing;
-        EXPECT_EQ(fresh.trustProvider.calls.size(), failing == "Attributes" ? 0u : 1u) << failing;
+        EXPECT_EQ(fresh.trustProvider.calls.size(), failing == "no file" || failing == "OpenForReading" ? 0u : 1u)
+            << failing;
         // A thorough check keeps the signature's refusal.
         fresh.disk.SetAnswer(kFile, kAnswerBadDigest);
         EXPECT_EQ(fresh.Check(1, true), listed ? verdict : NotTrusted) << failing;
@@ -217,9 +228,10 @@ TEST_F(VerifyFileTest, ChooseSha256_EveryRow) {
         fresh.disk.List(kFile, kCatalog, 0, true, false);
         fresh.catalogs.hasSha256Context = failing != "no function";
         fresh.faults.Fail(failing, AccessDenied);
-        EXPECT_EQ(ChooseSha256(fresh, kAnswerNoSignature, kFile), sha256) << minor << failing;
+        EXPECT_EQ(ChooseSha256(fresh, kAnswerNoSignature, HeldFile(fresh.files, kFile)), sha256) << minor << failing;
         fresh.disk.List(kFile, kCatalog);
-        EXPECT_EQ(ChooseSha256(fresh, kAnswerNoSignature, kFile), sha256 || failing.empty()) << minor << failing;
+        EXPECT_EQ(ChooseSha256(fresh, kAnswerNoSignature, HeldFile(fresh.files, kFile)), sha256 || failing.empty())
+            << minor << failing;
     }
 }
 
@@ -236,9 +248,11 @@ struct SignerTestsTest : TrustTest {
     TrustResult Judge(const FakeCertificate& certificate, TrustLevel level, bool driverMode = false) {
         const OwnedCertificate owned(signatures, signatures.OpenCertificate(certificate));
         flags = 0;
-        return JudgeSigner(*this, owned.Get(), ReadSubject(signatures, owned.Get()), level, driverMode, flags);
+        return JudgeSigner(*this, owned.Get(), ReadSubject(signatures, owned.Get()), level, driverMode, flags,
+                           systemComponent);
     }
     std::uint32_t flags = 0;
+    bool systemComponent = false;
 };
 
 TEST_F(SignerTestsTest, EverySignerAtEveryLevel) {
@@ -278,7 +292,7 @@ TEST_F(SignerTestsTest, EverySignerAtEveryLevel) {
 }
 
 TEST_F(SignerTestsTest, CertificateCannotBeRead_FailsTheTestThatNeedsIt) {
-    EXPECT_EQ(JudgeSigner(*this, CertificateHandle{}, {}, 1, false, flags), InvalidArgument);
+    EXPECT_EQ(JudgeSigner(*this, CertificateHandle{}, {}, 1, false, flags, systemComponent), InvalidArgument);
     EXPECT_EQ(Judge(OurCertificate(), 0), InvalidArgument);
     EXPECT_EQ(flags, 0u);
     FakeCertificate legacy = OurCertificate();

@@ -162,6 +162,8 @@ TEST_F(VerifierTest, ComServer_InProcessThenLocal_EveryRow) {
         {"260 characters", StoredText(LongPath(260)), Success, FileError},
         {"260 unterminated", StoredText(LongPath(260), kValueText, false), Success, FileError},
         {"empty", StoredText(u""), Success, InvalidArgument},
+        {"relative", StoredText(u"host.exe"), Success, FileError},
+        {"in the environment", StoredText(u"%Base%\\unsigned.dll"), Success, NotTrusted},
     };
     constexpr auto kRoot = RegistryRoot::ClassesRoot;
     for (const auto& [name, inProcess, opening, verdict] : rows) {
@@ -169,6 +171,8 @@ TEST_F(VerifierTest, ComServer_InProcessThenLocal_EveryRow) {
         fresh.PutUnsigned(LongPath(259));
         fresh.PutUnsigned(LongPath(260));
         fresh.PutSigned(kHost);
+        fresh.PutUnsigned(u"C:\\Program Files\\unsigned.dll");
+        fresh.pathForms.environment[u"base"] = u"C:\\Program Files";
         fresh.registry.PutKey(kRoot, kClassKey + u"InprocServer32");
         if (inProcess) {
             fresh.registry.PutValue(kRoot, kClassKey + u"InprocServer32", u"", *inProcess);

@@ -1,5 +1,12 @@
 // The trust verifier over Windows' own trust provider and catalogs, with signed files.
+#include <windows.h>
+#include <wintrust.h>
+// After wintrust.h.
+#include <mscat.h>
+
 #include <array>
+#include <cstring>
+#include <utility>
 
 #include "composition/ProductRuntime.h"
 #include "tests/wine/ShellServer.h"
@@ -7,6 +14,7 @@
 #include "tslib/VaneRef.h"
 #include "tslib/platform/win32/Handles.h"
 #include "tslib/platform/win32/Win32Platform.h"
+#include "tslib/verifytrust/TrustRecords.h"
 
 namespace tests {
 namespace {
@@ -61,7 +69,7 @@ TEST_F(TrustVerifierOnWindows, Process_IsItsImageFile) {
     TerminateProcess(win32::FromSeam<HANDLE>(started.process), 0);
 }
 
-// The functions of a system from before SHA-256 catalogs. Wine has no SHA-256 hash of a file.
+// The functions of a system from before SHA-256 catalogs.
 const auto realGetProcAddress = &GetProcAddress;
 FARPROC WINAPI OldGetProcAddress(HMODULE module, const char* name) {
     const bool isNew = !IS_INTRESOURCE(name) && (std::string_view(name) == "CryptCATAdminAcquireContext2" ||
@@ -69,24 +77,74 @@ FARPROC WINAPI OldGetProcAddress(HMODULE module, const char* name) {
     return isNew ? nullptr : realGetProcAddress(module, name);
 }
 
-TEST(VerifierWithCatalogs, MemberOfASignedCatalog_IsTrustedThroughIt_AndOfAnUnsignedOneNever) {
-    const ImportPatch old(GetModuleHandleW(nullptr), realGetProcAddress, &OldGetProcAddress);
+wchar_t kCatalog[] = L"halvora-test.cat";
+std::wstring searched;  // the catalog as the sample that it is
+
+// The verdicts about a file with a catalog in the system's folder.
+void ExpectVerdicts(const std::u16string& kind) {
+    const struct {
+        const char16_t* catalog;
+        const char16_t* file;
+        std::array<std::uint32_t, 5> verdicts;  // at levels 1 to 5
+        std::uint32_t thorough;                 // at level 3, where no catalog counts otherwise
+    } cases[] = {
+        {u"main", u"unsigned.exe", {1, 1, 3, 1, 1}, 1},     {u"other", u"unsigned.exe", {1, 1, 3, 3, 3}, 3},
+        {u"unsigned", u"unsigned.exe", {3, 3, 3, 3, 3}, 3}, {u"main", u"changed.exe", {3, 3, 3, 3, 3}, 3},
+        {u"main", u"tampered.exe", {3, 3, 3, 3, 3}, 3},
+    };
     win32::Win32Platform platform;
-    tsLib::NullHashProviders hashProviders;
+    tsLib::NoHashProviders hashProviders;
     tsLib::TrustContext trust(platform, nullptr, hashProviders);
     const tsLib::VaneRef<tsLib::IVerifyTrust> verifier(trust.Create());
-    const std::u16string member = Sample(u"unsigned.exe");
-    for (const auto& [sample, verdict] :
-         {std::pair(u"unsigned.cat", TrustResult::NotTrusted), std::pair(u"signed.cat", TrustResult::Trusted)}) {
-        const CatalogForTest catalog(Sample(sample), u"halvora-test.cat");
-        tsLib::TrustReport report{};
-        report.size = sizeof(report);
-        EXPECT_EQ(verifier->DescribeFile(member.c_str(), 2, false, false, &report), verdict);
-        EXPECT_EQ((report.flags & tsLib::kThroughCatalog) != 0, verdict == TrustResult::Trusted);
-        EXPECT_EQ(std::u16string(report.catalogPath).ends_with(u"\\halvora-test.cat"), verdict == TrustResult::Trusted);
-        EXPECT_EQ(verifier->VerifyFile(member.c_str(), TrustLevel{3}), TrustResult::NotTrusted)
-            << "where catalogs do not count";
+    for (const auto& row : cases) {
+        SCOPED_TRACE(tsLib::ToUtf8(row.catalog + kind + u": " + row.file));
+        const std::u16string sample = Sample(row.catalog + kind + u".cat");
+        const CatalogForTest catalog(sample, win32::FromWide(kCatalog));
+        searched = win32::ToWide(sample);
+        const std::u16string path = Sample(row.file);
+        for (TrustLevel level = 1; level <= 5; ++level) {
+            tsLib::TrustReport report{};
+            report.size = sizeof(report);
+            const TrustResult verdict = verifier->DescribeFile(path.c_str(), level, false, false, &report);
+            EXPECT_EQ(verdict, static_cast<TrustResult>(row.verdicts[level - 1])) << "at level " << level;
+            EXPECT_TRUE(verdict != TrustResult::Trusted ||
+                        std::u16string(report.catalogPath).ends_with(u"\\halvora-test.cat"));
+        }
+        EXPECT_EQ(verifier->VerifyFileThorough(path.c_str(), 3), static_cast<TrustResult>(row.thorough));
     }
+}
+
+TEST(VerifierWithCatalogs, Member_IsTrustedThroughASha1Catalog_OnAnOldSystem) {
+    const ImportPatch old(GetModuleHandleW(nullptr), realGetProcAddress, &OldGetProcAddress);
+    ExpectVerdicts(u"");
+}
+
+// Wine's search takes no SHA-256 hash. This one looks at one catalog, as Wine does for the shorter hash.
+HCATINFO WINAPI Search(HCATADMIN admin, BYTE* hash, DWORD size, DWORD, HCATINFO* previous) {
+    HCATINFO found = nullptr;
+    if (*previous != nullptr) {
+        CryptCATAdminReleaseCatalogContext(admin, std::exchange(*previous, nullptr), 0);
+    } else {
+        const HANDLE catalog = CryptCATOpen(searched.data(), CRYPTCAT_OPEN_EXISTING, 0, 0, 0);
+        const CRYPTCATMEMBER* const member = CryptCATEnumerateMember(catalog, nullptr);
+        const auto& digest = member->pIndirectData->Digest;
+        if (digest.cbData == size && std::memcmp(digest.pbData, hash, size) == 0) {
+            found = CryptCATAdminAddCatalog(admin, searched.data(), kCatalog, 0);
+        }
+        CryptCATClose(catalog);
+    }
+    SetLastError(ERROR_NOT_FOUND);
+    return found;
+}
+
+TEST(VerifierWithCatalogs, Member_IsTrustedThroughASha256Catalog) {
+    if (!win32::Win32Platform::Instance().catalogs.HasSha256Hash()) {
+        GTEST_SKIP() << "this platform has none";
+    }
+    const auto imported = reinterpret_cast<decltype(&Search)>(
+        reinterpret_cast<void*>(GetProcAddress(LoadLibraryW(L"wintrust.dll"), "CryptCATAdminEnumCatalogFromHash")));
+    const ImportPatch search(GetModuleHandleW(nullptr), imported, &Search);
+    ExpectVerdicts(u"-sha256");
 }
 
 }  // namespace

@@ -52,8 +52,9 @@ TEST(Win32Arguments, TrustInAFile) {
     WINTRUST_FILE_INFO file{};
     file.cbStruct = sizeof(file);
     file.pcwszFilePath = ToWide(path);
+    file.hFile = reinterpret_cast<HANDLE>(0x5678);
     for (const auto& row : kTrustRows) {
-        FileTrustArguments arguments(path, row.action, row.revocation);
+        FileTrustArguments arguments(path, FileHandle{0x5678}, row.action, row.revocation);
         ExpectTrust(arguments, row, 1, &arguments.file);
         EXPECT_TRUE(Same(arguments.file, file));
     }
@@ -64,12 +65,13 @@ TEST(Win32Arguments, TrustInACatalogMember) {
     const std::u16string path = u"C:\\a.exe";
     const std::u16string tag = u"0A0B";
     std::array<std::byte, 20> hash{};
-    const CatalogMember member{catalog, path, tag, hash, CatalogContextHandle{0x1234}};
+    const CatalogMember member{catalog, path, FileHandle{0x5678}, tag, hash, CatalogContextHandle{0x1234}};
     WINTRUST_CATALOG_INFO info{};
     info.cbStruct = sizeof(WINTRUST_CATALOG_INFO) + sizeof(HCATADMIN);
     info.pcwszCatalogFilePath = ToWide(catalog);
     info.pcwszMemberTag = ToWide(tag);
     info.pcwszMemberFilePath = ToWide(path);
+    info.hMemberFile = reinterpret_cast<HANDLE>(0x5678);
     info.pbCalculatedFileHash = reinterpret_cast<BYTE*>(hash.data());
     info.cbCalculatedFileHash = 20;
     for (const auto& row : kTrustRows) {

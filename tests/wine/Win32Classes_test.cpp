@@ -84,9 +84,9 @@ TEST(Win32Classes, PathThatHoldsANul_IsNeverCutToAnotherName) {
     EXPECT_FALSE(platform.pathForms.RemoveFileSpec(text));
     TrustProvider& trust = platform.trustProvider;
     for (const TrustAnswer verdict :
-         {trust.VerifyFile(path, {}, {}), trust.VerifyCatalogMember({path, whole, whole, {}, {}}, {}, {}),
-          trust.VerifyCatalogMember({whole, path, whole, {}, {}}, {}, {}),
-          trust.VerifyCatalogMember({whole, whole, path, {}, {}}, {}, {})}) {
+         {trust.VerifyFile(path, {}, {}, {}), trust.VerifyCatalogMember({path, whole, {}, whole, {}, {}}, {}, {}),
+          trust.VerifyCatalogMember({whole, path, {}, whole, {}, {}}, {}, {}),
+          trust.VerifyCatalogMember({whole, whole, {}, path, {}, {}}, {}, {})}) {
         EXPECT_EQ(verdict, TRUST_E_SUBJECT_FORM_UNKNOWN);
     }
 }

@@ -75,6 +75,9 @@ std::string ContractTest::FileText(const std::u16string& path) { return GetBytes
 SystemError ContractTest::TryRemove(const std::u16string& path) {
     return Answer(DeleteFileW(AnyLength(path).c_str()) != FALSE);
 }
+SystemError ContractTest::TrySwap(const std::u16string& one, const std::u16string& other) {
+    return Answer(SwapNames(AnyLength(one), AnyLength(other)));
+}
 std::pair<SystemError, std::shared_ptr<void>> ContractTest::TryWrite(const std::u16string& path) {
     constexpr DWORD kSharing = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
     const HANDLE file = CreateFileW(AnyLength(path).c_str(), GENERIC_WRITE, kSharing, nullptr, OPEN_EXISTING,

@@ -52,6 +52,18 @@ bool RemoveTree(const std::wstring& path) {
 
 std::wstring AnyLength(const std::u16string& path) { return L"\\\\?\\" + std::wstring(ToWide(path)); }
 
+bool SwapNames(const std::wstring& one, const std::wstring& other) {
+    const std::wstring aside = one + L".aside";
+    if (!MoveFileExW(one.c_str(), aside.c_str(), 0)) {
+        return false;
+    }
+    const bool isDone = MoveFileExW(other.c_str(), one.c_str(), 0) != FALSE;
+    const DWORD error = GetLastError();
+    MoveFileExW(aside.c_str(), isDone ? other.c_str() : one.c_str(), 0);
+    SetLastError(error);
+    return isDone;
+}
+
 bool PutBytes(const std::u16string& path, std::string_view bytes) {
     std::ofstream file(AnyLength(path).c_str(), std::ios::binary);
     file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));

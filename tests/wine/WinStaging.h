@@ -26,6 +26,9 @@ struct ForTest {
 bool PutBytes(const std::u16string& path, std::string_view bytes);
 [[nodiscard]] std::string GetBytes(const std::u16string& path);
 
+// Exchanges two files or folders by renaming; neither has changed when that fails.
+bool SwapNames(const std::wstring& one, const std::wstring& other);
+
 // A new empty folder below the Windows folder's Temp. Something in it that is still open at the end is a failure of
 // this test, and of no other: no two folders are the same.
 class ScratchFolder : ForTest {

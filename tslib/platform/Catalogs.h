@@ -38,6 +38,7 @@ public:
 
     // Whether "CryptCATAdminCalcHashFromFileHandle2" is there, looked up as above.
     [[nodiscard]] virtual bool HasSha256Hash() const noexcept = 0;
+    // Of the whole file, wherever the handle stands; where it stands afterwards is not said.
     // One call of the platform, to be made twice: with an empty buffer to learn `size` in bytes, then with a buffer of
     // that size to fill. Success when the platform's call succeeded or, with an empty buffer, when it told a size.
     // Otherwise the platform's last error. `size` is always set, to 0 when the platform gave none.

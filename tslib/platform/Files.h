@@ -1,8 +1,10 @@
 // Files and folders: reading and searching.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 
@@ -30,6 +32,28 @@ enum class FileSharing : std::uint8_t {
     ReadersAndWriters,
 };
 
+// Which file it is, whatever its name: equal for all names of one file, and never for two files that exist at once.
+struct FileIdentity {
+    std::uint64_t volume = 0;  // its serial number
+    std::array<std::uint64_t, 2> file{};
+
+    bool operator==(const FileIdentity&) const = default;
+};
+
+// What does not stay the same when somebody changes the file, as far as its file system keeps it.
+struct FileState {
+    FileIdentity identity;
+    std::uint64_t size = 0;
+    // File times, 0 where the file system keeps none. Programs may set the time of the last write as they like; the
+    // time of the last change of anything, the times included, is harder to put back.
+    std::uint64_t lastWrite = 0;
+    std::uint64_t change = 0;
+    // The number of the file's last record in the volume's journal of changes, where it has one. It only grows.
+    std::optional<std::uint64_t> journalRecord;
+
+    bool operator==(const FileState&) const = default;
+};
+
 // Paths are full paths of any length; the implementation deals with the platform's limits. A missing file is
 // FileNotFound, a missing folder on the way PathNotFound. Outputs are untouched on failure; std::bad_alloc may be
 // thrown and nothing else. One search is used on one thread at a time.
@@ -40,6 +64,13 @@ public:
     // Opens an existing file for reading.
     virtual SystemError OpenForReading(const std::u16string& path, FileSharing sharing, FileHandle& file) = 0;
     virtual SystemError Size(FileHandle file, std::uint64_t& bytes) = 0;
+    virtual SystemError Identity(FileHandle file, FileIdentity& identity) = 0;
+    virtual SystemError State(FileHandle file, FileState& state) = 0;
+    // The path of an open file, always behind \\?\ and with a drive or a share, every link on the way resolved where
+    // the platform can (GetFinalPathNameByHandleW). PathNotFound for a volume without a drive letter.
+    virtual SystemError FinalPath(FileHandle file, std::u16string& path) = 0;
+    // Opens a folder so that it is neither renamed nor deleted while the handle is open.
+    virtual SystemError HoldFolder(const std::u16string& path, FileHandle& folder) = 0;
     // Reads at most buffer.size() bytes from the current position; count 0 with Success is the end of the file.
     virtual SystemError Read(FileHandle file, std::span<std::byte> buffer, std::size_t& count) = 0;
     virtual void Close(FileHandle file) noexcept = 0;

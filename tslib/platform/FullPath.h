@@ -30,4 +30,11 @@ namespace tsLib::platform {
     return StartsAtDrive(path) || StartsAtShare(path) || IsLiteralPath(path);
 }
 
+// Whether the path leads into a drive or a share, in either form: not to a pipe, a volume or another device.
+[[nodiscard]] constexpr bool IsOnDriveOrShare(std::u16string_view path) noexcept {
+    constexpr std::u16string_view kLiteralShare = u"\\\\?\\UNC\\";
+    return IsLiteralPath(path) ? StartsAtDrive(path.substr(4)) || path.starts_with(kLiteralShare)
+                               : StartsAtDrive(path) || StartsAtShare(path);
+}
+
 }  // namespace tsLib::platform

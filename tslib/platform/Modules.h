@@ -29,6 +29,9 @@ public:
     // (GetModuleFileNameW cuts it there).
     virtual SystemError FileName(ModuleHandle module, std::size_t capacity, std::u16string& path) = 0;
 
+    // The path of the file that a loaded or mapped module is a view of (K32GetMappedFileNameW), to be opened by Files.
+    virtual SystemError MappedFile(ModuleHandle module, std::u16string& path) = 0;
+
     // LoadLibraryExW with LOAD_WITH_ALTERED_SEARCH_PATH: what the module imports is searched beside it first.
     virtual SystemError LoadAltered(const std::u16string& path, ModuleHandle& module) = 0;
     // LoadLibraryW.
@@ -53,6 +56,7 @@ public:
     virtual SystemError MapResources(const std::u16string& path, ModuleHandle& module) = 0;
     // FreeLibrary. The handle is of no more use, whatever the answer.
     virtual SystemError UnmapResources(ModuleHandle module) noexcept = 0;
+    void DropResources(ModuleHandle module) noexcept { static_cast<void>(UnmapResources(module)); }
     // LoadStringW: copies string `id` and a terminator into the buffer, cut to fit. The number of characters copied
     // without the terminator; 0 when there is no such string, when it is empty, or when the buffer holds no character.
     // The module may also be one that was loaded to run.
@@ -64,5 +68,6 @@ protected:
 };
 
 using OwnedModule = Owned<Modules, ModuleHandle, &Modules::Free>;
+using OwnedResources = Owned<Modules, ModuleHandle, &Modules::DropResources>;
 
 }  // namespace tsLib::platform

@@ -32,6 +32,7 @@ enum class [[nodiscard]] SystemError : std::uint32_t {
     FileTooLarge = 223,
     MoreData = 234,
     NoMoreItems = 259,
+    FileInvalid = 1006,
     KeyDeleted = 1018,
     KeyHasChildren = 1020,
     NotFound = 1168,

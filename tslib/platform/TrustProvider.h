@@ -27,6 +27,7 @@ enum class RevocationCheck : std::uint8_t {
 struct CatalogMember {
     const std::u16string& catalogPath;
     const std::u16string& memberPath;
+    FileHandle memberFile;
     const std::u16string& memberTag;
     std::span<const std::byte> hash;
     CatalogContextHandle context;
@@ -38,7 +39,9 @@ inline constexpr std::uint32_t kPolicyAllowOnlyPermanentTrust = 0x40000;
 // Calls take no window and never show one. Any thread. Throws std::bad_alloc only.
 class TrustProvider {
 public:
-    virtual TrustAnswer VerifyFile(const std::u16string& path, TrustAction action, RevocationCheck revocation) = 0;
+    // The open file is what is verified; the path is its name.
+    virtual TrustAnswer VerifyFile(const std::u16string& path, FileHandle file, TrustAction action,
+                                   RevocationCheck revocation) = 0;
     virtual TrustAnswer VerifyCatalogMember(const CatalogMember& member, TrustAction action,
                                             RevocationCheck revocation) = 0;
     // WintrustGetRegPolicyFlags.

@@ -10,18 +10,12 @@
 namespace tsLib {
 
 CatalogFileHash::CatalogFileHash(const platform::Platform& platform, const CatalogContext& context,
-                                 const std::u16string& path, bool sha256) {
+                                 const platform::HeldFile& file, bool sha256) {
     const Tracer tracer(platform.trace);
-    platform::OwnedFile file(platform.files);
-    error_ = platform.files.OpenForReading(path, platform::FileSharing::Readers, file.Receive());
-    if (Failed(error_)) {
-        tracer.Warning(TraceEvent::CatalogFileUnopened, error_, path);
-        return;
-    }
     const bool useSha256 = sha256 && platform.catalogs.HasSha256Hash();
     const auto hash = [&](std::span<std::byte> buffer, std::uint32_t& size) {
-        return useSha256 ? platform.catalogs.Sha256Hash(context.Handle(), file.Get(), buffer, size)
-                         : platform.catalogs.Hash(file.Get(), buffer, size);
+        return useSha256 ? platform.catalogs.Sha256Hash(context.Handle(), file.Handle(), buffer, size)
+                         : platform.catalogs.Hash(file.Handle(), buffer, size);
     };
     std::uint32_t size = 0;
     error_ = hash({}, size);
@@ -35,7 +29,6 @@ CatalogFileHash::CatalogFileHash(const platform::Platform& platform, const Catal
         for (const std::byte byte : bytes_) {
             AppendHex<2>(tag_, std::to_integer<std::uint8_t>(byte));
         }
-        path_ = path;
     }
     tracer.Information(TraceEvent::CatalogHashMade, std::u16string_view(Successful() ? u"TRUE" : u"FALSE"),
                        bytes_.size(), error_);

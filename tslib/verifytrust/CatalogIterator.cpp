@@ -41,7 +41,7 @@ CatalogIterator::CatalogIterator(const platform::Platform& platform, const Catal
 
 namespace {
 
-bool FindOutSha256(const platform::Platform& platform, const std::u16string& path) {
+bool FindOutSha256(const platform::Platform& platform, const platform::HeldFile& file) {
     if (platform.system.IsAtLeast(6, 2)) {
         return true;
     }
@@ -49,15 +49,15 @@ bool FindOutSha256(const platform::Platform& platform, const std::u16string& pat
     if (!context.Acquired()) {
         return context.Sha256();
     }
-    const CatalogFileHash hash(platform, context, path, true);
+    const CatalogFileHash hash(platform, context, file, true);
     return !hash.Successful() || !CatalogIterator(platform, context, hash).AtEnd();
 }
 
 }  // namespace
 
 bool ChooseSha256(const platform::Platform& platform, platform::TrustAnswer embeddedAnswer,
-                  const std::u16string& path) {
-    const bool sha256 = FindOutSha256(platform, path);
+                  const platform::HeldFile& file) {
+    const bool sha256 = FindOutSha256(platform, file);
     Tracer(platform.trace).Verbose(TraceEvent::CatalogAlgorithmChosen, sha256, embeddedAnswer);
     return sha256;
 }

@@ -52,6 +52,6 @@ private:
 // lists the file, or when that cannot be found out although the system knows such catalogs. `embeddedAnswer` is what
 // the provider said of the file itself, for the trace. Throws std::bad_alloc only.
 [[nodiscard]] bool ChooseSha256(const platform::Platform& platform, platform::TrustAnswer embeddedAnswer,
-                                const std::u16string& path);
+                                const platform::HeldFile& file);
 
 }  // namespace tsLib

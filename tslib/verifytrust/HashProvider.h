@@ -5,7 +5,7 @@
 #include <memory>
 #include <string_view>
 
-#include "tslib/platform/Files.h"
+#include "tslib/platform/HeldFile.h"
 #include "tslib/platform/SystemError.h"
 
 namespace tsLib {
@@ -17,8 +17,16 @@ inline constexpr std::u16string_view kVerifyTrustResultValue = u"vtresult";
 
 enum class HashResultMode : std::uint32_t { Mode1 = 1, Mode2 = 2 };
 
-// Outputs are untouched on failure. NotFound when the provider knows nothing of the file or the value. Any exception
-// that an operation throws is taken as the failure of the verification in progress.
+// How a file is verified. Findings of one kind say nothing about another one.
+struct CheckKind {
+    bool driverMode = false;
+    std::int32_t revocationMode = 0;
+
+    bool operator==(const CheckKind&) const = default;
+};
+
+// Outputs are untouched on failure. NotFound when the provider knows nothing of the file or the value. Whatever an
+// operation throws means that the provider is of no use for the verification in progress, which is then made in full.
 class HashResult {
 public:
     virtual ~HashResult() = default;
@@ -36,9 +44,11 @@ public:
 class HashProvider {
 public:
     virtual ~HashProvider() = default;
-    // The record of an open file. The handle stays the caller's and is open while the record lives.
-    virtual platform::SystemError OpenRecord(platform::FileHandle file, std::u16string_view client,
+    // The record of a file, which is held while the record lives.
+    virtual platform::SystemError OpenRecord(const platform::HeldFile& file, CheckKind kind, std::u16string_view client,
                                              std::unique_ptr<HashRecord>& record) = 0;
+    // Told of the findings of each full check that trusted the file by its own signature, while it is still held.
+    virtual void Keep(const platform::HeldFile& file, CheckKind kind, std::uint32_t findings) = 0;
 };
 
 class HashProviders {
@@ -48,19 +58,6 @@ public:
 
 protected:
     ~HashProviders() = default;
-};
-
-// A provider that knows no file.
-class NullHashProvider final : public HashProvider {
-public:
-    platform::SystemError OpenRecord(platform::FileHandle, std::u16string_view, std::unique_ptr<HashRecord>&) override {
-        return platform::SystemError::NotFound;
-    }
-};
-
-class NullHashProviders final : public HashProviders {
-public:
-    [[nodiscard]] std::unique_ptr<HashProvider> Create() override { return std::make_unique<NullHashProvider>(); }
 };
 
 }  // namespace tsLib

@@ -4,8 +4,9 @@
 #include <string_view>
 #include <utility>
 
-#include "tslib/AsciiCase.h"
 #include "tslib/Tracer.h"
+#include "tslib/platform/AsciiCase.h"
+#include "tslib/platform/FullPath.h"
 
 namespace tsLib {
 
@@ -64,9 +65,7 @@ std::u16string FromNative(PathForms& forms, std::u16string_view path) {
     }
     if (StartsWith(path, kObjectManager)) {
         const std::u16string_view rest = path.substr(kObjectManager.size());
-        const bool drive =
-            rest.size() >= 2 && LowerAscii(rest[0]) >= u'a' && LowerAscii(rest[0]) <= u'z' && rest[1] == u':';
-        return Joined(drive ? u"" : u"\\\\?\\", rest);
+        return Joined(platform::StartsAtDrive(rest) ? u"" : u"\\\\?\\", rest);
     }
     return {};
 }
@@ -83,6 +82,9 @@ void TakeLongForm(PathForms& forms, const Tracer& tracer, std::u16string& path) 
 }  // namespace
 
 std::u16string NormalizePath(const platform::Platform& platform, const std::u16string& path) {
+    if (platform::IsLiteralPath(path)) {
+        return path;
+    }
     PathForms& forms = platform.pathForms;
     const Tracer tracer(platform.trace);
     std::u16string normalized;
@@ -96,6 +98,11 @@ std::u16string NormalizePath(const platform::Platform& platform, const std::u16s
         TakeLongForm(forms, tracer, normalized);
     }
     return normalized;
+}
+
+std::u16string SystemPath(const platform::Platform& platform, const std::u16string& path) {
+    std::u16string rewritten = FromNative(platform.pathForms, path);
+    return rewritten.empty() ? path : rewritten;
 }
 
 }  // namespace tsLib

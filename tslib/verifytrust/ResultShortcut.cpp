@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "tslib/IVerifyTrust.h"
+#include "tslib/platform/Boundary.h"
 #include "tslib/verifytrust/ProviderTimer.h"
 
 namespace tsLib {
@@ -12,17 +13,18 @@ using platform::SystemError;
 namespace {
 
 // Only a word that was read changes the output.
-bool ReadWord(const platform::Platform& platform, HashProvider& provider, platform::FileHandle file,
-              const ShortcutRequest& request, std::uint32_t& word) {
+bool ReadWord(const platform::Platform& platform, HashProvider& provider, const ShortcutRequest& request,
+              std::uint32_t& word) {
     const auto timed = [&](std::u16string_view what, auto&& call) {
-        return TimedCall(platform, TraceEvent::TrustHashProviderSlow, what, request.path, call);
+        return TimedCall(platform, TraceEvent::TrustHashProviderSlow, what, request.file.Name(), call);
     };
     const auto absent = [&platform](SystemError error, std::uint32_t step) {
         Tracer(platform.trace).Verbose(TraceEvent::TrustShortcutAbsent, error, step);
         return false;
     };
     std::unique_ptr<HashRecord> record;
-    SystemError error = timed(u"OpenRecord", [&] { return provider.OpenRecord(file, kHashProviderName, record); });
+    SystemError error = timed(
+        u"OpenRecord", [&] { return provider.OpenRecord(request.file, request.kind, kHashProviderName, record); });
     if (Failed(error) || record == nullptr) {
         return absent(error, 1);
     }
@@ -51,25 +53,24 @@ bool WordSatisfies(std::uint32_t word, TrustLevel level, bool driverMode) noexce
 }
 
 std::optional<TrustResult> VerdictFromShortcut(const platform::Platform& platform, HashProvider& provider,
-                                               const ShortcutRequest& request, bool& systemComponent) {
+                                               const ShortcutRequest& request, bool& systemComponent) noexcept {
     const Tracer tracer(platform.trace);
-    platform::OwnedFile file(platform.files);
-    if (const SystemError error =
-            platform.files.OpenForReading(request.path, platform::FileSharing::Readers, file.Receive());
-        Failed(error)) {
-        tracer.Information(TraceEvent::TrustShortcutUnopened, error, request.path);
-        return TrustResult::FileError;
-    }
     std::uint32_t word{};
-    if (!ReadWord(platform, provider, file.Get(), request, word) || (word & kDoNotRelyOnCached) != 0) {
+    const auto thrown = [&tracer] {
+        tracer.Warning(TraceEvent::TrustHashProviderThrew);
+        return false;
+    };
+    if (!AtBoundary(thrown, [&] { return ReadWord(platform, provider, request, word); }) ||
+        (word & kDoNotRelyOnCached) != 0) {
         return std::nullopt;
     }
+    const bool driverMode = request.kind.driverMode;
     const auto verdict =
-        WordSatisfies(word, request.level, request.driverMode) ? TrustResult::Trusted : TrustResult::NotTrusted;
+        WordSatisfies(word, request.level, driverMode) ? TrustResult::Trusted : TrustResult::NotTrusted;
     tracer.Verbose(TraceEvent::TrustShortcutAnswer, word, request.level, static_cast<std::uint32_t>(verdict));
     if (verdict == TrustResult::Trusted) {
         systemComponent = (word & kSystemComponent) != 0;
-    } else if (request.driverMode) {
+    } else if (driverMode) {
         return std::nullopt;
     }
     return verdict;

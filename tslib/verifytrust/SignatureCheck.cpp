@@ -32,22 +32,32 @@ public:
         : platform_(platform), check_(check), findings_(findings) {}
 
     TrustAnswer AskEmbedded() {
-        return Ask([this] { return platform_.trustProvider.VerifyFile(check_.path, action_, revocation_); });
+        return Ask([this] {
+            return platform_.trustProvider.VerifyFile(check_.file.Name(), check_.file.Handle(), action_, revocation_);
+        });
     }
 
     // Nothing when no catalog context can be had.
     std::optional<TrustAnswer> AskCatalogs(TrustAnswer embeddedAnswer) {
-        const bool sha256 = ChooseSha256(platform_, embeddedAnswer, check_.path);
+        const bool sha256 = ChooseSha256(platform_, embeddedAnswer, check_.file);
         const CatalogContext context(platform_, sha256);
         if (!context.Acquired()) {
             return std::nullopt;
         }
-        const CatalogFileHash hash(platform_, context, check_.path, sha256);
+        const CatalogFileHash hash(platform_, context, check_.file, sha256);
         if (!hash.Successful()) {
             return hash.Error() == SystemError::InvalidParameter ? kSubjectNotTrusted : kSubjectFormUnknown;
         }
         for (CatalogIterator list(platform_, context, hash); !list.AtEnd(); list.Advance()) {
-            const platform::CatalogMember member{list.Path(), hash.Path(), hash.Tag(), hash.Bytes(), context.Handle()};
+            // Also while its signer is read.
+            findings_.catalog = std::make_unique<platform::HeldFile>(platform_.files, list.Path());
+            if (!*findings_.catalog) {
+                Tracer(platform_.trace).Warning(TraceEvent::CatalogNotHeld, findings_.catalog->Error(), list.Path());
+                continue;
+            }
+            const platform::CatalogMember member{
+                findings_.catalog->Name(), check_.file.Name(), check_.file.Handle(), hash.Tag(), hash.Bytes(),
+                context.Handle()};
             const TrustAnswer answer =
                 Ask([&] { return platform_.trustProvider.VerifyCatalogMember(member, action_, revocation_); });
             if (answer == 0) {
@@ -56,6 +66,7 @@ public:
             }
             Tracer(platform_.trace).Verbose(TraceEvent::CatalogMemberRefused, answer, list.Path());
         }
+        findings_.catalog.reset();
         return kSubjectNotTrusted;
     }
 
@@ -63,7 +74,7 @@ private:
     template <class Call>
     TrustAnswer Ask(Call&& call) {
         const std::u16string_view action =
-            check_.driverMode ? u"DRIVER_ACTION_VERIFY" : u"WINTRUST_ACTION_GENERIC_VERIFY_V2";
+            check_.kind.driverMode ? u"DRIVER_ACTION_VERIFY" : u"WINTRUST_ACTION_GENERIC_VERIFY_V2";
         findings_.platformAnswer = TimedCall(platform_, TraceEvent::TrustProviderSlow, action, check_.path, call);
         return findings_.platformAnswer;
     }
@@ -71,9 +82,9 @@ private:
     const platform::Platform& platform_;
     const FileCheck& check_;
     SignatureFindings& findings_;
-    const TrustAction action_ = check_.driverMode ? TrustAction::DriverVerify : TrustAction::GenericVerifyV2;
+    const TrustAction action_ = check_.kind.driverMode ? TrustAction::DriverVerify : TrustAction::GenericVerifyV2;
     const RevocationCheck revocation_ =
-        check_.revocationMode == kRevocationWholeChain ? RevocationCheck::WholeChain : RevocationCheck::None;
+        check_.kind.revocationMode == kRevocationWholeChain ? RevocationCheck::WholeChain : RevocationCheck::None;
 };
 
 }  // namespace

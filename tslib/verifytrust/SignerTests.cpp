@@ -73,13 +73,13 @@ SignerSubject ReadSubject(platform::Signatures& signatures, CertificateHandle ce
 }
 
 TrustResult JudgeSigner(const Platform& platform, CertificateHandle certificate, const SignerSubject& subject,
-                        TrustLevel level, bool driverMode, std::uint32_t& flags) {
+                        TrustLevel level, bool driverMode, std::uint32_t& flags, bool& systemComponent) {
     using enum SignerAttribute;
     if (certificate == CertificateHandle{} || level == 0) {
         return TrustResult::InvalidArgument;
     }
-    bool systemComponent = false;
     bool driver = false;
+    systemComponent = false;
     if (!HasAcceptedUsage(platform, certificate, systemComponent, driver) &&
         !HasAcceptedSubject(platform, certificate)) {
         return TrustResult::NotTrusted;

@@ -24,8 +24,10 @@ using SignerSubject = std::array<std::optional<std::u16string>, kSignerAttribute
 // Test D: common name, organisation, locality, state and country are those of one. Needed at level 5.
 // Levels above 5 need what level 1 needs. In driver mode the certificate must also carry the usage
 // 1.3.6.1.4.1.311.10.3.5 beside code signing. `subject` is the certificate's; `flags` gains what was found, by
-// TrustFlags. Trusted, NotTrusted, or InvalidArgument for no certificate or level 0. Throws std::bad_alloc only.
+// TrustFlags, and `systemComponent` tells of the usage 1.3.6.1.4.1.311.10.3.6 beside code signing, as test A finds it.
+// Trusted, NotTrusted, or InvalidArgument for no certificate or level 0. Throws std::bad_alloc only.
 TrustResult JudgeSigner(const platform::Platform& platform, platform::CertificateHandle certificate,
-                        const SignerSubject& subject, TrustLevel level, bool driverMode, std::uint32_t& flags);
+                        const SignerSubject& subject, TrustLevel level, bool driverMode, std::uint32_t& flags,
+                        bool& systemComponent);
 
 }  // namespace tsLib

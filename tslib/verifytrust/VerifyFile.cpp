@@ -13,13 +13,13 @@ using platform::SystemError;
 namespace {
 
 TrustResult CheckSigner(const platform::Platform& platform, const FileCheck& check, FileFindings& findings) {
-    const bool throughCatalog = !findings.catalogPath.empty();
+    const bool throughCatalog = findings.catalog != nullptr;
     if (throughCatalog) {
         findings.flags |= kThroughCatalog;
     }
     // A catalog is opened in the form of an embedded signature, too. A platform that does not take its content for one
     // leaves the signer of such a file unknown.
-    const std::u16string& signedFile = throughCatalog ? findings.catalogPath : check.path;
+    const std::u16string& signedFile = throughCatalog ? findings.catalog->Name() : check.file.Name();
     const Tracer tracer(platform.trace);
     const auto fails = [&](TraceEvent event, SystemError error) {
         if (Failed(error)) {
@@ -50,8 +50,8 @@ TrustResult CheckSigner(const platform::Platform& platform, const FileCheck& che
     findings.flags |= kSignerFound;
 
     findings.subject = ReadSubject(signatures, certificate.Get());
-    const TrustResult verdict =
-        JudgeSigner(platform, certificate.Get(), findings.subject, check.level, check.driverMode, findings.flags);
+    const TrustResult verdict = JudgeSigner(platform, certificate.Get(), findings.subject, check.level,
+                                            check.kind.driverMode, findings.flags, findings.systemComponent);
     tracer.Information(TraceEvent::TrustSignerJudged, findings.flags, check.level, static_cast<std::uint32_t>(verdict));
     return verdict;
 }
@@ -59,10 +59,16 @@ TrustResult CheckSigner(const platform::Platform& platform, const FileCheck& che
 }  // namespace
 
 TrustResult VerifyFile(const platform::Platform& platform, const FileCheck& check, FileFindings& findings) {
-    std::uint32_t attributes{};
-    if (const SystemError error = platform.files.Attributes(check.path, attributes); Failed(error)) {
-        Tracer(platform.trace).Information(TraceEvent::TrustFileNotFound, error, check.path);
-        return TrustResult::FileError;
+    if (!check.file) {
+        const Tracer tracer(platform.trace);
+        std::uint32_t attributes{};
+        if (const SystemError error = platform.files.Attributes(check.path, attributes); Failed(error)) {
+            tracer.Information(TraceEvent::TrustFileNotFound, error, check.path);
+            return TrustResult::FileError;
+        }
+        // What it is now says nothing of what it will be.
+        tracer.Warning(TraceEvent::TrustFileNotHeld, check.file.Error(), check.path);
+        return TrustResult::NotTrusted;
     }
     const TrustResult signature = CheckSignature(platform, check, findings);
     const bool refused = signature != TrustResult::Trusted;

@@ -17,7 +17,7 @@ bool IsAbsent(const char16_t* path, TrustLevel level) noexcept {
 }
 
 bool IsSystemComponent(TrustResult verdict, const FileFindings& findings) noexcept {
-    return verdict == TrustResult::Trusted && (findings.flags & kSystemComponent) != 0;
+    return verdict == TrustResult::Trusted && findings.systemComponent;
 }
 
 }  // namespace
@@ -48,11 +48,7 @@ std::uint32_t tsVerifyTrustImpl::Initialize(bool loadSettings) noexcept {
     if (loadSettings) {
         SetAlternatePolicyOption(!context_.policy || context_.policy->IsAlternateTrustPolicy());
     }
-    const auto without = [this]() -> HashProvider* {
-        tracer_.Warning(TraceEvent::TrustNoHashProvider);
-        return nullptr;
-    };
-    (void)AtBoundary(without, [this] { return EnsureHashProvider(); });
+    (void)EnsureHashProvider();
     return 1;
 }
 
@@ -63,38 +59,57 @@ void tsVerifyTrustImpl::ResetSettings() noexcept {
     providerMode2_ = initial_.providerMode2;
 }
 
-HashProvider* tsVerifyTrustImpl::EnsureHashProvider() {
-    const std::lock_guard lock(hashProviderMutex_);
-    if (hashProvider_ == nullptr) {
-        hashProvider_ = context_.hashProviders.Create();
+// Without a lock, for making one is others' code: of two that are made at the same time one goes again.
+HashProvider* tsVerifyTrustImpl::EnsureHashProvider() noexcept {
+    if (HashProvider* const known = hashProvider_.load(std::memory_order_acquire); known != nullptr) {
+        return known;
     }
-    return hashProvider_.get();
+    std::unique_ptr<HashProvider> made =
+        AtBoundary([] { return std::unique_ptr<HashProvider>(); }, [this] { return context_.hashProviders.Create(); });
+    if (made == nullptr) {
+        tracer_.Warning(TraceEvent::TrustNoHashProvider);
+        return nullptr;
+    }
+    HashProvider* expected = nullptr;
+    return hashProvider_.compare_exchange_strong(expected, made.get(), std::memory_order_acq_rel) ? made.release()
+                                                                                                  : expected;
 }
 
 std::int32_t tsVerifyTrustImpl::RevocationMode() const noexcept {
     return alternatePolicy_ ? kRevocationNone : kRevocationWholeChain;
 }
 
-TrustResult tsVerifyTrustImpl::Verify(const char16_t* path, TrustLevel level, bool driverMode, bool& systemComponent) {
-    if (IsAbsent(path, level)) {
-        return TrustResult::InvalidArgument;
-    }
-    const std::u16string normalized = NormalizePath(platform_, path);
+TrustResult tsVerifyTrustImpl::Verify(const std::u16string& path, TrustLevel level, bool driverMode,
+                                      bool& systemComponent) {
+    // A kept word is asked for by the handle alone.
+    platform::HeldFile file(platform_.files, path, platform::HeldFile::What::FileAlone);
+    const CheckKind kind{driverMode, RevocationMode()};
     HashProvider* const provider = EnsureHashProvider();
     if (useResultShortcut_ && provider != nullptr && level != 5) {
+        if (!file) {
+            tracer_.Information(TraceEvent::TrustShortcutUnopened, file.Error(), path);
+            return TrustResult::FileError;
+        }
         const auto mode = providerMode2_ ? HashResultMode::Mode2 : HashResultMode::Mode1;
         if (const auto verdict =
-                VerdictFromShortcut(platform_, *provider, {normalized, level, driverMode, mode}, systemComponent)) {
+                VerdictFromShortcut(platform_, *provider, {file, level, kind, mode}, systemComponent)) {
             return *verdict;
         }
     }
-    const FileCheck check{normalized, level, driverMode, false, RevocationMode()};
-    return useFileCache_ ? VerifyThroughCache(check, systemComponent) : VerifyWithoutCache(check, systemComponent);
+    file.HoldName();
+    const FileCheck check{path, file, level, kind, false};
+    if (useFileCache_) {
+        return VerifyThroughCache(check, systemComponent);
+    }
+    FileFindings findings;
+    const TrustResult verdict = VerifyAndKeep(check, findings);
+    systemComponent = IsSystemComponent(verdict, findings);
+    return verdict;
 }
 
 TrustResult tsVerifyTrustImpl::VerifyThroughCache(const FileCheck& check, bool& systemComponent) {
-    const std::uint8_t optionA = check.driverMode ? 1 : 0;
-    const std::int32_t optionB = check.revocationMode;
+    const std::uint8_t optionA = check.kind.driverMode ? 1 : 0;
+    const std::int32_t optionB = check.kind.revocationMode;
     std::uint8_t extraFlag{};
     bool conflict{};
     TrustResult kept = context_.cache.Lookup(check.path, check.level, optionA, extraFlag, optionB, conflict);
@@ -104,10 +119,13 @@ TrustResult tsVerifyTrustImpl::VerifyThroughCache(const FileCheck& check, bool& 
         systemComponent = extraFlag != 0;
         return kept;
     }
-    const TrustResult verdict = VerifyWithoutCache(check, systemComponent);
+    FileFindings findings;
+    const TrustResult verdict = VerifyAndKeep(check, findings);
+    systemComponent = IsSystemComponent(verdict, findings);
     if (verdict == TrustResult::Trusted) {
-        kept = context_.cache.Add(check.path, systemComponent ? 4 : check.level, optionA, systemComponent ? 1 : 0,
-                                  optionB);
+        // The bit needs test C too, the caller's flag does not.
+        const TrustLevel level = (findings.flags & kSystemComponent) != 0 ? 4 : check.level;
+        kept = context_.cache.Add(check.path, level, optionA, systemComponent ? 1 : 0, optionB);
         if (kept != TrustResult::Trusted) {
             tracer_.Warning(TraceEvent::TrustCacheNotKept, static_cast<std::uint32_t>(kept), check.path);
         }
@@ -115,17 +133,25 @@ TrustResult tsVerifyTrustImpl::VerifyThroughCache(const FileCheck& check, bool& 
     return verdict;
 }
 
-TrustResult tsVerifyTrustImpl::VerifyWithoutCache(const FileCheck& check, bool& systemComponent) const {
-    FileFindings findings;
+TrustResult tsVerifyTrustImpl::VerifyAndKeep(const FileCheck& check, FileFindings& findings) {
     const TrustResult verdict = tsLib::VerifyFile(platform_, check, findings);
-    systemComponent = IsSystemComponent(verdict, findings);
+    // A catalog may go, and says nothing at level 3. And the word has no place for a system component without test C.
+    const bool isWhole = findings.systemComponent == ((findings.flags & kSystemComponent) != 0);
+    HashProvider* const provider = hashProvider_.load(std::memory_order_acquire);
+    if (verdict == TrustResult::Trusted && findings.catalog == nullptr && isWhole && provider != nullptr) {
+        const auto thrown = [this] { tracer_.Warning(TraceEvent::TrustHashProviderThrew); };
+        AtBoundary(thrown, [&] { provider->Keep(check.file, check.kind, findings.flags); });
+    }
     return verdict;
 }
 
 TrustResult tsVerifyTrustImpl::VerifyFile(const char16_t* path, TrustLevel level, bool driverMode,
                                           bool* systemComponent) noexcept {
     bool component = false;
-    const TrustResult verdict = AtVerdictBoundary([&] { return Verify(path, level, driverMode, component); });
+    const TrustResult verdict = AtVerdictBoundary([&] {
+        return IsAbsent(path, level) ? TrustResult::InvalidArgument
+                                     : Verify(NormalizePath(platform_, path), level, driverMode, component);
+    });
     if (systemComponent != nullptr) {
         *systemComponent = component && verdict == TrustResult::Trusted;
     }
@@ -177,7 +203,8 @@ TrustResult tsVerifyTrustImpl::VerifyFully(const char16_t* path, TrustLevel leve
         return TrustResult::InvalidArgument;
     }
     const std::u16string normalized = NormalizePath(platform_, path);
-    return tsLib::VerifyFile(platform_, {normalized, level, driverMode, thorough, RevocationMode()}, findings);
+    const platform::HeldFile file(platform_.files, normalized);
+    return tsLib::VerifyFile(platform_, {normalized, file, level, {driverMode, RevocationMode()}, thorough}, findings);
 }
 
 TrustResult tsVerifyTrustImpl::VerifyFileThorough(const char16_t* path, TrustLevel level) noexcept {

@@ -4,7 +4,6 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 
 #include "tslib/IVaneBaseImpl.h"
@@ -28,6 +27,7 @@ struct VerifierOptions {
 class tsVerifyTrustImpl : public IVaneBaseImpl<CVaneThreadSafeRefCount, IVerifyTrust, kIVerifyTrustId> {
 public:
     tsVerifyTrustImpl(TrustContext& context, const VerifierOptions& options) noexcept;
+    ~tsVerifyTrustImpl() override { delete hashProvider_.load(); }
 
     std::uint32_t Initialize(bool loadSettings) noexcept override;
     void ResetSettings() noexcept override;
@@ -60,19 +60,21 @@ private:
     TrustResult AtVerdictBoundary(Body&& body) const noexcept;
     // Returns the verdict. A null path is an empty one.
     TrustResult Traced(TrustResult verdict, TrustLevel level, const char16_t* path) const noexcept;
-    // Verifies the file whose path `find` puts out; FileError when it answers false, and has traced why.
+    // Verifies the file whose path `find` puts out, as it stands; FileError when it answers false, and has traced why.
     template <class Find>
     TrustResult VerifyFound(TrustLevel level, Find&& find) noexcept;
     [[nodiscard]] bool FindProcess(std::uint32_t processId, std::u16string& path) const;
 
-    // The full form, with its shortcuts and without its boundary.
-    TrustResult Verify(const char16_t* path, TrustLevel level, bool driverMode, bool& systemComponent);
+    // The full form, with its shortcuts and without its boundary, for a path that is taken as it is.
+    TrustResult Verify(const std::u16string& path, TrustLevel level, bool driverMode, bool& systemComponent);
     TrustResult VerifyThroughCache(const FileCheck& check, bool& systemComponent);
-    TrustResult VerifyWithoutCache(const FileCheck& check, bool& systemComponent) const;
+    // The full check, whose findings the provider may keep.
+    TrustResult VerifyAndKeep(const FileCheck& check, FileFindings& findings);
     // The full check alone.
     TrustResult VerifyFully(const char16_t* path, TrustLevel level, bool driverMode, bool thorough,
                             FileFindings& findings) const;
-    HashProvider* EnsureHashProvider();
+    // Null when there is none.
+    HashProvider* EnsureHashProvider() noexcept;
     [[nodiscard]] std::int32_t RevocationMode() const noexcept;
 
     TrustContext& context_;
@@ -83,8 +85,7 @@ private:
     std::atomic<bool> useFileCache_;
     std::atomic<bool> useResultShortcut_;
     std::atomic<bool> providerMode2_;
-    std::mutex hashProviderMutex_;
-    std::unique_ptr<HashProvider> hashProvider_;  // once made, it stays for the verifier's life
+    std::atomic<HashProvider*> hashProvider_{nullptr};  // once made, it stays for the verifier's life
 };
 
 template <class Body>

@@ -2,6 +2,8 @@
 #include <cstddef>
 
 #include "tslib/RegistryText.h"
+#include "tslib/platform/FullPath.h"
+#include "tslib/verifytrust/NormalizedPath.h"
 #include "tslib/verifytrust/tsVerifyTrustImpl.h"
 
 namespace tsLib {
@@ -55,13 +57,17 @@ TrustResult Remembering(std::atomic<bool>& trusted, TrustLevel level, Verify&& v
 template <class Find>
 TrustResult tsVerifyTrustImpl::VerifyFound(TrustLevel level, Find&& find) noexcept {
     std::u16string path;
-    const TrustResult found = AtVerdictBoundary([&] {
+    bool systemComponent = false;
+    const TrustResult verdict = AtVerdictBoundary([&] {
         if (level == 0) {
             return TrustResult::InvalidArgument;
         }
-        return find(path) ? TrustResult::Trusted : TrustResult::FileError;
+        if (!find(path)) {
+            return TrustResult::FileError;
+        }
+        return path.empty() ? TrustResult::InvalidArgument : Verify(path, level, false, systemComponent);
     });
-    return found == TrustResult::Trusted ? VerifyFile(path.c_str(), level) : Traced(found, level, nullptr);
+    return Traced(verdict, level, path.c_str());
 }
 
 // Of this process not even a handle is needed.
@@ -71,8 +77,10 @@ bool tsVerifyTrustImpl::FindProcess(std::uint32_t processId, std::u16string& pat
                                   : platform_.processes.ImageFileName(processId, path);
     if (Failed(error)) {
         tracer_.Warning(TraceEvent::TrustProcessUnresolved, error, processId);
+        return false;
     }
-    return Succeeded(error);
+    path = SystemPath(platform_, path);
+    return true;
 }
 
 TrustResult tsVerifyTrustImpl::VerifyProcess(std::uint32_t processId, TrustLevel level) noexcept {
@@ -101,15 +109,22 @@ TrustResult tsVerifyTrustImpl::VerifyModule(platform::ModuleHandle module, Trust
         const SystemError error = platform_.modules.FileName(module, kModulePathCapacity, path);
         if (Failed(error)) {
             tracer_.Warning(TraceEvent::TrustModuleUnresolved, error);
+            return false;
         }
-        return Succeeded(error);
+        path = SystemPath(platform_, path);
+        return true;
     });
 }
 
 TrustResult tsVerifyTrustImpl::VerifyComServer(const Guid& classId, TrustLevel level) noexcept {
     return VerifyFound(level, [&](std::u16string& path) {
         const std::u16string text = ToText(classId);
-        const SystemError error = ReadComServer(platform_.registry, text, path);
+        SystemError error = ReadComServer(platform_.registry, text, path);
+        if (Succeeded(error)) {
+            path = NormalizePath(platform_, path);
+            // The platform would search for it; what it finds depends on the process that asks.
+            error = path.empty() || platform::IsFullyQualified(path) ? error : SystemError::ModuleNotFound;
+        }
         if (Failed(error)) {
             tracer_.Warning(TraceEvent::TrustComServerUnresolved, error, text);
         }

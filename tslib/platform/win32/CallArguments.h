@@ -22,6 +22,13 @@ inline OpenArguments ReadingArguments(const wchar_t* path, FileSharing sharing) 
     return {path, GENERIC_READ, FILE_SHARE_READ | writers, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr};
 }
 
+// Listing a folder is what makes the platform look at sharing; deleting and renaming are not shared.
+inline OpenArguments FolderArguments(const wchar_t* path) noexcept {
+    return {path,    FILE_LIST_DIRECTORY, FILE_SHARE_READ | FILE_SHARE_WRITE,
+            nullptr, OPEN_EXISTING,       FILE_FLAG_BACKUP_SEMANTICS,
+            nullptr};
+}
+
 inline OpenArguments WritingArguments(const wchar_t* path) noexcept {
     constexpr DWORD kAnybody = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
     return {path, GENERIC_WRITE, kAnybody, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr};

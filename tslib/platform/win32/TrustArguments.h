@@ -39,10 +39,12 @@ struct TrustArguments {
 
 // The paths are in the platform's form. All texts and bytes must outlive this.
 struct FileTrustArguments : TrustArguments {
-    FileTrustArguments(const std::u16string& path, TrustAction action, RevocationCheck revocation) noexcept
+    FileTrustArguments(const std::u16string& path, FileHandle opened, TrustAction action,
+                       RevocationCheck revocation) noexcept
         : TrustArguments(action, revocation) {
         file.cbStruct = sizeof(file);
         file.pcwszFilePath = ToWide(path);
+        file.hFile = FromSeam<HANDLE>(opened);
         data.dwUnionChoice = WTD_CHOICE_FILE;
         data.pFile = &file;
     }
@@ -57,6 +59,7 @@ struct CatalogTrustArguments : TrustArguments {
         catalog.base.pcwszCatalogFilePath = ToWide(member.catalogPath);
         catalog.base.pcwszMemberTag = ToWide(member.memberTag);
         catalog.base.pcwszMemberFilePath = ToWide(member.memberPath);
+        catalog.base.hMemberFile = FromSeam<HANDLE>(member.memberFile);
         // The platform declares the bytes as writable and only reads them.
         catalog.base.pbCalculatedFileHash = const_cast<BYTE*>(reinterpret_cast<const BYTE*>(member.hash.data()));
         catalog.base.cbCalculatedFileHash = static_cast<DWORD>(member.hash.size());

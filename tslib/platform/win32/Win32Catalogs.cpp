@@ -23,8 +23,10 @@ BYTE* Bytes(std::span<std::byte> buffer) noexcept {
 }
 
 // Both hash functions agree on this: with no buffer they tell the size, and some systems call that a failure.
+// Some read from where the handle stands.
 template <class Call>
-SystemError HashWith(Call call, std::span<std::byte> buffer, std::uint32_t& size) {
+SystemError HashWith(FileHandle file, Call call, std::span<std::byte> buffer, std::uint32_t& size) {
+    SetFilePointerEx(FromSeam<HANDLE>(file), {}, nullptr, FILE_BEGIN);
     auto bytes = static_cast<DWORD>(buffer.size());
     SetLastError(ERROR_SUCCESS);
     const BOOL done = call(&bytes, Bytes(buffer));
@@ -102,6 +104,7 @@ bool Win32Catalogs::HasSha256Hash() const noexcept { return FindCalcHash2() != n
 
 SystemError Win32Catalogs::Hash(FileHandle file, std::span<std::byte> buffer, std::uint32_t& size) {
     return HashWith(
+        file,
         [file](DWORD* bytes, BYTE* data) {
             return CryptCATAdminCalcHashFromFileHandle(FromSeam<HANDLE>(file), bytes, data, 0);
         },
@@ -116,6 +119,7 @@ SystemError Win32Catalogs::Sha256Hash(CatalogContextHandle context, FileHandle f
         return SystemError::ProcedureNotFound;
     }
     return HashWith(
+        file,
         [=](DWORD* bytes, BYTE* data) {
             return calculate(FromSeam<HCATADMIN>(context), FromSeam<HANDLE>(file), bytes, data, 0);
         },

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 // After windows.h.
+#include <psapi.h>
 #include <tlhelp32.h>
 
 #include <algorithm>
@@ -62,6 +63,24 @@ SystemError Win32Modules::FileName(ModuleHandle module, std::size_t capacity, st
     }
     name.resize(length);
     path = std::move(name);
+    return SystemError::Success;
+}
+
+SystemError Win32Modules::MappedFile(ModuleHandle module, std::u16string& path) {
+    // A module that was mapped for its resources has marks in the lowest bits of its address.
+    const auto address = static_cast<std::uintptr_t>(module) & ~std::uintptr_t{3};
+    std::u16string name;
+    const bool isKnown = FillText(MAX_PATH, name, [&](wchar_t* buffer, DWORD size) -> std::size_t {
+        const DWORD length = K32GetMappedFileNameW(GetCurrentProcess(), reinterpret_cast<void*>(address), buffer, size);
+        return length + 1 >= size && size < 0x8000 ? size * 2 : WithTerminator(length);  // it cuts without a word
+    });
+    if (!isKnown) {
+        return LastFailure();
+    }
+    // Windows tells \Device\HarddiskVolume1\x, Wine \??\C:\x.
+    constexpr std::u16string_view kObjectManager = u"\\??\\";
+    path = name.starts_with(kObjectManager) ? u"\\\\?\\" + name.substr(kObjectManager.size())
+                                            : u"\\\\?\\GLOBALROOT" + name;
     return SystemError::Success;
 }
 

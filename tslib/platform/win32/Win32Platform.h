@@ -45,6 +45,10 @@ public:
     SystemError Attributes(const std::u16string& path, std::uint32_t& attributes) override;
     SystemError OpenForReading(const std::u16string& path, FileSharing sharing, FileHandle& file) override;
     SystemError Size(FileHandle file, std::uint64_t& bytes) override;
+    SystemError Identity(FileHandle file, FileIdentity& identity) override;
+    SystemError State(FileHandle file, FileState& state) override;
+    SystemError FinalPath(FileHandle file, std::u16string& path) override;
+    SystemError HoldFolder(const std::u16string& path, FileHandle& folder) override;
     SystemError Read(FileHandle file, std::span<std::byte> buffer, std::size_t& count) override;
     void Close(FileHandle file) noexcept override;
     SystemError FindFirst(const std::u16string& pattern, SearchHandle& search, FoundEntry& entry) override;
@@ -57,6 +61,7 @@ class Win32Modules final : public Modules {
 public:
     [[nodiscard]] ModuleHandle Own() const noexcept override;
     SystemError FileName(ModuleHandle module, std::size_t capacity, std::u16string& path) override;
+    SystemError MappedFile(ModuleHandle module, std::u16string& path) override;
     SystemError LoadAltered(const std::u16string& path, ModuleHandle& module) override;
     SystemError Load(const std::u16string& path, ModuleHandle& module) override;
     [[nodiscard]] EntryPoint FindEntryPoint(ModuleHandle module, const char* name) noexcept override;
@@ -176,7 +181,8 @@ public:
 
 class Win32TrustProvider final : public TrustProvider {
 public:
-    TrustAnswer VerifyFile(const std::u16string& path, TrustAction action, RevocationCheck revocation) override;
+    TrustAnswer VerifyFile(const std::u16string& path, FileHandle file, TrustAction action,
+                           RevocationCheck revocation) override;
     TrustAnswer VerifyCatalogMember(const CatalogMember& member, TrustAction action,
                                     RevocationCheck revocation) override;
     [[nodiscard]] std::uint32_t PolicyFlags() override;

@@ -12,9 +12,10 @@ TrustAnswer Verify(TrustArguments&& arguments) noexcept {
 
 }  // namespace
 
-TrustAnswer Win32TrustProvider::VerifyFile(const std::u16string& path, TrustAction action, RevocationCheck revocation) {
+TrustAnswer Win32TrustProvider::VerifyFile(const std::u16string& path, FileHandle file, TrustAction action,
+                                           RevocationCheck revocation) {
     return HoldsNul(path) ? TRUST_E_SUBJECT_FORM_UNKNOWN
-                          : Verify(FileTrustArguments(PlatformPath(path), action, revocation));
+                          : Verify(FileTrustArguments(PlatformPath(path), file, action, revocation));
 }
 
 TrustAnswer Win32TrustProvider::VerifyCatalogMember(const CatalogMember& member, TrustAction action,
@@ -24,8 +25,9 @@ TrustAnswer Win32TrustProvider::VerifyCatalogMember(const CatalogMember& member,
     }
     const std::u16string catalogPath = PlatformPath(member.catalogPath);
     const std::u16string memberPath = PlatformPath(member.memberPath);
-    return Verify(CatalogTrustArguments({catalogPath, memberPath, member.memberTag, member.hash, member.context},
-                                        action, revocation));
+    return Verify(CatalogTrustArguments(
+        {catalogPath, memberPath, member.memberFile, member.memberTag, member.hash, member.context}, action,
+        revocation));
 }
 
 std::uint32_t Win32TrustProvider::PolicyFlags() {
