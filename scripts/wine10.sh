@@ -41,10 +41,10 @@ if [ ! -f "$FOLDER/.halvora-ready" ]; then
     rm -rf "$OUT/wine10"
     mkdir -p "$FOLDER"
     [ -n "$(mirror)" ] || apt-get update -q
-    apart debootstrap --variant=minbase trixie "$FOLDER" "$(mirror)"
+    apart debootstrap --variant=minbase trixie "$FOLDER" "$(mirror)" || cannot "its packages cannot be had"
     cp /etc/resolv.conf "$FOLDER/etc/"
     run env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends \
-        -o Dpkg::Options::=--force-unsafe-io wine wine64
+        -o Dpkg::Options::=--force-unsafe-io wine wine64 || cannot "its packages cannot be had"
     touch "$FOLDER/.halvora-ready"
 fi
 [ -f "$HALVORA_WINEPREFIX/.halvora-ready" ] || run bash -c "$settled" bash scripts/wine-prefix.sh
