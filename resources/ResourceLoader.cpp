@@ -101,12 +101,21 @@ HResult CResourceLoader::FindAndLoad(bool reportFailure) {
 HResult CResourceLoader::Search() {
     std::u16string installDir;
     if (Succeeded(GetInstallDir(installDir))) {
+        const std::optional<SearchBasis> basis = BasisOf(installDir);
+        if (basis && LoadKnown(*basis)) {
+            return HResult::Ok;
+        }
+        known_.reset();
+        hasMissed_ = false;
         LocaleList sameLanguage;
         LocaleList otherLanguages;
         if (Succeeded(LoadResUsingExactLocale(installDir, sameLanguage, otherLanguages)) ||
             Succeeded(LoadResUsingLocaleList(installDir, sameLanguage)) ||
             Succeeded(LoadResUsingDefaultLocale(installDir)) ||
             Succeeded(LoadResUsingLocaleList(installDir, otherLanguages))) {
+            if (basis) {
+                Remember(*basis);
+            }
             return HResult::Ok;
         }
     }
@@ -219,8 +228,10 @@ HResult CResourceLoader::LoadResFromModuleDir() {
 bool CResourceLoader::FileExists(const std::u16string& path) {
     tsLib::platform::OwnedSearch search(platform_.files);
     tsLib::platform::FoundEntry entry;
-    return Succeeded(platform_.files.FindFirst(path, search.Receive(), entry)) &&
-           (entry.attributes & tsLib::platform::kAttributeDirectory) == 0;
+    const bool exists = Succeeded(platform_.files.FindFirst(path, search.Receive(), entry)) &&
+                        (entry.attributes & tsLib::platform::kAttributeDirectory) == 0;
+    hasMissed_ = hasMissed_ || !exists;
+    return exists;
 }
 
 HResult CResourceLoader::Load(std::u16string path, std::uint16_t language) {
@@ -229,6 +240,7 @@ HResult CResourceLoader::Load(std::u16string path, std::uint16_t language) {
     if (Succeeded(result)) {
         loadedLanguage_ = language;
     }
+    hasMissed_ = hasMissed_ || Failed(result);
     // A refusal must not be hidden by a later place that fails otherwise or where there is just no file.
     refused_ = refused_ || result == HResult::SignatureRefused;
     return result;

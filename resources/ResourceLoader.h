@@ -2,13 +2,16 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "resources/DebugLog.h"
+#include "resources/DisableAutoProtect.h"
 #include "resources/IResourceLoader.h"
+#include "resources/KnownModule.h"
 #include "tslib/IComponentSource.h"
 #include "tslib/Tracer.h"
 #include "tslib/TrustVerifiers.h"
@@ -82,9 +85,27 @@ private:
     [[nodiscard]] bool FileExists(const std::u16string& path);
     tsLib::HResult Load(std::u16string path, std::uint16_t language);
     // VerifyTrust of the file by that name, which the log calls by its path.
-    tsLib::HResult Judge(const std::u16string& name, const std::u16string& path) noexcept;
-    tsLib::platform::SystemError MapSuspended(const tsLib::VerifiedLoad& file, tsLib::platform::ModuleHandle& module);
+    tsLib::HResult Judge(const std::u16string& name, const std::u16string& path, bool& isTrusted) noexcept;
+    // Runs the mapping of a module, and nothing else, with protection suspended.
+    template <class Mapping>
+    tsLib::platform::SystemError Suspended(Mapping&& map) {
+        const auto control = ProtectionControl();
+        const tsVane::CDisableAutoProtect guard(control.Get(), true, platform_.trace);
+        return map();
+    }
+    [[nodiscard]] tsLib::VaneRef<tsLib::IProtectionControl> ProtectionControl();
 
+    // Nothing when it cannot be known.
+    [[nodiscard]] std::optional<SearchBasis> BasisOf(const std::u16string& installDir);
+    // Whether what the last search found is loaded again. If not, it is forgotten.
+    [[nodiscard]] bool LoadKnown(const SearchBasis& basis);
+    // Keeps what a trusted module was mapped from, and after the search what the module was found by. Without memory
+    // for that the next search is a whole one.
+    void Observe(const tsLib::VerifiedLoad& file, tsLib::platform::ModuleHandle module) noexcept;
+    void Remember(const SearchBasis& basis) noexcept;
+    [[nodiscard]] bool IsLasting(const SearchBasis& basis);
+
+    void LogLoaded(const std::u16string& path) noexcept;
     void LogLoadFailure(std::u16string_view what, tsLib::HResult code, const std::u16string& path) noexcept;
 
     void ReportFailedSearch(tsLib::HResult last);
@@ -103,7 +124,10 @@ private:
     bool displayVisible_ = false;
     std::uint16_t loadedLanguage_ = 0;
     std::u16string givenPath_;
-    bool refused_ = false;  // whether the search has met a module that was refused
+    bool refused_ = false;    // whether the search has met a module that was refused
+    bool hasMissed_ = false;  // whether it has looked for a file in vain, or met a module that could not be loaded
+    std::optional<KnownModule> known_;
+    std::optional<KnownModule> observed_;  // without a basis yet
     const tsLib::platform::Platform& platform_;
     tsLib::TrustVerifiers& verifiers_;
     const tsLib::Components& components_;

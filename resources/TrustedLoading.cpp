@@ -1,5 +1,4 @@
 // Loading a module only after its signature was checked.
-#include "resources/DisableAutoProtect.h"
 #include "resources/ResourceLoader.h"
 #include "tslib/IProtectionControl.h"
 #include "tslib/platform/Digits.h"
@@ -11,25 +10,34 @@ using tsLib::TraceEvent;
 using tsLib::VaneRef;
 using tsLib::VaneResult;
 using tsLib::platform::ModuleHandle;
-using tsLib::platform::SystemError;
 
 HResult CResourceLoader::LoadTrustedDll(const std::u16string& path, ModuleHandle& module) {
     if (path.empty()) {
         log_.Sentence(u"CResourceLoader::LoadTrustedDll - invalid arguments.");
         return HResult::Fail;
     }
+    observed_.reset();
+    bool isTrusted = false;
     const tsLib::VerifiedLoad file(platform_.files, platform_.modules, path);
-    if (const HResult trust = file ? Judge(file.Name(), path) : HResult::Ok; Failed(trust)) {
+    if (const HResult trust = file ? Judge(file.Name(), path, isTrusted) : HResult::Ok; Failed(trust)) {
         LogLoadFailure(u"Trust verification failed: ", trust, path);
         return HResult::SignatureRefused;  // whatever the reason was
     }
-    const HResult result = tsLib::FromSystemError(file ? MapSuspended(file, module) : file.Error());
+    const HResult result =
+        tsLib::FromSystemError(file ? Suspended([&] { return file.MapResources(module); }) : file.Error());
     if (Failed(result)) {
         LogLoadFailure(u"", result, path);
         return result;
     }
-    log_.Formatted({u"CResourceLoader::LoadTrustedDll - load succeeded.  ", path, u" "});
+    if (isTrusted) {
+        Observe(file, module);
+    }
+    LogLoaded(path);
     return result;
+}
+
+void CResourceLoader::LogLoaded(const std::u16string& path) noexcept {
+    log_.Formatted({u"CResourceLoader::LoadTrustedDll - load succeeded.  ", path, u" "});
 }
 
 void CResourceLoader::LogLoadFailure(std::u16string_view what, HResult code, const std::u16string& path) noexcept {
@@ -43,7 +51,7 @@ void CResourceLoader::LogLoadFailure(std::u16string_view what, HResult code, con
                     u" "});
 }
 
-SystemError CResourceLoader::MapSuspended(const tsLib::VerifiedLoad& file, ModuleHandle& module) {
+VaneRef<tsLib::IProtectionControl> CResourceLoader::ProtectionControl() {
     VaneRef<tsLib::IProtectionControl> control;
     const VaneResult created = components_.Create(tsLib::OBJID_QrtControl, tsLib::kIProtectionControlId, control);
     if (!control) {
@@ -51,14 +59,15 @@ SystemError CResourceLoader::MapSuspended(const tsLib::VerifiedLoad& file, Modul
                       Number(created));
         log_.Sentence(u"CResourceLoader::LoadTrustedDll: Error, failed to create an auto-protection ctrl obj");
     }
-    // Nothing but the mapping happens while protection is suspended.
-    const tsVane::CDisableAutoProtect guard(control.Get(), true, platform_.trace);
-    return file.MapResources(module);
+    return control;
 }
 
-HResult CResourceLoader::VerifyTrust(const std::u16string& path) noexcept { return Judge(path, path); }
+HResult CResourceLoader::VerifyTrust(const std::u16string& path) noexcept {
+    bool isTrusted = false;
+    return Judge(path, path, isTrusted);
+}
 
-HResult CResourceLoader::Judge(const std::u16string& name, const std::u16string& path) noexcept {
+HResult CResourceLoader::Judge(const std::u16string& name, const std::u16string& path, bool& isTrusted) noexcept {
     const tsLib::FileUse use = tsLib::JudgeFile(verifiers_, name.c_str(), tsLib::kProductTrustLevel);
     if (!use.judged) {
         log_.Sentence(u"CResourceLoader::CreateTrustVerifierStatic - failed to create trust verifier.");
@@ -69,6 +78,7 @@ HResult CResourceLoader::Judge(const std::u16string& name, const std::u16string&
                        u".\nChecked by module: ", binaryPath_});
         return HResult::SignatureRefused;
     }
+    isTrusted = use.verdict == tsLib::TrustResult::Trusted;
     return HResult::Ok;
 }
 

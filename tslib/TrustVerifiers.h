@@ -13,6 +13,9 @@ public:
     // A new verifier with one reference that the caller releases; null when none could be made. Before anything else
     // Initialize(true) is called on it and must return 1. Any thread.
     [[nodiscard]] virtual IVerifyTrust* Create() noexcept = 0;
+    // Whether those made now ask whether a certificate was revoked. With another answer, a verdict that was given may
+    // not be given again. Any thread.
+    [[nodiscard]] virtual bool AsksForRevocation() noexcept = 0;
 
 protected:
     ~TrustVerifiers() = default;

@@ -1,23 +1,22 @@
-// The protection control component: suspends on-access protection by counting suspensions where every process of the
-// session can see them.
+// The protection control component: suspends on-access protection by a mark that every process of the session can see.
 #pragma once
 
 #include <cstdint>
 #include <mutex>
 
-#include "companions/protection/ProtectionCounter.h"
+#include "companions/protection/SuspensionMarks.h"
 #include "tslib/IProtectionControl.h"
 #include "tslib/IVaneBaseImpl.h"
 #include "tslib/Tracer.h"
 
 namespace HVR {
 
-// Protection is suspended while the shared number is above 0. Made by MakeCounted; what is passed must outlive it.
+// Suspensions of one object nest: they are one mark. Made by MakeCounted; what is passed must outlive it.
 class CProtectionControl : public tsLib::IVaneBaseImpl<tsLib::CVaneThreadSafeRefCount, tsLib::IProtectionControl,
                                                        tsLib::kIProtectionControlId> {
 public:
-    CProtectionControl(ProtectionCounter& counter, tsLib::platform::TraceOutput& trace) noexcept
-        : counter_(counter), tracer_(trace) {}
+    CProtectionControl(SuspensionMarks& marks, tsLib::platform::TraceOutput& trace) noexcept
+        : marks_(marks), tracer_(trace) {}
     // Gives back what this object still suspends: a client that forgets to resume does not leave the machine
     // unprotected.
     ~CProtectionControl() override;
@@ -26,10 +25,11 @@ public:
     tsLib::HResult DisableProtection() noexcept override;
 
 private:
-    ProtectionCounter& counter_;
+    SuspensionMarks& marks_;
     tsLib::Tracer tracer_;
-    std::mutex mutex_;  // the shared number and ours change together
-    std::uint32_t own_ = 0;
+    std::mutex mutex_;
+    std::uint32_t suspensions_ = 0;  // under the lock, and the mark with them
+    MarkHandle mark_{};
 };
 
 }  // namespace HVR

@@ -1,16 +1,16 @@
 // tsQrtCtl.dll: the real-time protection control.
 #include "companions/protection/ProtectionControl.h"
-#include "companions/protection/Win32ProtectionCounter_win32.h"
+#include "companions/protection/Win32SuspensionMarks_win32.h"
 #include "composition/modules/ComponentExports.h"
 #include "tslib/platform/win32/Win32TraceOutput.h"
 
 namespace {
 
 struct ProtectionModule {
-    HVR::Win32ProtectionCounter counter;
+    HVR::Win32SuspensionMarks marks;
     tsLib::platform::win32::Win32TraceOutput trace;
     tsLib::ComponentModule module{{{tsLib::OBJID_QrtControl, [this](tsLib::ModuleObjectCount& count) {
-                                        return tsLib::MakeCounted<HVR::CProtectionControl>(count, counter, trace);
+                                        return tsLib::MakeCounted<HVR::CProtectionControl>(count, marks, trace);
                                     }}}};
 };
 

@@ -140,6 +140,32 @@ TEST_F(FilesContract, State_TellsSizeAndTimes) {
         EXPECT_GT(time, 0U);
         EXPECT_LE(time, now + 10'000'000);
     }
+    Stamp stamp;
+    ASSERT_EQ(files.StampOf(folder + u".\\FILE.txt", stamp), SystemError::Success);
+    EXPECT_EQ(stamp.attributes & kAttributeDirectory, 0U);
+    EXPECT_EQ(stamp.size, state.size);
+    EXPECT_EQ(stamp.lastWrite, state.lastWrite);
+    EXPECT_EQ(stamp.change, state.change);
+}
+
+TEST_F(FilesContract, AFoldersStamp_ChangesWithItsEntries) {
+    MakeFolder(folder + u"sub");
+    Stamp before, after;
+    ASSERT_EQ(files.StampOf(folder + u"sub\\", before), SystemError::Success);
+    EXPECT_NE(before.attributes & kAttributeDirectory, 0U);
+    ASSERT_EQ(files.StampOf(folder + u"sub", after), SystemError::Success);
+    EXPECT_TRUE(after == before);
+    // Until the clock goes on.
+    for (char16_t name[] = u"A"; name[0] != u'\u2000' && after.lastWrite == before.lastWrite; ++name[0]) {
+        PutFile(folder + u"sub\\new" + name, "x");
+        ASSERT_EQ(files.StampOf(folder + u"sub", after), SystemError::Success);
+    }
+    EXPECT_GT(after.lastWrite, before.lastWrite);
+    EXPECT_EQ(files.StampOf(folder + u"none", after), SystemError::FileNotFound);
+    Volume volume;
+    ASSERT_EQ(files.VolumeOf(folder, volume), SystemError::Success);
+    EXPECT_TRUE(volume.isFixed);
+    EXPECT_EQ(volume.fileSystem, u"NTFS");
 }
 
 // In which letter case is not said: some platforms tell it as the file was opened.

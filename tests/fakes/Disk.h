@@ -272,6 +272,9 @@ private:
         if (ParentOf(trimmed).find_first_not_of(u'\\') != std::u16string::npos) {  // what a share is on is no folder
             PutFolder(ParentOf(trimmed));
         }
+        if (const std::shared_ptr<Node> folder = Find(ParentOf(trimmed)); folder != nullptr && !Exists(trimmed)) {
+            ++folder->changed;
+        }
         entries_[Key(path)] = {LastElement(trimmed), std::move(node)};
     }
     [[nodiscard]] std::shared_ptr<Node> FindStaged(const std::u16string& path) const {

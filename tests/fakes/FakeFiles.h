@@ -41,6 +41,15 @@ public:
             state = {IdentityOf(node), node.bytes.size(), node.changed, node.changed, node.journalRecord};
         });
     }
+    SystemError StampOf(const std::u16string& path, Stamp& stamp) override {
+        return Call("StampOf", path, [&] {
+            const std::shared_ptr<Node> node = disk_.Existing(path);
+            stamp = {node->attributes, node->bytes.size(), node->number, node->changed, node->changed};
+        });
+    }
+    SystemError VolumeOf(const std::u16string& path, Volume& answer) override {
+        return Call("VolumeOf", path, [&] { answer = volume; });
+    }
     SystemError FinalPath(FileHandle file, std::u16string& path) override {
         return Call("FinalPath", [&] {
             const std::u16string spelled = disk_.Spelled(disk_.open[file].path);
@@ -102,6 +111,7 @@ public:
     std::vector<std::u16string> opened;          // every path asked of OpenForReading, in order
     std::vector<std::u16string> attributeReads;  // every path asked of Attributes, in order
     std::vector<std::u16string> searched;        // every pattern asked of FindFirst, in order
+    Volume volume{true, u"NTFS"};                // of every path
     std::size_t maximumRead = SIZE_MAX;          // the most that one Read gives
 
 private:

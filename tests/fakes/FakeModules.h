@@ -90,6 +90,11 @@ public:
         resources_.Remove(module);
         return Call("UnmapResources", [] {});
     }
+    [[nodiscard]] std::span<const std::byte> View(ModuleHandle module) noexcept override {
+        std::span<const std::byte> bytes;
+        static_cast<void>(Call("View", [&] { bytes = resources_[module].node->bytes; }));
+        return bytes;
+    }
     std::size_t ReadString(ModuleHandle module, std::uint32_t id, std::span<char16_t> buffer) noexcept override {
         std::size_t length = 0;
         static_cast<void>(Call("ReadString", [&] {

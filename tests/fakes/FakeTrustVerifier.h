@@ -18,7 +18,10 @@ public:
         return none ? nullptr : new (std::nothrow) Verifier(*this);
     }
 
+    [[nodiscard]] bool AsksForRevocation() noexcept override { return asksForRevocation; }
+
     bool none = false;  // no verifier can be made
+    bool asksForRevocation = false;
     std::uint32_t initializeAnswer = 1;
     tsLib::TrustResult verdict = tsLib::TrustResult::Trusted;
     std::function<void()> onVerify;  // runs where the file would be verified

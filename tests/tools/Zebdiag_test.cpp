@@ -257,12 +257,12 @@ TEST(ZebdiagObjects, Modules_AreJudged_AndLookedIntoOnlyWhenTrusted) {
 TEST(ZebdiagProtection, SuspensionsDecideTheExitCode) {
     SystemError error = SystemError::Success;
     const auto add = [&](Program& program) {
-        AddProtectionVerb(program, [&](std::uint32_t& suspensions) {
-            suspensions = 2;
+        AddProtectionVerb(program, [&](bool& isSuspended) {
+            isSuspended = true;
             return error;
         });
     };
-    EXPECT_EQ(Called(add, {u"protection", u"--json"}).out, "{\"suspensions\":2,\"suspended\":true}\n");
+    EXPECT_EQ(Called(add, {u"protection", u"--json"}).out, "{\"suspended\":true}\n");
     EXPECT_EQ(Called(add, {u"protection"}).code, ExitCode::No);
     error = SystemError::AccessDenied;
     EXPECT_EQ(Called(add, {u"protection"}).code, ExitCode::Error);

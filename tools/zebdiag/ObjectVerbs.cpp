@@ -212,22 +212,20 @@ void AddCreateVerb(Program& program, const ObjectCreator& create) {
 }
 
 void AddProtectionVerb(Program& program, const SuspensionReader& read) {
-    const Syntax verb{
-        "protection", "whether real-time protection is suspended in this session",
-        "Prints how many suspensions the protection control component counts. Exit code 1 when there is one."};
+    const Syntax verb{"protection", "whether real-time protection is suspended in this session",
+                      "Tells whether the protection control component suspends it for anybody. Exit code 1 then."};
     program.Add(verb, [read](const Given&, const Output& output) {
-        std::uint32_t suspensions = 0;
-        if (const auto error = read(suspensions); Failed(error)) {
-            return output.Answer(ExitCode::Error, "the number of suspensions cannot be read, system error " +
+        bool isSuspended = false;
+        if (const auto error = read(isSuspended); Failed(error)) {
+            return output.Answer(ExitCode::Error, "whether protection is suspended cannot be known, system error " +
                                                       std::to_string(Number(error)));
         }
         if (output.IsJson()) {
-            output.Object({{"suspensions", suspensions}, {"suspended", suspensions != 0}});
+            output.Object({{"suspended", isSuspended}});
         } else {
-            output.Line(suspensions == 0 ? "protection is not suspended"
-                                         : "protection is suspended; suspensions: " + std::to_string(suspensions));
+            output.Line(isSuspended ? "protection is suspended" : "protection is not suspended");
         }
-        return suspensions == 0 ? ExitCode::Yes : ExitCode::No;
+        return isSuspended ? ExitCode::No : ExitCode::Yes;
     });
 }
 

@@ -79,7 +79,7 @@ using ObjectCreator = std::function<tsLib::VaneResult(
 void AddCreateVerb(Program& program, const ObjectCreator& create);
 
 // protection.
-using SuspensionReader = std::function<tsLib::platform::SystemError(std::uint32_t& suspensions)>;
+using SuspensionReader = std::function<tsLib::platform::SystemError(bool& isSuspended)>;
 void AddProtectionVerb(Program& program, const SuspensionReader& read);
 
 }  // namespace HVR::zebdiag

@@ -2,7 +2,7 @@
 #include <windows.h>
 
 #include "AgentCore/ProductInstallPathResolver.h"
-#include "companions/protection/Win32ProtectionCounter_win32.h"
+#include "companions/protection/Win32SuspensionMarks_win32.h"
 #include "tools/zebdiag/Win32Verbs.h"
 #include "tslib/ISettingsStore.h"
 #include "tslib/IVerifyTrust.h"
@@ -136,7 +136,7 @@ ExitCode Run(int count, wchar_t** values) {
                                tsLib::VaneRef<tsLib::IVaneBase>& object) {
         return runtime.Components().Create(objectId, interfaceId, object);
     });
-    AddProtectionVerb(program, [](std::uint32_t& suspensions) { return Win32ProtectionCounter().Read(suspensions); });
+    AddProtectionVerb(program, [](bool& isSuspended) { return Win32SuspensionMarks().IsAnySet(isSuspended); });
     return program.Call(arguments);
 }
 

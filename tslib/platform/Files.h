@@ -54,6 +54,24 @@ struct FileState {
     bool operator==(const FileState&) const = default;
 };
 
+// What is told of a file or folder without opening it. A folder's last write is that of the list of its entries, on
+// volumes that keep it.
+struct Stamp {
+    std::uint32_t attributes = 0;
+    std::uint64_t size = 0;
+    std::uint64_t created = 0;
+    std::uint64_t lastWrite = 0;
+    std::uint64_t change = 0;
+
+    bool operator==(const Stamp&) const = default;
+};
+
+// What a path lies on.
+struct Volume {
+    bool isFixed = false;  // a disk of this machine
+    std::u16string fileSystem;
+};
+
 // Paths are full paths of any length; the implementation deals with the platform's limits. A missing file is
 // FileNotFound, a missing folder on the way PathNotFound. Outputs are untouched on failure; std::bad_alloc may be
 // thrown and nothing else. One search is used on one thread at a time.
@@ -69,6 +87,8 @@ public:
     // The path of an open file, always behind \\?\ and with a drive or a share, every link on the way resolved where
     // the platform can (GetFinalPathNameByHandleW). PathNotFound for a volume without a drive letter.
     virtual SystemError FinalPath(FileHandle file, std::u16string& path) = 0;
+    virtual SystemError StampOf(const std::u16string& path, Stamp& stamp) = 0;
+    virtual SystemError VolumeOf(const std::u16string& path, Volume& volume) = 0;
     // Opens a folder so that it is neither renamed nor deleted while the handle is open.
     virtual SystemError HoldFolder(const std::u16string& path, FileHandle& folder) = 0;
     // Reads at most buffer.size() bytes from the current position; count 0 with Success is the end of the file.

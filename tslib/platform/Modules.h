@@ -57,6 +57,8 @@ public:
     // FreeLibrary. The handle is of no more use, whatever the answer.
     virtual SystemError UnmapResources(ModuleHandle module) noexcept = 0;
     void DropResources(ModuleHandle module) noexcept { static_cast<void>(UnmapResources(module)); }
+    // The memory that a mapped module is read from, for as long as it is mapped; empty when not all of it can be read.
+    [[nodiscard]] virtual std::span<const std::byte> View(ModuleHandle module) noexcept = 0;
     // LoadStringW: copies string `id` and a terminator into the buffer, cut to fit. The number of characters copied
     // without the terminator; 0 when there is no such string, when it is empty, or when the buffer holds no character.
     // The module may also be one that was loaded to run.

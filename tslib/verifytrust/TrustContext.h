@@ -27,6 +27,7 @@ struct TrustContext final : TrustVerifiers {
 
     // CreateTrustVerifierStatic with the options of the product.
     [[nodiscard]] IVerifyTrust* Create() noexcept override;
+    [[nodiscard]] bool AsksForRevocation() noexcept override { return policy && !policy->IsAlternateTrustPolicy(); }
 
     const platform::Platform& platform;
     HashProviders& hashProviders;

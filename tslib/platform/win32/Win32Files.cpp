@@ -1,5 +1,9 @@
 #include "tslib/platform/win32/Win32Platform.h"
 
+#include <windows.h>
+// After windows.h.
+#include <winternl.h>
+
 #include <algorithm>
 #include <utility>
 #include <vector>
@@ -41,6 +45,9 @@ struct JournalRecord {
     std::int64_t usn;
 };
 
+// Where the object manager has drives and shares.
+constexpr std::u16string_view kObjectManager = u"\\??\\";
+
 // The final path where GetFinalPathNameByHandleW is not made for long ones: Wine's fails beyond some 260 characters.
 // The object's own name is then \??\C:\x. The last error stays when this fails.
 bool ReadLongName(HANDLE file, std::u16string& path) {
@@ -51,7 +58,6 @@ bool ReadLongName(HANDLE file, std::u16string& path) {
     };
     using QueryObject = LONG(WINAPI*)(HANDLE, int, void*, ULONG, ULONG*);
     constexpr int kNameInformation = 1;
-    constexpr std::u16string_view kObjectManager = u"\\??\\";
     const LastErrorKeeper keeper;
     const auto query = LoadedFunction<QueryObject>(L"ntdll.dll", "NtQueryObject");
     std::vector<ObjectName> buffer(0x10000 / sizeof(ObjectName) + 2);
@@ -163,6 +169,52 @@ SystemError Win32Files::FinalPath(FileHandle file, std::u16string& path) {
         return SystemError::PathNotFound;
     }
     path = std::move(final);
+    return SystemError::Success;
+}
+
+// GetFileAttributesExW does not tell the time of the last change.
+SystemError Win32Files::StampOf(const std::u16string& path, Stamp& stamp) {
+    using Query = LONG(WINAPI*)(const OBJECT_ATTRIBUTES*, FILE_NETWORK_OPEN_INFORMATION*);
+    std::u16string full;
+    if (HoldsNul(path) || !FillText(path.size() + 1, full, [&](wchar_t* buffer, DWORD size) {
+            return WithTerminator(GetFullPathNameW(ToWide(path), size, buffer, nullptr));
+        })) {
+        return kInvalidName;
+    }
+    if (IsLiteralPath(full)) {
+        full.replace(0, 4, kObjectManager);
+    } else if (StartsAtDrive(full)) {
+        full.insert(0, kObjectManager);
+    } else {
+        return SystemError::PathNotFound;
+    }
+    const auto query = LoadedFunction<Query>(L"ntdll.dll", "NtQueryFullAttributesFile");
+    const auto bytes = static_cast<USHORT>(std::min<std::size_t>(full.size() * sizeof(char16_t), 0xFFFE));
+    UNICODE_STRING name{bytes, bytes, ToWide(full.data())};
+    OBJECT_ATTRIBUTES object{};
+    InitializeObjectAttributes(&object, &name, OBJ_CASE_INSENSITIVE, nullptr, nullptr);
+    FILE_NETWORK_OPEN_INFORMATION found{};
+    if (query == nullptr || query(&object, &found) < 0) {
+        return SystemError::FileNotFound;
+    }
+    const auto number = [](const LARGE_INTEGER& value) { return static_cast<std::uint64_t>(value.QuadPart); };
+    stamp = {static_cast<std::uint32_t>(found.FileAttributes), number(found.EndOfFile), number(found.CreationTime),
+             number(found.LastWriteTime), number(found.ChangeTime)};
+    return SystemError::Success;
+}
+
+SystemError Win32Files::VolumeOf(const std::u16string& path, Volume& volume) {
+    if (HoldsNul(path)) {
+        return kInvalidName;
+    }
+    // The root of a volume is no longer than the path, but for the backslash at its end.
+    std::u16string root(path.size() + 2, u'\0');
+    wchar_t fileSystem[MAX_PATH + 1] = {};
+    if (!GetVolumePathNameW(ToWide(path), ToWide(root.data()), static_cast<DWORD>(root.size())) ||
+        !GetVolumeInformationW(ToWide(root), nullptr, 0, nullptr, nullptr, nullptr, fileSystem, MAX_PATH + 1)) {
+        return LastFailure();
+    }
+    volume = {GetDriveTypeW(ToWide(root)) == DRIVE_FIXED, FromWide(fileSystem)};
     return SystemError::Success;
 }
 

@@ -23,6 +23,11 @@ namespace tsLib::platform::win32 {
 
 namespace {
 
+// A module that was mapped for its resources has marks in the lowest bits of its address.
+void* AddressOf(ModuleHandle module) noexcept {
+    return reinterpret_cast<void*>(static_cast<std::uintptr_t>(module) & ~std::uintptr_t{3});
+}
+
 SystemError LoadFor(LoadPurpose purpose, const std::u16string& path, ModuleHandle& module) {
     if (HoldsNul(path)) {
         return kInvalidName;
@@ -67,11 +72,10 @@ SystemError Win32Modules::FileName(ModuleHandle module, std::size_t capacity, st
 }
 
 SystemError Win32Modules::MappedFile(ModuleHandle module, std::u16string& path) {
-    // A module that was mapped for its resources has marks in the lowest bits of its address.
-    const auto address = static_cast<std::uintptr_t>(module) & ~std::uintptr_t{3};
+    void* const address = AddressOf(module);
     std::u16string name;
     const bool isKnown = FillText(MAX_PATH, name, [&](wchar_t* buffer, DWORD size) -> std::size_t {
-        const DWORD length = K32GetMappedFileNameW(GetCurrentProcess(), reinterpret_cast<void*>(address), buffer, size);
+        const DWORD length = K32GetMappedFileNameW(GetCurrentProcess(), address, buffer, size);
         return length + 1 >= size && size < 0x8000 ? size * 2 : WithTerminator(length);  // it cuts without a word
     });
     if (!isKnown) {
@@ -156,6 +160,22 @@ SystemError Win32Modules::MapResources(const std::u16string& path, ModuleHandle&
 
 SystemError Win32Modules::UnmapResources(ModuleHandle module) noexcept {
     return FromBool(FreeLibrary(FromSeam<HMODULE>(module)));
+}
+
+std::span<const std::byte> Win32Modules::View(ModuleHandle module) noexcept {
+    constexpr DWORD kReadable = PAGE_READONLY | PAGE_READWRITE | PAGE_WRITECOPY | PAGE_EXECUTE_READ |
+                                PAGE_EXECUTE_READWRITE | PAGE_EXECUTE_WRITECOPY;
+    const auto* const begin = static_cast<const std::byte*>(AddressOf(module));
+    const std::byte* end = begin;
+    MEMORY_BASIC_INFORMATION region{};
+    while (VirtualQuery(end, &region, sizeof(region)) == sizeof(region) && region.State != MEM_FREE &&
+           region.AllocationBase == begin) {
+        if (region.State != MEM_COMMIT || (region.Protect & kReadable) == 0 || (region.Protect & PAGE_GUARD) != 0) {
+            return {};
+        }
+        end += region.RegionSize;
+    }
+    return {begin, end};
 }
 
 std::size_t Win32Modules::ReadString(ModuleHandle module, std::uint32_t id, std::span<char16_t> buffer) noexcept {

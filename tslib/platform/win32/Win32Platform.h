@@ -48,6 +48,8 @@ public:
     SystemError Identity(FileHandle file, FileIdentity& identity) override;
     SystemError State(FileHandle file, FileState& state) override;
     SystemError FinalPath(FileHandle file, std::u16string& path) override;
+    SystemError StampOf(const std::u16string& path, Stamp& stamp) override;
+    SystemError VolumeOf(const std::u16string& path, Volume& volume) override;
     SystemError HoldFolder(const std::u16string& path, FileHandle& folder) override;
     SystemError Read(FileHandle file, std::span<std::byte> buffer, std::size_t& count) override;
     void Close(FileHandle file) noexcept override;
@@ -71,6 +73,7 @@ public:
     SystemError FromAddressByRanges(const void* address, ModuleHandle& module) override;
     SystemError MapResources(const std::u16string& path, ModuleHandle& module) override;
     SystemError UnmapResources(ModuleHandle module) noexcept override;
+    [[nodiscard]] std::span<const std::byte> View(ModuleHandle module) noexcept override;
     [[nodiscard]] std::size_t ReadString(ModuleHandle module, std::uint32_t id,
                                          std::span<char16_t> buffer) noexcept override;
 };

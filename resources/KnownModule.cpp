@@ -1,0 +1,98 @@
+// Loading what the last search found, without a search and a verdict.
+#include "resources/KnownModule.h"
+
+#include <algorithm>
+#include <array>
+#include <span>
+#include <utility>
+
+#include "resources/ResourceLoader.h"
+#include "resources/ResourcePaths.h"
+#include "tslib/platform/Boundary.h"
+
+namespace HVR {
+
+using tsLib::platform::ModuleHandle;
+using tsLib::platform::OwnedResources;
+using tsLib::platform::Stamp;
+
+namespace {
+
+// The modules have some ten kilobytes.
+constexpr std::size_t kMostBytes = 0x100000;
+
+}  // namespace
+
+std::optional<SearchBasis> CResourceLoader::BasisOf(const std::u16string& installDir) {
+    SearchBasis basis{installDir, GetLanguageId(), verifiers_.AsksForRevocation(), {}};
+    if (Failed(platform_.files.StampOf(ResourceRoot(installDir), basis.folder))) {
+        return std::nullopt;
+    }
+    return basis;
+}
+
+bool CResourceLoader::LoadKnown(const SearchBasis& basis) {
+    if (!known_ || known_->basis != basis) {
+        return false;
+    }
+    const auto known = std::exchange(known_, std::nullopt);
+    Stamp stamp;
+    if (Failed(platform_.files.StampOf(known->path, stamp)) || stamp != known->stamp) {
+        return false;
+    }
+    OwnedResources mapped(platform_.modules);
+    if (Failed(Suspended([&] { return platform_.modules.MapResources(known->name, mapped.Receive()); })) ||
+        !std::ranges::equal(platform_.modules.View(mapped.Get()), known->bytes)) {
+        return false;
+    }
+    path_ = known->path;
+    loadedLanguage_ = known->language;
+    module_ = mapped.Release();
+    known_ = std::move(known);
+    LogLoaded(path_);
+    return true;
+}
+
+void CResourceLoader::Observe(const tsLib::VerifiedLoad& file, ModuleHandle module) noexcept {
+    tsLib::AtBoundary(false, [&] {
+        observed_.reset();
+        Stamp stamp;
+        const std::span<const std::byte> bytes = platform_.modules.View(module);
+        if (Failed(platform_.files.StampOf(file.Name(), stamp)) || stamp.lastWrite == 0 || stamp.change == 0 ||
+            bytes.empty() || bytes.size() > kMostBytes) {
+            return false;
+        }
+        observed_ = KnownModule{{}, {}, file.Name(), 0, stamp, {bytes.begin(), bytes.end()}};
+        return true;
+    });
+}
+
+void CResourceLoader::Remember(const SearchBasis& basis) noexcept {
+    tsLib::AtBoundary(false, [&] {
+        // Where something was looked for in vain, or could not be loaded, it may be there next time.
+        if (!observed_ || hasMissed_ || !IsLasting(basis)) {
+            return false;
+        }
+        KnownModule known = *std::exchange(observed_, std::nullopt);
+        known.basis = basis;
+        known.path = path_;
+        known.language = loadedLanguage_;
+        known_ = std::move(known);
+        return true;
+    });
+}
+
+// Whether a new language would show in the folder's times: not on volumes that do not keep them, and not within one
+// step of the clock.
+bool CResourceLoader::IsLasting(const SearchBasis& basis) {
+    constexpr std::array<std::u16string_view, 2> kFileSystems{u"NTFS", u"ReFS"};
+    constexpr std::uint64_t kTimeStep = 20'000'000;
+    tsLib::platform::Volume volume;
+    std::uint64_t now = 0;
+    return Succeeded(platform_.files.VolumeOf(basis.installDir, volume)) && volume.isFixed &&
+           std::ranges::find(kFileSystems, volume.fileSystem) != kFileSystems.end() &&
+           Succeeded(platform_.system.FileTimeNow(now)) && now > basis.folder.lastWrite &&
+           now - basis.folder.lastWrite > kTimeStep;
+}
+
+}  // namespace HVR
