@@ -4,6 +4,7 @@
 #include <new>
 
 #include "AgentCore/ProductInstallPathResolver.h"
+#include "tslib/platform/Locks.h"
 #include "tslib/platform/win32/Win32Platform.h"
 
 namespace tsLib {
@@ -22,7 +23,12 @@ namespace HVR {
 
 ProductRuntime& ProductRuntime::Instance() {
     alignas(ProductRuntime) static std::byte storage[sizeof(ProductRuntime)];
-    static ProductRuntime* const instance = new (storage) ProductRuntime;
+    static constinit tsLib::platform::Lock making;
+    static constinit ProductRuntime* instance = nullptr;
+    const std::lock_guard lock(making);
+    if (instance == nullptr) {
+        instance = new (storage) ProductRuntime;
+    }
     return *instance;
 }
 

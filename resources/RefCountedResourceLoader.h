@@ -2,10 +2,10 @@
 #pragma once
 
 #include <cstdint>
-#include <mutex>
 
 #include "resources/IResourceLoader.h"
 #include "tslib/Tracer.h"
+#include "tslib/platform/Locks.h"
 
 namespace HVR {
 
@@ -40,7 +40,7 @@ private:
     tsLib::HResult result_ = tsLib::HResult::NotInitialized;
     // Held while the loader works. Recursive, because its message box lets other calls of the same thread in, and one
     // of those may be a user that comes or goes.
-    mutable std::recursive_mutex lock_;
+    mutable tsLib::platform::RecursiveLock lock_;
     tsLib::Tracer tracer_;
 };
 

@@ -12,9 +12,10 @@ declare -A checks=(
     ["folder with the newer Wine"]="scripts/wine10.sh"
     ["no plain signer names in modules"]="scripts/check-enciphered.sh"
     ["imports of the modules"]="scripts/check-imports.sh"
+    ["locks of the modules"]="scripts/check-locks.sh"
     ["strings of all languages"]="scripts/check-strings.sh"
 )
-windows_checks=("no plain signer names in modules" "imports of the modules" "strings of all languages")
+windows_checks=("no plain signer names in modules" "imports of the modules" "locks of the modules" "strings of all languages")
 
 declare -A begun=()
 check_log() { printf '%s/check-%s.log' "$LOG" "${1//[^A-Za-z0-9]/-}"; }

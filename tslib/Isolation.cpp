@@ -93,7 +93,7 @@ SystemError Isolation::Read(const IsolationSettings** settings) noexcept {
 
 SystemError Isolation::ReadOnce() noexcept {
     return AtBoundary(SystemError::NotEnoughMemory, SystemError::InternalError, [&] {
-        const std::lock_guard lock(mutex_);
+        const std::lock_guard lock(lock_);
         if (isRead_.load(std::memory_order_relaxed)) {
             return SystemError::Success;
         }

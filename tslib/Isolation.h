@@ -6,11 +6,11 @@
 
 #include <atomic>
 #include <cstdint>
-#include <mutex>
 #include <string>
 
 #include "tslib/Tracer.h"
 #include "tslib/platform/Files.h"
+#include "tslib/platform/Locks.h"
 #include "tslib/platform/Modules.h"
 #include "tslib/platform/PathForms.h"
 #include "tslib/platform/Platform.h"
@@ -61,7 +61,7 @@ private:
     const platform::Platform& platform_;
     Tracer tracer_;
     std::atomic<bool> isRead_{false};
-    std::mutex mutex_;
+    platform::Lock lock_;
     IsolationSettings settings_;
 };
 

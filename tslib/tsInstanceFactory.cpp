@@ -1,6 +1,5 @@
 #include "tslib/tsInstanceFactory.h"
 
-#include <mutex>
 #include <utility>
 
 namespace tsLib {
@@ -44,13 +43,13 @@ VaneResult tsInstanceFactory::GetFactory(const char16_t* path, const Rule& rule,
     return AtVaneBoundary([&] {
         VaneResult result = VaneResult::Success;
         {
-            const std::shared_lock lock(mutex_);
+            const std::shared_lock lock(lock_);
             if (FindKnown(path, *factory, result)) {
                 return result;
             }
         }
         const std::u16string text(path);
-        const std::unique_lock lock(mutex_);
+        const std::unique_lock lock(lock_);
         // Another thread may have loaded it between the two locks.
         if (FindKnown(text, *factory, result)) {
             return result;
@@ -65,7 +64,7 @@ VaneResult tsInstanceFactory::GetFactory(const char16_t* path, const Rule& rule,
 tsVaneModuleFactory* tsInstanceFactory::Find(const char16_t* path) noexcept {
     tsVaneModuleFactory* factory = nullptr;
     VaneResult result = VaneResult::Success;
-    const std::shared_lock lock(mutex_);
+    const std::shared_lock lock(lock_);
     return path != nullptr && FindKnown(path, factory, result) ? factory : nullptr;
 }
 

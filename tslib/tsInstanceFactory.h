@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "tslib/ReaderWriterLock.h"
+#include "tslib/platform/Locks.h"
 #include "tslib/Tracer.h"
 #include "tslib/TrustResult.h"
 #include "tslib/TrustVerifiers.h"
@@ -59,7 +59,7 @@ private:
     const platform::Platform& platform_;
     TrustVerifiers& verifiers_;
     Tracer tracer_;
-    ReaderWriterLock mutex_;
+    platform::Lock lock_;
     // A path may lead to no module: memory ran out while one was recorded.
     std::map<std::u16string, platform::ModuleHandle, std::less<>> paths_;
     std::map<platform::ModuleHandle, std::unique_ptr<tsVaneModuleFactory>> factories_;

@@ -138,7 +138,7 @@ SystemError tsPathExpansion::UseMap(Source& source, std::u16string& path) {
     const OpenedMap* map = map_.load(std::memory_order_acquire);
     if (map == source.opened) {
         // This lock is taken before the isolation settings' own, never after it.
-        const std::lock_guard lock(mapMutex_);
+        const std::lock_guard lock(mapLock_);
         map = map_.load(std::memory_order_relaxed);
         if (map == source.opened) {
             const IsolationSettings* settings = nullptr;

@@ -8,12 +8,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <forward_list>
-#include <mutex>
 #include <string>
 #include <string_view>
 
 #include "tslib/Isolation.h"
 #include "tslib/Tracer.h"
+#include "tslib/platform/Locks.h"
 #include "tslib/platform/PathForms.h"
 #include "tslib/platform/Platform.h"
 #include "tslib/platform/Registry.h"
@@ -113,7 +113,7 @@ private:
     Tracer tracer_;
     std::atomic<PathTokenLookup*> lookup_{nullptr};
     std::atomic<const OpenedMap*> map_{nullptr};  // null until the map was opened
-    std::mutex mapMutex_;
+    platform::Lock mapLock_;
     // The map and, behind it, those whose key was deleted: other threads may still be using one.
     std::forward_list<OpenedMap> openedMaps_;
 };

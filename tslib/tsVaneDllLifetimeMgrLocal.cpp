@@ -6,7 +6,7 @@ using platform::ModuleHandle;
 using platform::SystemError;
 
 SystemError MainExecutable::Get(ModuleHandle& module) {
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard lock(lock_);
     if (module_ == ModuleHandle{}) {
         if (const SystemError error = modules_.MainExecutable(module_); Failed(error)) {
             return error;

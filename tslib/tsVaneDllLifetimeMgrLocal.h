@@ -1,8 +1,8 @@
 // Keeping the module loaded that an address lies in, such as the one that an object's code is in.
 #pragma once
 
-#include <mutex>
 
+#include "tslib/platform/Locks.h"
 #include "tslib/tsVaneDllLifetimeMgr.h"
 
 namespace tsLib {
@@ -17,7 +17,7 @@ public:
 
 private:
     platform::Modules& modules_;
-    std::mutex mutex_;
+    platform::Lock lock_;
     platform::ModuleHandle module_{};
 };
 

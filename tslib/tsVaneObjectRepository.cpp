@@ -82,7 +82,7 @@ bool tsVaneObjectRepository::Locked(Body&& body) noexcept {
         };
     };
     return AtBoundary(fails(VaneResult::OutOfMemory), fails(VaneResult::InternalFailure), [&] {
-        const std::lock_guard lock(mutex_);
+        const std::lock_guard lock(lock_);
         return body();
     });
 }

@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <map>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -11,6 +10,7 @@
 #include "tslib/Guid.h"
 #include "tslib/Isolation.h"
 #include "tslib/Tracer.h"
+#include "tslib/platform/Locks.h"
 #include "tslib/platform/Platform.h"
 #include "tslib/platform/Registry.h"
 #include "tslib/tsPathExpansion.h"
@@ -80,7 +80,7 @@ private:
     Isolation& settings_;
     tsPathExpansion& paths_;
     tsVaneSettingsStoreLoader& store_;
-    std::mutex mutex_;
+    platform::Lock lock_;
     bool isLoaded_ = false;
     Entries entries_;
 };

@@ -17,7 +17,7 @@ CProtectionControl::~CProtectionControl() {
 }
 
 HResult CProtectionControl::EnableProtection() noexcept {
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard lock(lock_);
     if (suspensions_ == 0) {
         return HResult::False;
     }
@@ -30,7 +30,7 @@ HResult CProtectionControl::EnableProtection() noexcept {
 }
 
 HResult CProtectionControl::DisableProtection() noexcept {
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard lock(lock_);
     SystemError error = SystemError::Success;
     if (suspensions_ == 0) {
         error = marks_.Set(mark_);

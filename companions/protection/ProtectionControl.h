@@ -2,12 +2,12 @@
 #pragma once
 
 #include <cstdint>
-#include <mutex>
 
 #include "companions/protection/SuspensionMarks.h"
 #include "tslib/IProtectionControl.h"
 #include "tslib/IVaneBaseImpl.h"
 #include "tslib/Tracer.h"
+#include "tslib/platform/Locks.h"
 
 namespace HVR {
 
@@ -27,7 +27,7 @@ public:
 private:
     SuspensionMarks& marks_;
     tsLib::Tracer tracer_;
-    std::mutex mutex_;
+    tsLib::platform::Lock lock_;
     std::uint32_t suspensions_ = 0;  // under the lock, and the mark with them
     MarkHandle mark_{};
 };

@@ -4,6 +4,7 @@
 
 #include "shellext/server/ServerIds.h"
 #include "shellext/server/ServerModule.h"
+#include "tslib/platform/Locks.h"
 
 namespace HVR {
 
@@ -14,22 +15,13 @@ namespace {
 // A load failure is shown to the user on a visible desktop.
 constexpr bool kReportFailure = true;
 
-// A lock of the system's that takes no memory, which the module would leave behind.
-constinit SRWLOCK runtimeLock = SRWLOCK_INIT;
+constinit tsLib::platform::Lock runtimeLock;
 constinit ServerRuntime* runtime = nullptr;  // under the lock
-
-class RuntimeLocked {
-public:
-    RuntimeLocked() noexcept { AcquireSRWLockExclusive(&runtimeLock); }
-    ~RuntimeLocked() { ReleaseSRWLockExclusive(&runtimeLock); }
-    RuntimeLocked(const RuntimeLocked&) = delete;
-    RuntimeLocked& operator=(const RuntimeLocked&) = delete;
-};
 
 }  // namespace
 
 ServerRuntime& ServerRuntime::Instance() {
-    const RuntimeLocked locked;
+    const std::lock_guard locked(runtimeLock);
     if (runtime == nullptr) {
         runtime = new ServerRuntime;
     }
@@ -40,7 +32,7 @@ bool ServerRuntime::LetGo() noexcept {
     ServerRuntime* unused = nullptr;
     {
         // Whoever gets the runtime holds the module's lock before: seen free in here, nobody has it or is about to.
-        const RuntimeLocked locked;
+        const std::lock_guard locked(runtimeLock);
         if (serverLock.IsHeld() || (runtime != nullptr && runtime->product_.OwnComponents().GetObjectCount() != 0)) {
             return false;
         }

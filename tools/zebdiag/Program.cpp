@@ -21,10 +21,10 @@ void Program::Add(Syntax verb, Run run) {
 }
 
 ExitCode Program::Call(std::span<const std::u16string> arguments) const {
-    static const std::u16string kHelp[] = {u"--help"};
+    const std::u16string help[] = {u"--help"};
     const bool isHelp = arguments.empty() || arguments.front() == u"help";
     try {
-        const Given given = commandline::Parse(syntax_, isHelp ? kHelp : arguments);
+        const Given given = commandline::Parse(syntax_, isHelp ? help : arguments);
         if (!given.help.empty()) {
             console_.Out(given.help);
             return arguments.empty() ? ExitCode::Usage : ExitCode::Yes;

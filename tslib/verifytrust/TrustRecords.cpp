@@ -68,7 +68,7 @@ private:
 std::unique_ptr<HashProvider> TrustRecords::Create() { return std::make_unique<Provider>(*this); }
 
 std::size_t TrustRecords::Count() const {
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard lock(lock_);
     return entries_.size();
 }
 
@@ -82,7 +82,7 @@ std::optional<std::uint32_t> TrustRecords::Find(const HeldFile& file, CheckKind 
     if (!ReadState(file, state)) {
         return kDoNotRelyOnCached;
     }
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard lock(lock_);
     const auto found =
         std::ranges::find_if(entries_, [&](const Entry& entry) { return entry.state == state && entry.kind == kind; });
     if (found == entries_.end()) {
@@ -100,7 +100,7 @@ void TrustRecords::Keep(const HeldFile& file, CheckKind kind, std::uint32_t find
     // Also where the clock is behind the file's times: it was set back, or is not the one that made them.
     const std::uint64_t changed = std::max(state.lastWrite, state.change);
     const bool isTooYoung = now < changed || now - changed <= kTimeStep;
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard lock(lock_);
     std::erase_if(entries_, [&](const Entry& entry) {  // at most one is there, of an earlier state
         return entry.state.identity == state.identity && entry.kind == kind;
     });

@@ -4,11 +4,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <vector>
 
 #include "tslib/platform/Files.h"
+#include "tslib/platform/Locks.h"
 #include "tslib/platform/System.h"
 #include "tslib/verifytrust/HashProvider.h"
 
@@ -51,7 +51,7 @@ private:
 
     platform::Files& files_;
     platform::System& system_;
-    mutable std::mutex mutex_;
+    mutable platform::Lock lock_;
     std::vector<Entry> entries_;  // oldest first
 };
 

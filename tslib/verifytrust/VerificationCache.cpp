@@ -44,7 +44,7 @@ TrustResult VerificationCache::Lookup(std::u16string_view path, TrustLevel level
     levelConflict = false;
     auto result = TrustResult::FileError;
     {
-        const std::lock_guard lock(mutex_);
+        const std::lock_guard lock(lock_);
         if (const auto found = Find(hash, optionA, optionB)) {
             const Queue::iterator entry = *found->place;
             result = TrustResult::NotTrusted;
@@ -80,7 +80,7 @@ TrustResult VerificationCache::Add(std::u16string_view path, TrustLevel level, s
         return TrustResult::OutOfMemory;
     };
     return AtBoundary(memoryShort, [&] {
-        const std::lock_guard lock(mutex_);
+        const std::lock_guard lock(lock_);
         if (const auto found = Find(hash, optionA, optionB)) {
             Entry& entry = **found->place;
             bool conflict = false;
@@ -107,7 +107,7 @@ TrustResult VerificationCache::Remove(std::u16string_view path) noexcept {
     }
     const std::uint64_t hash = PathHash(rules_, path);
     {
-        const std::lock_guard lock(mutex_);
+        const std::lock_guard lock(lock_);
         if (const auto chain = index_.find(hash); chain != index_.end()) {
             DropOldest(chain);
             return TrustResult::Trusted;
@@ -118,14 +118,14 @@ TrustResult VerificationCache::Remove(std::u16string_view path) noexcept {
 }
 
 TrustResult VerificationCache::Clear() noexcept {
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard lock(lock_);
     index_.clear();
     queue_.clear();
     return TrustResult::Trusted;
 }
 
 TrustResult VerificationCache::SetMaximum(std::uint32_t count) noexcept {
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard lock(lock_);
     while (queue_.size() > count) {
         DropOldest(index_.find(queue_.front().pathHash));
     }
@@ -134,7 +134,7 @@ TrustResult VerificationCache::SetMaximum(std::uint32_t count) noexcept {
 }
 
 std::uint32_t VerificationCache::GetMaximum() noexcept {
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard lock(lock_);
     return maximum_;
 }
 

@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <list>
-#include <mutex>
 #include <optional>
 #include <string_view>
 #include <unordered_map>
@@ -11,6 +10,7 @@
 
 #include "tslib/Tracer.h"
 #include "tslib/TrustResult.h"
+#include "tslib/platform/Locks.h"
 #include "tslib/platform/TextRules.h"
 
 namespace tsLib {
@@ -19,7 +19,7 @@ namespace tsLib {
 // under the two options of its request; it does not expire and is not dropped when the file changes on disk. An index
 // by path hash stands beside the queue, so that the cost of an operation does not grow with the number of entries.
 //
-// Any thread: every operation holds one mutex while it touches the store, and calls nothing outside meanwhile. An
+// Any thread: every operation holds one lock while it touches the store, and calls nothing outside meanwhile. An
 // empty path (or a null one) and a zero level give InvalidArgument. When memory runs out the store stays as it was.
 class VerificationCache {
 public:
@@ -70,7 +70,7 @@ private:
 
     platform::TextRules& rules_;
     Tracer tracer_;
-    std::mutex mutex_;
+    platform::Lock lock_;
     Queue queue_;
     Index index_;
     std::uint32_t maximum_ = 0;
