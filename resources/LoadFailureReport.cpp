@@ -1,5 +1,6 @@
 // What is told about a failed search.
 #include <array>
+#include <utility>
 
 #include "resources/Inserts.h"
 #include "resources/ResourceLoader.h"
@@ -41,10 +42,13 @@ void CResourceLoader::ReportLoadFailure(HResult code) {
         // Should this fail, the text with its insert unfilled still says what is wrong.
         static_cast<void>(platform_.desktop.FillInserts(text, {&fileName_, 1}, text));
     }
-    if (displayVisible_) {
+    if (displayVisible_ && box_ == nullptr) {
         platform_.desktop.ShowError(text, nullptr);
     }
     log_.Sentence(text);
+    if (displayVisible_ && box_ != nullptr) {
+        box_->Keep(code, std::move(text));
+    }
 }
 
 }  // namespace HVR

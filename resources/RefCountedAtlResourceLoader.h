@@ -11,8 +11,8 @@ class CRefCountedAtlResourceLoader final : public CRefCountedResourceLoader {
 public:
     // The loader may be null; both must outlive this object.
     CRefCountedAtlResourceLoader(IResourceLoader* loader, bool reportFailure, ResourceInstance& instance,
-                                 tsLib::platform::TraceOutput& trace) noexcept
-        : CRefCountedResourceLoader(loader, reportFailure, trace), instance_(instance) {}
+                                 tsLib::platform::TraceOutput& trace, FailureBox* box = nullptr) noexcept
+        : CRefCountedResourceLoader(loader, reportFailure, trace, box), instance_(instance) {}
 
     // Installs the loaded module after a success. Called by the counting operations under their lock; who calls it
     // directly makes sure that nobody else does.

@@ -8,6 +8,14 @@ using tsLib::HResult;
 using tsLib::TraceEvent;
 
 std::uint32_t CRefCountedResourceLoader::Acquire() noexcept {
+    const std::uint32_t count = Count();
+    if (count == 1 && box_ != nullptr) {
+        box_->Show();
+    }
+    return count;
+}
+
+std::uint32_t CRefCountedResourceLoader::Count() noexcept {
     const std::lock_guard lock(lock_);
     if (++count_ == 1) {
         const HResult result = Initialize(reportFailure_);

@@ -10,6 +10,7 @@
 
 #include "resources/DebugLog.h"
 #include "resources/DisableAutoProtect.h"
+#include "resources/FailureBox.h"
 #include "resources/IResourceLoader.h"
 #include "resources/KnownModule.h"
 #include "tslib/IComponentSource.h"
@@ -57,6 +58,9 @@ public:
     // Gives the full path of the module from outside. Initialize tries it before it searches; with it the loader
     // needs neither a calling module nor a file name, and without those it does not search.
     void SetResourceModulePath(std::u16string path) noexcept { givenPath_ = std::move(path); }
+
+    // Keeps the box about a failure for who shows it later; it outlives the loader. Without one Initialize shows it.
+    void LeaveBoxTo(FailureBox& box) noexcept { box_ = &box; }
 
     // Loads a module that the trust verifier does not refuse, with real-time protection suspended while it is mapped.
     // Fail for an empty path, SignatureRefused when the file is refused or cannot be verified at all, or the platform's
@@ -124,6 +128,7 @@ private:
     bool displayVisible_ = false;
     std::uint16_t loadedLanguage_ = 0;
     std::u16string givenPath_;
+    FailureBox* box_ = nullptr;
     bool refused_ = false;    // whether the search has met a module that was refused
     bool hasMissed_ = false;  // whether it has looked for a file in vain, or met a module that could not be loaded
     std::optional<KnownModule> known_;

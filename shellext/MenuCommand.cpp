@@ -59,6 +59,9 @@ void CopyText(std::string_view source, void* buffer, std::size_t capacity,
 }  // namespace
 
 MenuCommand::~MenuCommand() {
+    for (const TakenDropList& taken : taken_) {
+        shell_.GiveBack(taken);
+    }
     if (dropList_ != DropHandle{}) {
         shell_.LeaveApartment();
     }
@@ -71,15 +74,22 @@ HResult MenuCommand::Initialize(SelectionHandle selection) {
         tracer_.Error(TraceEvent::MenuNoDataObject);
         return HResult::Fail;
     }
-    DropHandle taken{};
+    taken_.reserve(taken_.size() + 1);
+    TakenDropList taken;
     const HResult result = shell_.TakeDropList(selection, taken);
     if (Failed(result)) {
         tracer_.Error(TraceEvent::MenuNoDropList, result);
         return result;
     }
-    // A second initialization overwrites the list without freeing it, and enters the apartment once more although the
-    // destructor leaves it once only. That is meant: the apartment may outlive the object, never the other way round.
-    dropList_ = taken;
+    // Memory that a selection gives away twice has one owner all the same, and is freed once.
+    const bool isKnown =
+        taken.owner == DropOwner{} && std::ranges::find(taken_, taken.list, &TakenDropList::list) != taken_.end();
+    if (taken.list != DropHandle{} && !isKnown) {
+        taken_.push_back(taken);
+    }
+    // A second initialization overwrites the list, and enters the apartment once more although the destructor leaves it
+    // once only. That is meant: the apartment may outlive the object, never the other way round.
+    dropList_ = taken.list;
     if (dropList_ != DropHandle{}) {
         shell_.EnterApartment();
     }

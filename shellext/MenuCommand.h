@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
+#include <vector>
 
 #include "shellext/InstanceStrings.h"
 #include "shellext/ShellSurface.h"
@@ -55,7 +56,7 @@ public:
     MenuCommand(const tsLib::platform::Platform& platform, const ResourceInstance& instance,
                 ShellSurface& shell) noexcept
         : platform_(platform), strings_(platform, instance), shell_(shell), tracer_(platform.trace) {}
-    // Leaves the apartment once when a drop list is held, however often Initialize entered it.
+    // Gives the drop lists back, and leaves the apartment once when there is one, however often Initialize entered it.
     ~MenuCommand();
     MenuCommand(const MenuCommand&) = delete;
     MenuCommand& operator=(const MenuCommand&) = delete;
@@ -84,7 +85,8 @@ public:
 private:
     [[nodiscard]] bool IsOurVerb(const InvokeRequest& request) const noexcept;
 
-    DropHandle dropList_{};
+    DropHandle dropList_{};             // the last one
+    std::vector<TakenDropList> taken_;  // all
     char verb_[kVerbCapacity] = {};
     char16_t wideVerb_[kVerbCapacity] = {};
     const tsLib::platform::Platform& platform_;

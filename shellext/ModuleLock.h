@@ -39,30 +39,34 @@ public:
         module_.Lock();
         return references_.fetch_add(1, std::memory_order_relaxed) + 1;
     }
+    // A release too many would take a live object's lock away: it changes nothing.
     std::uint32_t ReleaseReference() noexcept {
-        const std::uint32_t count = references_.fetch_sub(1, std::memory_order_relaxed) - 1;
-        module_.Unlock();
-        return count;
+        const std::uint32_t before = TakeOne(references_);
+        return before == 0 ? 0 : before - 1;
     }
 
-    // LockServer. An unlock without its lock would take a live object's lock away: Unexpected.
+    // LockServer. Unexpected for an unlock too many.
     tsLib::HResult LockServer(bool lock) noexcept {
         if (lock) {
             module_.Lock();
             locks_.fetch_add(1, std::memory_order_relaxed);
             return tsLib::HResult::Ok;
         }
-        std::uint32_t count = locks_.load(std::memory_order_relaxed);
-        do {
-            if (count == 0) {
-                return tsLib::HResult::Unexpected;
-            }
-        } while (!locks_.compare_exchange_weak(count, count - 1, std::memory_order_relaxed));
-        module_.Unlock();
-        return tsLib::HResult::Ok;
+        return TakeOne(locks_) == 0 ? tsLib::HResult::Unexpected : tsLib::HResult::Ok;
     }
 
 private:
+    // One less, and the module's lock with it, unless there is none. What was there before.
+    std::uint32_t TakeOne(std::atomic<std::uint32_t>& count) noexcept {
+        std::uint32_t before = count.load(std::memory_order_relaxed);
+        while (before != 0 && !count.compare_exchange_weak(before, before - 1, std::memory_order_relaxed)) {
+        }
+        if (before != 0) {
+            module_.Unlock();
+        }
+        return before;
+    }
+
     ModuleLock& module_;
     std::atomic<std::uint32_t> references_{0};
     std::atomic<std::uint32_t> locks_{0};

@@ -11,8 +11,15 @@ namespace HVR {
 
 // The shell's objects, which only an implementation of ShellSurface understands; null for none.
 enum class DropHandle : std::uintptr_t {};
+// Who frees a drop list, if it is not its holder (IUnknown).
+enum class DropOwner : std::uintptr_t {};
 enum class MenuHandle : std::uintptr_t {};
 enum class SelectionHandle : std::uintptr_t {};
+
+struct TakenDropList {
+    DropHandle list{};
+    DropOwner owner{};
+};
 
 // Used on the handler's own thread. An operation that is not noexcept runs code of the host, which may throw anything;
 // the handler's entry points are the boundary.
@@ -24,9 +31,10 @@ public:
                                                     const std::u16string& text) noexcept = 0;
     virtual void RemoveItem(MenuHandle menu, std::uint32_t position) noexcept = 0;
 
-    // The drop list of a selection, which nobody frees after this. The output is untouched on failure; success without
+    // The drop list of a selection, to be given to GiveBack once. The output is untouched on failure; success without
     // a list gives null.
-    virtual tsLib::HResult TakeDropList(SelectionHandle selection, DropHandle& dropList) = 0;
+    virtual tsLib::HResult TakeDropList(SelectionHandle selection, TakenDropList& taken) = 0;
+    virtual void GiveBack(const TakenDropList& taken) noexcept = 0;
 
     // COM on this thread.
     virtual void EnterApartment() noexcept = 0;

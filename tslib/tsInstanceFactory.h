@@ -7,10 +7,10 @@
 #include <string>
 #include <string_view>
 
-#include "tslib/platform/Locks.h"
 #include "tslib/Tracer.h"
 #include "tslib/TrustResult.h"
 #include "tslib/TrustVerifiers.h"
+#include "tslib/platform/Locks.h"
 #include "tslib/platform/Platform.h"
 #include "tslib/tsVaneModuleFactory.h"
 

@@ -1,7 +1,6 @@
 // Keeping the module loaded that an address lies in, such as the one that an object's code is in.
 #pragma once
 
-
 #include "tslib/platform/Locks.h"
 #include "tslib/tsVaneDllLifetimeMgr.h"
 

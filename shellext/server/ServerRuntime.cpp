@@ -29,35 +29,46 @@ ServerRuntime& ServerRuntime::Instance() {
 }
 
 bool ServerRuntime::LetGo() noexcept {
-    ServerRuntime* unused = nullptr;
-    {
-        // Whoever gets the runtime holds the module's lock before: seen free in here, nobody has it or is about to.
-        const std::lock_guard locked(runtimeLock);
-        if (serverLock.IsHeld() || (runtime != nullptr && runtime->product_.OwnComponents().GetObjectCount() != 0)) {
-            return false;
+    // Until nothing was there to give back: giving back runs others' code, and meanwhile a user may come and go.
+    for (;;) {
+        ServerRuntime* unused = nullptr;
+        {
+            // Whoever gets the runtime holds the module's lock before: seen free in here, nobody has it or is about to.
+            const std::lock_guard locked(runtimeLock);
+            if (serverLock.IsHeld() ||
+                (runtime != nullptr && runtime->product_.OwnComponents().GetObjectCount() != 0)) {
+                return false;
+            }
+            unused = std::exchange(runtime, nullptr);
         }
-        unused = std::exchange(runtime, nullptr);
+        if (unused == nullptr) {
+            return true;
+        }
+        delete unused;
     }
-    delete unused;  // frees modules, whose code may do anything
-    return !serverLock.IsHeld();
 }
 
 ServerRuntime::ServerRuntime()
     : instance_(product_.Platform().modules.Own()),
+      failureBox_(product_.Platform().desktop),
       loader_(product_.Platform(), instance_.Get(), u"ZebShellRes.dll", product_.TrustVerifiers(),
               product_.Components()),
-      sharedLoader_(&loader_, kReportFailure, instance_, product_.Platform().trace),
+      sharedLoader_(&loader_, kReportFailure, instance_, product_.Platform().trace, &failureBox_),
       scan_(product_.Platform(), product_.PathExpansion(), product_.TrustVerifiers()),
       registration_(product_.Platform(), ModuleInstance()),
-      handler_{product_.Platform(), instance_, sharedLoader_, shell_, scan_, serverLock} {}
+      handler_{product_.Platform(), instance_, sharedLoader_, shell_, scan_, serverLock} {
+    loader_.LeaveBoxTo(failureBox_);
+}
 
 HResult ServerRuntime::Register() {
+    const FailureBox::Quiet quiet(failureBox_);
     const ResourceReference reference(sharedLoader_);
     const HResult result = registration_.RunScript(kHandlerScriptId, false);
     return Failed(result) ? result : registration_.RegisterTypeLibrary();
 }
 
 void ServerRuntime::Unregister() {
+    const FailureBox::Quiet quiet(failureBox_);
     const ResourceReference reference(sharedLoader_);
     // The type library stays: other registrations of it, and tools that read it, do not depend on the handler.
     static_cast<void>(registration_.RunScript(kHandlerScriptId, true));

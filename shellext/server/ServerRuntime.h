@@ -31,6 +31,7 @@ private:
 
     ProductRuntime product_;
     ResourceInstance instance_;
+    FailureBox failureBox_;
     CResourceLoader loader_;
     CRefCountedAtlResourceLoader sharedLoader_;
     Win32Shell shell_;

@@ -41,7 +41,7 @@ void Win32Shell::RemoveItem(MenuHandle menu, std::uint32_t position) noexcept {
     }
 }
 
-tsLib::HResult Win32Shell::TakeDropList(SelectionHandle selection, DropHandle& dropList) {
+tsLib::HResult Win32Shell::TakeDropList(SelectionHandle selection, TakenDropList& taken) {
     auto* const object = reinterpret_cast<IDataObject*>(static_cast<std::uintptr_t>(selection));
     FORMATETC format{CF_HDROP, nullptr, DVASPECT_CONTENT, -1, TYMED_HGLOBAL};
     STGMEDIUM medium{};
@@ -51,10 +51,23 @@ tsLib::HResult Win32Shell::TakeDropList(SelectionHandle selection, DropHandle& d
     }
     if (medium.tymed != TYMED_HGLOBAL) {
         ReleaseStgMedium(&medium);
-        medium.hGlobal = nullptr;
+        medium = {};
     }
-    dropList = DropHandle{reinterpret_cast<std::uintptr_t>(medium.hGlobal)};
+    taken = {DropHandle{reinterpret_cast<std::uintptr_t>(medium.hGlobal)},
+             DropOwner{reinterpret_cast<std::uintptr_t>(medium.pUnkForRelease)}};
     return FromCom(result);
+}
+
+void Win32Shell::GiveBack(const TakenDropList& taken) noexcept {
+    STGMEDIUM medium{};
+    medium.tymed = TYMED_HGLOBAL;
+    medium.hGlobal = reinterpret_cast<HGLOBAL>(static_cast<std::uintptr_t>(taken.list));
+    medium.pUnkForRelease = reinterpret_cast<IUnknown*>(static_cast<std::uintptr_t>(taken.owner));
+    // The owner is an object of the host's.
+    static_cast<void>(EntryPoint(tsLib::HResult::Fail, [&] {
+        ReleaseStgMedium(&medium);
+        return tsLib::HResult::Ok;
+    }));
 }
 
 void Win32Shell::EnterApartment() noexcept {

@@ -28,7 +28,8 @@ public:
                                             const std::u16string& text) noexcept override;
     void RemoveItem(MenuHandle menu, std::uint32_t position) noexcept override;
     // An object that answers success with another medium than the one asked for has given no list.
-    tsLib::HResult TakeDropList(SelectionHandle selection, DropHandle& dropList) override;
+    tsLib::HResult TakeDropList(SelectionHandle selection, TakenDropList& taken) override;
+    void GiveBack(const TakenDropList& taken) noexcept override;
     void EnterApartment() noexcept override;
     void LeaveApartment() noexcept override;
 };

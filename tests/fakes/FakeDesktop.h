@@ -69,6 +69,10 @@ public:
             onBox();
         }
     }
+    [[nodiscard]] bool MarkProcess(const char16_t* mark) noexcept override {
+        const auto lock = Lock();
+        return marks.insert(mark).second;
+    }
     void WriteDebug(const char16_t* text) noexcept override try {
         Keep(debugTexts, std::u16string(text));
     } catch (const std::bad_alloc&) {
@@ -83,6 +87,7 @@ public:
         std::u16string text;
         std::optional<std::u16string> caption;
     };
+    std::set<std::u16string> marks;
     std::vector<Box> boxes;
     std::function<void()> onBox;  // what else the thread does while the box is up
     std::vector<std::u16string> debugTexts;

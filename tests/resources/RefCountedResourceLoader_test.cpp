@@ -35,6 +35,8 @@ protected:
     WatchedLoader loader = world.MakeLoader<WatchedLoader>();
     HVR::ResourceInstance instance{FakeModules::kOwn};
     HVR::CRefCountedResourceLoader holder{&loader, true, world.trace};
+    HVR::FailureBox box{world.desktop};
+    HVR::CRefCountedResourceLoader telling{&loader, true, world.trace, &box};
     HVR::CRefCountedAtlResourceLoader installer{&loader, false, instance, world.trace};
 };
 
@@ -99,17 +101,33 @@ TEST_F(ResourceHolder, InstallsTheModule_AndPutsTheOldOneBackFirst) {
     EXPECT_EQ(instance.Get(), FakeModules::kOwn);
 }
 
-TEST_F(ResourceHolder, MessageBoxLetsAnotherUserOfTheThreadIn) {
+TEST_F(ResourceHolder, AFailuresBox_IsShownOnceInAProcess_WhenNobodyNeedsToWait) {
     world.desktop.systemTexts[{0x80030002, 1033}] = u"text";
     Break(SystemError{0x80030002});
-    world.desktop.onBox = [&] {
-        EXPECT_EQ(holder.Acquire(), 2U);
-        EXPECT_EQ(holder.Result(), HResult::NotInitialized);
-        EXPECT_EQ(holder.Release(), 1U);
+    loader.LeaveBoxTo(box);
+    const auto useIt = [&](std::uint32_t others) {
+        EXPECT_EQ(telling.Acquire(), others + 1);
+        EXPECT_EQ(telling.Result(), HResult::Fail);
+        EXPECT_EQ(telling.Release(), others);
     };
-    loader.onUnload = [] { ADD_FAILURE() << "somebody still loads"; };
-    EXPECT_EQ(holder.Acquire(), 1U);
+    world.desktop.onBox = [&] {
+        useIt(1);                                 // its thread handles messages meanwhile
+        std::jthread another([&] { useIt(1); });  // and so does another window's
+    };
+    {
+        const HVR::FailureBox::Quiet quiet(box);
+        useIt(0);
+    }
+    EXPECT_TRUE(world.desktop.boxes.empty());
+    useIt(0);
+    useIt(0);
+    HVR::FailureBox again(world.desktop);
+    again.Keep(HResult::FileNotFound, u"text");
+    again.Show();
     EXPECT_EQ(world.desktop.boxes.size(), 1U);
+    again.Keep(HResult::SignatureRefused, u"another failure");
+    again.Show();
+    EXPECT_EQ(world.desktop.boxes.size(), 2U);
 }
 
 TEST_F(ResourceHolder, ManyThreads_AUserAlwaysFindsTheModuleInstalled) {

@@ -31,10 +31,14 @@ struct FakeShell final : HVR::ShellSurface {
     void RemoveItem(HVR::MenuHandle, std::uint32_t position) noexcept override {
         items.append(u" removed ").append(tsLib::DecimalText(position));
     }
-    HResult TakeDropList(HVR::SelectionHandle selection, HVR::DropHandle& dropList) override {
+    HResult TakeDropList(HVR::SelectionHandle selection, HVR::TakenDropList& taken) override {
         EXPECT_EQ(selection, kSelection);
-        dropList = Succeeded(answer) ? list : dropList;
+        taken.list = Succeeded(answer) ? list : taken.list;
         return answer;
+    }
+    void GiveBack(const HVR::TakenDropList& taken) noexcept override {
+        EXPECT_EQ(left, 0);
+        givenBack.push_back(taken.list);
     }
     void EnterApartment() noexcept override { ++entered; }
     void LeaveApartment() noexcept override { ++left; }
@@ -44,6 +48,7 @@ struct FakeShell final : HVR::ShellSurface {
     HVR::DropHandle list{0x4711};
     HResult answer = HResult::Ok;
     int entered = 0, left = 0;
+    std::vector<HVR::DropHandle> givenBack;
 };
 
 struct MenuCommandTest : testing::Test, FakePlatform {
@@ -118,6 +123,7 @@ TEST_F(MenuCommandTest, Initialize_KeepsTheListAndEntersTheApartment_LeavesOnceA
     EXPECT_EQ(shell.left, 0);
     command.emplace(*this, instance, shell);
     EXPECT_EQ(shell.left, 1);
+    EXPECT_EQ(shell.givenBack, (std::vector{kFirst, kSecond}));
     command.reset();
     EXPECT_EQ(shell.left, 1) << "one without a list entered none";
 }

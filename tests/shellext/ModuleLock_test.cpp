@@ -23,6 +23,7 @@ TEST(ModuleLock, FactoryReferencesAndLocks_KeepTheModule) {
     // An unlock without its lock takes no object's lock away.
     module.Lock();
     EXPECT_EQ(factory.LockServer(false), HResult::Unexpected);
+    EXPECT_EQ(factory.ReleaseReference(), 0U);
     EXPECT_EQ(module.Count(), 1U);
 }
 

@@ -127,6 +127,21 @@ TEST_F(ShellHandler, Initialize_AsksForTheWideListOnce_AndKeepsWhatIsNone) {
     }
     stream->AddRef();
     EXPECT_EQ(stream->Release() + owner.references, 2U) << "a medium of a wrong kind is released";
+    // One of the right kind is kept for as long as the handler lives.
+    const DropMemory kept(WideDropBlock({u"C:\\a"}));
+    TestDataObject lending([&](STGMEDIUM& medium) {
+        medium.tymed = TYMED_HGLOBAL;
+        medium.hGlobal = kept.Get();
+        medium.pUnkForRelease = &owner;
+        owner.AddRef();
+        return S_OK;
+    });
+    EXPECT_EQ(init->Initialize(nullptr, &lending, nullptr), S_OK);
+    EXPECT_EQ(init->Initialize(nullptr, &lending, nullptr), S_OK);
+    EXPECT_EQ(owner.references, 3U);
+    handler.Reset();
+    init.Reset();
+    EXPECT_EQ(owner.references, 1U);
 }
 
 IUnknown* going = nullptr;

@@ -94,18 +94,18 @@ private:
 // The text of the item that a handler puts into an empty menu; empty when it puts none.
 [[nodiscard]] std::wstring MenuItem(IContextMenu& handler);
 
-// A data object that gives a drop list, which stays the test's, or answers as it is told. Lives on the stack: counts
-// references but frees nothing.
+// A data object that gives drop lists away, or answers as it is told. Lives on the stack: counts references but frees
+// nothing.
 class TestDataObject final : public IDataObject {
 public:
-    explicit TestDataObject(const std::vector<std::u16string>& items = {}) : memory_(WideDropBlock(items)) {
-        answer = [this](STGMEDIUM& medium) {
+    explicit TestDataObject(const std::vector<std::u16string>& items = {}) {
+        answer = [block = WideDropBlock(items)](STGMEDIUM& medium) {
             medium.tymed = TYMED_HGLOBAL;
-            medium.hGlobal = memory_.Get();
+            medium.hGlobal = DropMemory(block).Release();
             return S_OK;
         };
     }
-    explicit TestDataObject(std::function<HRESULT(STGMEDIUM&)> theAnswer) : answer(std::move(theAnswer)), memory_("") {}
+    explicit TestDataObject(std::function<HRESULT(STGMEDIUM&)> theAnswer) : answer(std::move(theAnswer)) {}
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID interfaceId, void** object) override;
     ULONG STDMETHODCALLTYPE AddRef() override { return ++references; }
@@ -129,7 +129,6 @@ public:
     std::vector<FORMATETC> asked;
 
 private:
-    DropMemory memory_;
 };
 
 }  // namespace tests

@@ -115,6 +115,7 @@ public:
     ~DropMemory();
 
     [[nodiscard]] HDROP__* Get() const { return static_cast<HDROP__*>(memory_); }
+    [[nodiscard]] HGLOBAL Release() { return std::exchange(memory_, nullptr); }
 
 private:
     HGLOBAL memory_;

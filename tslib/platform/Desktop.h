@@ -39,6 +39,10 @@ public:
     // meanwhile, so that calls can arrive in between. A box that cannot be shown is passed over.
     virtual void ShowError(const std::u16string& text, const std::u16string* caption) noexcept = 0;
 
+    // Whether nobody in this process has set the mark before; it is set then. Marks stay until the process ends (local
+    // atoms). True as well when there is no room for another one.
+    [[nodiscard]] virtual bool MarkProcess(const char16_t* mark) noexcept = 0;
+
     // OutputDebugStringW. The text ends with a NUL and is written as it is, without a line break of its own.
     virtual void WriteDebug(const char16_t* text) noexcept = 0;
 

@@ -71,6 +71,15 @@ void Win32Desktop::ShowError(const std::u16string& text, const std::u16string* c
     std::apply(MessageBoxW, ErrorBoxArguments(ToWide(text), caption == nullptr ? nullptr : ToWide(*caption)));
 }
 
+bool Win32Desktop::MarkProcess(const char16_t* mark) noexcept {
+    const LastErrorKeeper keeper;
+    const bool isSet = FindAtomW(ToWide(mark)) != 0;
+    if (!isSet) {
+        AddAtomW(ToWide(mark));
+    }
+    return !isSet;
+}
+
 void Win32Desktop::WriteDebug(const char16_t* text) noexcept {
     const LastErrorKeeper keeper;
     OutputDebugStringW(ToWide(text));

@@ -10,6 +10,7 @@
 
 #include "tslib/platform/FullPath.h"
 #include "tslib/platform/win32/CallArguments.h"
+#include "tslib/platform/win32/ErrorMode.h"
 #include "tslib/platform/win32/Handles.h"
 #include "tslib/platform/win32/ModuleFunction.h"
 #include "tslib/platform/win32/PlatformPath.h"
@@ -84,6 +85,7 @@ SystemError Win32Files::Attributes(const std::u16string& path, std::uint32_t& at
     if (HoldsNul(path)) {
         return kInvalidName;
     }
+    const QuietErrors quiet;
     const DWORD answer = GetFileAttributesW(ToWide(PlatformPath(path)));
     if (answer == INVALID_FILE_ATTRIBUTES) {
         return LastFailure();
@@ -96,6 +98,7 @@ SystemError Win32Files::OpenForReading(const std::u16string& path, FileSharing s
     if (HoldsNul(path)) {
         return kInvalidName;
     }
+    const QuietErrors quiet;
     UniqueFile opened(std::apply(CreateFileW, ReadingArguments(ToWide(PlatformPath(path)), sharing)));
     if (!opened) {
         return LastFailure();
@@ -188,6 +191,7 @@ SystemError Win32Files::StampOf(const std::u16string& path, Stamp& stamp) {
     } else {
         return SystemError::PathNotFound;
     }
+    const QuietErrors quiet;
     const auto query = LoadedFunction<Query>(L"ntdll.dll", "NtQueryFullAttributesFile");
     const auto bytes = static_cast<USHORT>(std::min<std::size_t>(full.size() * sizeof(char16_t), 0xFFFE));
     UNICODE_STRING name{bytes, bytes, ToWide(full.data())};
@@ -207,6 +211,7 @@ SystemError Win32Files::VolumeOf(const std::u16string& path, Volume& volume) {
     if (HoldsNul(path)) {
         return kInvalidName;
     }
+    const QuietErrors quiet;
     // The root of a volume is no longer than the path, but for the backslash at its end.
     std::u16string root(path.size() + 2, u'\0');
     wchar_t fileSystem[MAX_PATH + 1] = {};
@@ -222,6 +227,7 @@ SystemError Win32Files::HoldFolder(const std::u16string& path, FileHandle& folde
     if (HoldsNul(path)) {
         return kInvalidName;
     }
+    const QuietErrors quiet;
     UniqueFile opened(std::apply(CreateFileW, FolderArguments(ToWide(PlatformPath(path)))));
     if (!opened) {
         return LastFailure();
@@ -250,6 +256,7 @@ SystemError Win32Files::FindFirst(const std::u16string& pattern, SearchHandle& s
     if (HoldsNul(pattern)) {
         return kInvalidName;
     }
+    const QuietErrors quiet;
     WIN32_FIND_DATAW data;
     UniqueSearch found(FindFirstFileW(ToWide(PlatformPath(pattern)), &data));
     if (!found) {

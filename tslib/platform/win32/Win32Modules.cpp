@@ -11,6 +11,7 @@
 
 #include "tslib/platform/FullPath.h"
 #include "tslib/platform/win32/CallArguments.h"
+#include "tslib/platform/win32/ErrorMode.h"
 #include "tslib/platform/win32/Handles.h"
 #include "tslib/platform/win32/ModuleFunction.h"
 #include "tslib/platform/win32/PlatformPath.h"
@@ -36,13 +37,8 @@ SystemError LoadFor(LoadPurpose purpose, const std::u16string& path, ModuleHandl
     if (!IsFullyQualified(path)) {
         return SystemError::ModuleNotFound;
     }
-    DWORD mode = 0;
-    const BOOL isModeSet = SetThreadErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX, &mode);
-    const SystemError error = Give(std::apply(LoadLibraryExW, LoadArguments(ToWide(path), purpose)), module);
-    if (isModeSet) {
-        SetThreadErrorMode(mode, nullptr);
-    }
-    return error;
+    const QuietErrors quiet;
+    return Give(std::apply(LoadLibraryExW, LoadArguments(ToWide(path), purpose)), module);
 }
 
 }  // namespace

@@ -133,6 +133,7 @@ public:
     SystemError WindowStationFlags(std::uint32_t& flags) noexcept override;
     // Any thread that may show windows.
     void ShowError(const std::u16string& text, const std::u16string* caption) noexcept override;
+    [[nodiscard]] bool MarkProcess(const char16_t* mark) noexcept override;
     void WriteDebug(const char16_t* text) noexcept override;
 };
 
