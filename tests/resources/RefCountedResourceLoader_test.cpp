@@ -121,7 +121,8 @@ TEST_F(ResourceHolder, AFailuresBox_IsShownOnceInAProcess_WhenNobodyNeedsToWait)
     EXPECT_TRUE(world.desktop.boxes.empty());
     useIt(0);
     useIt(0);
-    HVR::FailureBox again(world.desktop);
+    world.desktop.onBox = nullptr;
+    HVR::FailureBox again(world.desktop);  // of the same process
     again.Keep(HResult::FileNotFound, u"text");
     again.Show();
     EXPECT_EQ(world.desktop.boxes.size(), 1U);
