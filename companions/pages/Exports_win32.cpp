@@ -26,8 +26,8 @@ HRESULT RunScript(bool remove) noexcept {
 
 }  // namespace
 
-BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID processEnds) {
-    HVR::KeepModuleInstance(module, reason, processEnds);
+BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID) {
+    HVR::KeepModuleInstance(module, reason);
     return TRUE;
 }
 

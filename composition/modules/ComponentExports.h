@@ -6,6 +6,7 @@
 #include <atomic>
 #include <memory>
 
+#include "composition/modules/RuntimeExceptions.h"
 #include "tslib/ComponentModule.h"
 #include "tslib/VaneResult.h"
 
@@ -36,21 +37,20 @@ private:
     std::atomic<State*> state_{nullptr};
 };
 
-// A host loads and unloads a module as often as it likes: what the module took must be given back. `processEnds` is
-// DllMain's last argument. This only gives memory back, which is allowed under the loader lock; at the end of the
-// process the system takes it all, and the heap may be in any state.
-void GiveMemoryBack(void (*freeState)() noexcept, const void* processEnds) noexcept;
-
 }  // namespace HVR
 
-// Defines the module's entry points over a State, once in a module.
+// Defines the module's entry points over a State, once in a module. A host loads and unloads a module as often as it
+// likes: what the module took is given back. That only frees memory, which is allowed under the loader lock; at the end
+// of the process the system takes it all, and the heap may be in any state.
 #define HALVORA_COMPONENT_MODULE(State)                                                                     \
     namespace {                                                                                             \
     constinit HVR::OnFirstUse<State> component;                                                             \
     }                                                                                                       \
     BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID processEnds) {                                      \
-        if (reason == DLL_PROCESS_DETACH) {                                                                 \
-            HVR::GiveMemoryBack([]() noexcept { component.Free(); }, processEnds);                          \
+        if (reason == DLL_THREAD_DETACH) {                                                                  \
+            HVR::ForgetThreadsExceptions();                                                                 \
+        } else if (reason == DLL_PROCESS_DETACH && processEnds == nullptr) {                                \
+            component.Free();                                                                               \
         }                                                                                                   \
         return TRUE;                                                                                        \
     }                                                                                                       \

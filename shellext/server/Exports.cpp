@@ -24,8 +24,8 @@ constinit HVR::ClassFactory handlerFactory{HVR::serverLock, &CreateHandler};
 
 }  // namespace
 
-BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID processEnds) {
-    HVR::KeepModuleInstance(module, reason, processEnds);
+BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID) {
+    HVR::KeepModuleInstance(module, reason);
     return TRUE;
 }
 

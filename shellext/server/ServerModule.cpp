@@ -1,6 +1,6 @@
 #include "shellext/server/ServerModule.h"
 
-#include "composition/modules/RuntimeMemory.h"
+#include "composition/modules/RuntimeExceptions.h"
 
 namespace HVR {
 
@@ -14,11 +14,11 @@ constinit ModuleLock serverLock;
 
 HMODULE ModuleInstance() noexcept { return moduleInstance; }
 
-void KeepModuleInstance(HMODULE module, DWORD reason, const void* processEnds) noexcept {
+void KeepModuleInstance(HMODULE module, DWORD reason) noexcept {
     if (reason == DLL_PROCESS_ATTACH) {
         moduleInstance = module;
-    } else if (reason == DLL_PROCESS_DETACH && processEnds == nullptr) {
-        GiveRuntimeMemoryBack();
+    } else if (reason == DLL_THREAD_DETACH) {
+        ForgetThreadsExceptions();
     }
 }
 

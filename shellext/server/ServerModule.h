@@ -10,9 +10,8 @@ namespace HVR {
 // The handle that DllMain was given; null in a program that links this code.
 [[nodiscard]] HMODULE ModuleInstance() noexcept;
 // All that DllMain does, with DllMain's arguments. It is called with the loader lock held, where nothing may be loaded,
-// waited for or made: the handle is kept, and the language runtime's memory given back when the module goes before the
-// process does.
-void KeepModuleInstance(HMODULE module, DWORD reason, const void* processEnds) noexcept;
+// waited for or made: the handle is kept, and forgotten what was kept for a thread that ends.
+void KeepModuleInstance(HMODULE module, DWORD reason) noexcept;
 
 // The module's lock count, there before any code of the module runs.
 extern ModuleLock serverLock;
