@@ -1,4 +1,4 @@
-// Path expansion beside the platform's environment expansion, in one run on Windows. It must lie in an installed
+// Path expansion beside the platform's environment expansion, in one run on Windows. It must lie below an installed
 // product's folder: two of the tokens are read from its registry map, where scripts/bench.sh puts the second.
 #include <windows.h>
 
@@ -69,7 +69,7 @@ int main() {
         for (Row& row : rows) {
             row.times[turn] = TimeOne(row.work);
             if (row.times[turn] < 0) {
-                std::fprintf(stderr, "expansion_timing: %s: failed; is the product installed in this folder?\n",
+                std::fprintf(stderr, "expansion_timing: %s: failed; is the product installed in the folder above?\n",
                              row.name);
                 return 1;
             }

@@ -1,22 +1,43 @@
 #!/usr/bin/env bash
-# The benchmarks: on the host, then under Wine.
+# The benchmarks.
+#
+#   bench.sh                    on the host, then under Wine; the table of the library in a shell host is then also in
+#                               out/bench/, as shell.json and shell.svg
+#   bench.sh shell [PART...]    that table alone, or parts of it (such as "clicks"), and no files
 source "$(dirname "$0")/common.sh"
-step "build for benchmarks" build host-release halvora_bench
-"$OUT/host-release/bench/halvora_bench"
+FOLDER="$WINEPREFIX/drive_c/Program Files/Halvora/bench"
+
+install_bench() {
+    rm -rf "$FOLDER"
+    mkdir -p "$FOLDER"
+    cp "$OUT/windows/bench/"{expansion_timing.exe,shell_timing.exe,empty_module.dll} "$FOLDER/"
+    scripts/dev-signing.sh main "$OUT/windows/bench/start_stamp.exe" "$FOLDER/ScanAgent.exe"
+}
+# Run in its own folder, without the carriage returns.
+timing() { (cd "$FOLDER" && wine "$@" | tr -d '\r'); }
+
+if [ "${1:-all}" = all ]; then
+    step "build for benchmarks" build host-release halvora_bench
+    "$OUT/host-release/bench/halvora_bench"
+elif [ "$1" != shell ]; then
+    die "usage: bench.sh [shell [PART...]]"
+fi
 step "build for Windows" build windows zebdiag ScanAgent zebshell2 zebpages resource_modules tsVrTrst tsSet tsQrtCtl \
-    expansion_timing shell_timing empty_module
+    expansion_timing shell_timing start_stamp empty_module
 scripts/stage.sh
 scripts/wine-prefix.sh
 scripts/install.sh
-installed="$WINEPREFIX/drive_c/Program Files/Halvora"
-cp "$OUT/windows/bench/"{expansion_timing.exe,shell_timing.exe,empty_module.dll} "$installed/"
+trap 'rm -rf "$FOLDER"' EXIT
+step "install the benchmarks" install_bench
+if [ "${1:-all}" = shell ]; then
+    timing shell_timing.exe "${@:2}"
+    exit
+fi
 silo=$(tr -d '\r' <"$OUT/windows/stage/isolate.ini" | sed -n 's/^silo=//p')
 subkey="HKLM\\Software\\Corvane\\Isolation\\$silo\\Tessel\\PathExpansionMap\\benchsubkey"
 wine reg add "$subkey" /v Path64 /d 'C:\Program Files\Halvora' /f >/dev/null
-wine "$installed/expansion_timing.exe" | tr -d '\r'
+timing expansion_timing.exe
 wine reg delete "$subkey" /f >/dev/null
-wine "$installed/shell_timing.exe" | tr -d '\r'
-# The first right-click of a process, 21 processes: loading, and the click with 10 files.
-for _ in $(seq 21); do wine "$installed/shell_timing.exe" --first; done | tr -d '\r' | sort -n -k 2 |
-    awk 'NR == 11 { printf "%-44s %10.1f\n%-44s %10.1f\n", "first: loading zebshell2.dll", $1, "first: right-click, 10 files", $2 }'
-rm "$installed/"{expansion_timing.exe,shell_timing.exe,empty_module.dll}
+mkdir -p "$OUT/bench"
+timing shell_timing.exe --json "$(windows_path "$OUT/bench/shell.json")"
+scripts/plot-bench.py "$OUT/bench/shell.json" "$OUT/bench/shell.svg"
