@@ -1,10 +1,6 @@
 // The shared number of suspensions against what other processes may have put in its place.
-#include <gtest/gtest.h>
-#include <windows.h>
-
-#include <functional>
-
 #include "companions/protection/Win32ProtectionCounter_win32.h"
+#include "tests/wine/WinStaging.h"
 
 namespace tests {
 namespace {
@@ -15,7 +11,7 @@ using tsLib::platform::SystemError;
 constexpr char16_t kName[] = u"Local\\HalvoraProtectionTest";
 constexpr wchar_t kWideName[] = L"Local\\HalvoraProtectionTest";
 
-TEST(ProtectionCounterOnWindows, Number_IsShared_AndGoesWithTheLastThatSuspends) {
+TEST(ProtectionCounterOnWindows, Number_IsShared_GoesWithTheLastThatSuspends_AndIsNotTakenFromHostileObjects) {
     Win32ProtectionCounter second(kName);
     std::uint32_t count = 99;
     {
@@ -31,9 +27,7 @@ TEST(ProtectionCounterOnWindows, Number_IsShared_AndGoesWithTheLastThatSuspends)
     // Whoever suspended ended without resuming, and nobody else holds the number.
     EXPECT_EQ(Win32ProtectionCounter(kName).Read(count), SystemError::Success);
     EXPECT_EQ(count, 0u);
-}
-
-TEST(ProtectionCounterOnWindows, HostileObjectsByItsName_AreErrors_NotCrashes) {
+    // Hostile objects by its name are errors, not crashes.
     const auto section = [](DWORD more) {
         return CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE | more, 0, 65536, kWideName);
     };
@@ -53,7 +47,7 @@ TEST(ProtectionCounterOnWindows, HostileObjectsByItsName_AreErrors_NotCrashes) {
         const HANDLE hostile = make();
         ASSERT_NE(hostile, nullptr);
         Win32ProtectionCounter counter(kName);
-        std::uint32_t count = 99;
+        count = 99;
         EXPECT_EQ(counter.Add(1), error);
         EXPECT_EQ(counter.Read(count), error);
         EXPECT_EQ(count, 99u);
