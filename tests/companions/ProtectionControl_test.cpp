@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "companions/protection/ProtectionCounter.h"
 #include "tests/fakes/FakePlatform.h"
-#include "tests/fakes/FakeProtectionCounter.h"
 #include "tslib/ComponentModule.h"
 #include "tslib/VaneRef.h"
 
@@ -11,6 +11,30 @@ namespace tests {
 namespace {
 
 using namespace tsLib;
+
+// The shared number of suspensions, in memory. Operations for the fault switch: "Add", "Subtract", "ReadCount".
+class FakeProtectionCounter final : public HVR::ProtectionCounter, FakePart {
+public:
+    explicit FakeProtectionCounter(FakeCore& core) : FakePart(core) {}
+
+    SystemError Add(std::uint32_t suspensions) noexcept override {
+        return Call("Add", [&] {
+            Require(suspensions <= std::numeric_limits<std::uint32_t>::max() - count, SystemError::InvalidData);
+            count += suspensions;
+        });
+    }
+    SystemError Subtract(std::uint32_t suspensions) noexcept override {
+        return Call("Subtract", [&] {
+            Require(suspensions <= count, SystemError::InvalidData);
+            count -= suspensions;
+        });
+    }
+    SystemError Read(std::uint32_t& suspensions) noexcept override {
+        return Call("ReadCount", [&] { suspensions = count; });
+    }
+
+    std::uint32_t count = 0;
+};
 
 struct ProtectionControl : testing::Test {
     VaneRef<IProtectionControl> Make() {
@@ -21,7 +45,7 @@ struct ProtectionControl : testing::Test {
     ModuleObjectCount objects;
 };
 
-TEST_F(ProtectionControl, Suspensions_NestAndBelongToTheirObject) {
+TEST_F(ProtectionControl, Suspensions_NestAndBelongToTheirObject_AlsoWhenTheCounterFails) {
     auto first = Make();
     const auto second = Make();
     EXPECT_EQ(first->EnableProtection(), HResult::False);
@@ -34,9 +58,7 @@ TEST_F(ProtectionControl, Suspensions_NestAndBelongToTheirObject) {
     first.Reset();  // still suspending twice
     EXPECT_EQ(counter.count, 0U);
     EXPECT_EQ(objects.Get(), 1U);
-}
-
-TEST_F(ProtectionControl, FailedCounter_ChangesNothing) {
+    // A counter that fails changes nothing.
     auto control = Make();
     fake.faults.FailCall(1, SystemError::AccessDenied);
     EXPECT_EQ(control->DisableProtection(), HResult{static_cast<std::int32_t>(0x80070005U)});
