@@ -192,12 +192,14 @@ TEST_F(HostileNeighbour, WhoPutsFilesUnderNamesReadInTwoWays_GetsNothingIn) {
     ASSERT_TRUE(PutBytes(program, GetBytes(Sample(u"unsigned.exe"))));
     ASSERT_TRUE(PutBytes(scratch.Path() + u"signed\\a.exe", GetBytes(Sample(u"good.exe"))));
     EXPECT_EQ(Verify(u"\\\\?\\" + program), TrustResult::NotTrusted);
-    StartedProcess started;
-    ASSERT_EQ(real.processes.Start(u'"' + program + u"\" 60000", kCreateNoWindow, started), SystemError::Success);
-    const VaneRef<IVerifyTrust> ofTheProduct(CreateTrustVerifierStatic());
-    EXPECT_EQ(ofTheProduct->VerifyProcess(started.processId, 3), TrustResult::NotTrusted);
-    TerminateProcess(win32::FromSeam<HANDLE>(started.process), 0);
-    EXPECT_EQ(ExitCode(started), 0U);
+    for (const auto& [path, verdict] :
+         {std::pair(program, TrustResult::NotTrusted), {Sample(u"good.exe"), TrustResult::Trusted}}) {
+        StartedProcess started;
+        ASSERT_EQ(real.processes.Start(u'"' + path + u"\" 60000", kCreateNoWindow, started), SystemError::Success);
+        EXPECT_EQ(VaneRef(CreateTrustVerifierStatic())->VerifyProcess(started.processId, 3), verdict);
+        TerminateProcess(win32::FromSeam<HANDLE>(started.process), 0);
+        EXPECT_EQ(ExitCode(started), 0U);
+    }
 }
 
 // Where the platform resolves links in the name of a file, the good module is loaded; elsewhere none.
