@@ -64,7 +64,6 @@ if is_part lint; then
     begin clang-tidy
 fi
 
-
 if is_part host; then
     say "Host"
     build_host

@@ -34,6 +34,8 @@ expect 1 "$(verdict 3).*\"commonName\":\"Unrelated Signing\"" "" verify "$SAMPLE
 expect 0 "$(verdict 1).*\"test-A\"" "" verify "$SAMPLES\\legacy.exe" --level 1 --json
 expect 0 "A passed, B passed, C passed, D passed" "" verify "$SAMPLES\\good.exe" --level 5
 expect 1 "A passed, B failed, C passed, D failed" "" verify "$SAMPLES\\unit.exe" --level 5
+expect 0 "A passed, B passed, C passed, D passed" "" verify "$SAMPLES\\second.exe" --level 5
+expect 1 "A failed" "" verify "$SAMPLES\\no-usage.exe" --level 1
 expect 0 "system-component" "" verify "$SAMPLES\\system.exe" --level 4
 expect 0 "driver-verified" "" verify "$SAMPLES\\driver.sys" --level 4 --driver
 expect 1 "not trusted \(3\).*platform  0x80096010.*read although the signature is refused" "" verify "$SAMPLES\\tampered.exe"
@@ -45,12 +47,10 @@ expect 1 "$(verdict 2)" "" verify --pid 4294967292 --json
 expect 1 "$(verdict 2)" "" verify --clsid '{11111111-2222-3333-4444-555555555555}' --json
 
 expect 0 '^C:\\Program Files\\Halvora\\x~$' "" expand '%INSTALLDIR%\x'
-expect 0 '^C:\\windows\\y~$' "" expand '%csidl_windows%\\y'
 expect 0 '^C:\\ProgramData\\Corvane\\\{6F1D2C3A-8B4E-4A57-9C60-D1E2F3A4B5C6\}\\Logs~$' "" expand '%HVRLOGDIR%'
 expect 1 "" "cannot expand" expand '%NOSUCH%'
 expect 1 '^\{"text":"a%%b","expanded":false\}~$' "cannot expand" expand 'a%%b' --json
 expect 0 '^C:\\Program Files\\Halvora\\Help\\Grüße.chm~$' "" path 7 'Grüße.chm'
-expect 0 '^C:\\windows\\system32\\drivers\\HvrBoot.sys~$' "" path 6 HvrBoot.sys
 expect 0 '"result":"0x00000000","path":"C:\\\\Program Files\\\\Halvora\\\\"' "" path 0 --json
 expect 2 "" "0x80070057" path 13
 

@@ -17,7 +17,7 @@ declare -A checks=(
     ["modules built twice"]="scripts/check-reproducible.sh"
     ["strings of all languages"]="scripts/check-strings.sh"
 )
-windows_checks=("no plain signer names in modules" "imports of the modules" "locks of the modules" "strings of all languages")
+windows_checks=("no plain signer names in modules" "imports of the modules" "locks of the modules" "headers of the modules" "strings of all languages")
 
 declare -A begun=()
 check_log() { printf '%s/check-%s.log' "$LOG" "${1//[^A-Za-z0-9]/-}"; }

@@ -1,9 +1,9 @@
 // What the language runtime needs for exceptions, made for a module in somebody else's process.
 //
 // A module that links this throws and catches without a lock, without a thread's own variable and, when there is no
-// memory, from a reserve of its own. The runtime's versions of these functions, in whose place they are linked, allocate
-// 73 KB at the module's start and leave them behind, take a lock that allocates when it is first used, and end the
-// process when that fails: just when bad_alloc is thrown.
+// memory, from a reserve of its own. The runtime's versions of these functions, in whose place they are linked,
+// allocate 73 KB at the module's start and leave them behind, take a lock that allocates when it is first used, and end
+// the process when that fails: just when bad_alloc is thrown.
 #pragma once
 
 #include <cstddef>

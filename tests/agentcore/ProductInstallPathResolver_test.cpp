@@ -52,9 +52,7 @@ TEST_F(ResolverTest, EachKind_WithAndWithoutAFile) {
         EXPECT_EQ(Ask<char16_t>(kind, nullptr), folder);
         EXPECT_EQ(Ask<char>(kind, nullptr), folder);
     }
-}
-
-TEST_F(ResolverTest, OneBackslashBehindEveryFolder) {
+    // One backslash is behind every folder.
     for (const auto* folder : {u"C:\\P", u"C:\\P\\", u"C:\\P\\\\\\"}) {
         PutToken(u"installdir", folder);
         PutToken(u"basedir", folder);

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "companions/protection/SuspensionMarks.h"
 #include "tests/fakes/FakePlatform.h"
-#include "tests/fakes/FakeSuspensionMarks.h"
 #include "tslib/ComponentModule.h"
 #include "tslib/VaneRef.h"
 
@@ -11,6 +11,25 @@ namespace tests {
 namespace {
 
 using namespace tsLib;
+
+// Suspension marks, in memory.
+class FakeSuspensionMarks final : public HVR::SuspensionMarks, FakePart {
+public:
+    explicit FakeSuspensionMarks(FakeCore& core) : FakePart(core) {}
+
+    SystemError Set(HVR::MarkHandle& mark) noexcept override {
+        return Call("Set", [&] { mark = marks_.Add(0); });
+    }
+    SystemError Remove(HVR::MarkHandle mark) noexcept override {
+        return Call("Remove", [&] { marks_.Remove(mark); });
+    }
+    SystemError IsAnySet(bool& isSet) noexcept override {
+        return Call("IsAnySet", [&] { isSet = !marks_.All().empty(); });
+    }
+
+private:
+    HandleTable<HVR::MarkHandle, int> marks_{core_, "mark"};
+};
 
 struct ProtectionControl : testing::Test {
     VaneRef<IProtectionControl> Make() {
@@ -21,7 +40,7 @@ struct ProtectionControl : testing::Test {
     ModuleObjectCount objects;
 };
 
-TEST_F(ProtectionControl, Suspensions_NestAndBelongToTheirObject) {
+TEST_F(ProtectionControl, Suspensions_NestAndBelongToTheirObject_AlsoWhenAMarkFails) {
     auto first = Make();
     const auto second = Make();
     EXPECT_EQ(first->EnableProtection(), HResult::False);
@@ -36,9 +55,7 @@ TEST_F(ProtectionControl, Suspensions_NestAndBelongToTheirObject) {
     first.Reset();  // still suspending
     EXPECT_EQ(fake.OpenHandles("mark"), 0U);
     EXPECT_EQ(objects.Get(), 1U);
-}
-
-TEST_F(ProtectionControl, FailedMark_ChangesNothing) {
+    // A mark that fails changes nothing.
     auto control = Make();
     fake.faults.FailCall(1, SystemError::AccessDenied);
     EXPECT_EQ(control->DisableProtection(), HResult{static_cast<std::int32_t>(0x80070005U)});

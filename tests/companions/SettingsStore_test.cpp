@@ -1,7 +1,5 @@
 #include "companions/settingsstore/SettingsStore.h"
 
-#include <gtest/gtest.h>
-
 #include "companions/settingsstore/SettingsKey.h"
 #include "tests/tslib/PathWorld.h"
 #include "tslib/VaneRef.h"
@@ -15,8 +13,7 @@ const std::u16string kTop = PathWorld::kHive + u"\\" + PathWorld::kSilo + u"\\Se
 
 std::u16string Long(std::size_t length) { return std::u16string(length, u'n'); }
 
-class SettingsStoreTest : public testing::Test {
-protected:
+struct SettingsStoreTest : testing::Test {
     ~SettingsStoreTest() override { EXPECT_EQ(count_.Get(), 1U); }  // the store
     VaneRef<ISettingsKey> Writable(const std::u16string& key) {
         VaneRef<ISettingsKey> opened;
@@ -97,9 +94,7 @@ TEST_F(SettingsStoreTest, Enumeration_NamesSubkeysAsWritten) {
     EXPECT_EQ(list->SubkeyName(3, name, 6, &length), kSettingMissing);
     EXPECT_EQ(list->SubkeyName(0, nullptr, 6, &length), VaneResult::InvalidArgument);
     EXPECT_EQ(list->SubkeyCount(nullptr), VaneResult::InvalidArgument);
-}
-
-TEST_F(SettingsStoreTest, DeleteKey_TakesTheTreeAndNothingElse) {
+    // Deleting a key takes its tree and nothing else.
     Writable(u"A\\B\\C");
     Writable(u"A\\BB");
     EXPECT_EQ(store_->DeleteKey(u"a\\b"), VaneResult::Success);

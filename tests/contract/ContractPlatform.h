@@ -6,14 +6,9 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <functional>
 #include <map>
 #include <memory>
-#include <string>
-#include <string_view>
-#include <utility>
-#include <vector>
 
 #include "SignerNamesConfig.h"
 #include "tslib/platform/DropList.h"
@@ -26,8 +21,7 @@ using namespace tsLib::platform;
 
 // What is only declared here is defined by each side. Staging goes past the seam and ends with the test; a step that
 // fails adds a test failure, and so does what a test leaves open, where the side can know it.
-class ContractTest : public ::testing::Test, protected Platform {
-protected:
+struct ContractTest : testing::Test, protected Platform {
     ContractTest();
     ~ContractTest() override;
 
@@ -44,8 +38,6 @@ protected:
     [[nodiscard]] static std::pair<SystemError, std::shared_ptr<void>> TryWrite(const std::u16string& path);
     // What somebody is answered who exchanges two files or folders by renaming, which he then has done.
     [[nodiscard]] static SystemError TrySwap(const std::u16string& one, const std::u16string& other);
-    // The 8.3 form of an existing path, or the path itself where the volume has none.
-    [[nodiscard]] static std::u16string ShortForm(const std::u16string& path);
     // A binary value of any size in the scratch key, which is made in the 64-bit view.
     void PutBinaryValue(const char16_t* name, std::size_t bytes);
     // The name lives as long as the process.

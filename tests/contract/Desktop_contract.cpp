@@ -6,7 +6,7 @@ namespace {
 
 using DesktopContract = ContractTest;
 
-TEST_F(DesktopContract, Locales_AreKnownByTheirNumbers) {
+TEST_F(DesktopContract, LocalesAndTexts_AreKnownByTheirNumbers) {
     for (const std::uint32_t locale :
          {1031U, 3079U, 66567U, std::uint32_t{desktop.UserLanguage()}, std::uint32_t{desktop.SystemLanguage()}}) {
         EXPECT_TRUE(desktop.IsLocale(locale)) << locale;
@@ -14,9 +14,6 @@ TEST_F(DesktopContract, Locales_AreKnownByTheirNumbers) {
     for (const std::uint32_t locale : {9999U, 0x7FFFFFFFU, 0xFFFFFFFFU}) {
         EXPECT_FALSE(desktop.IsLocale(locale)) << locale;
     }
-}
-
-TEST_F(DesktopContract, SystemText_IsThereForKnownCodes) {
     EXPECT_TRUE(Failed(desktop.SystemText(0xE1234567, 0, text)));
     EXPECT_EQ(text, u"before");
     ASSERT_EQ(desktop.SystemText(2, 0, text), SystemError::Success);
@@ -45,23 +42,19 @@ TEST_F(DesktopContract, FillInserts_TakesEachMarkForWhatItIs) {
 
 using SystemContract = ContractTest;
 
-TEST_F(SystemContract, FileTime_IsOfThisCentury) {
+TEST_F(SystemContract, TimeAndVersionAreOfThisCentury_AndTheWindowsFolderIsKnown) {
     constexpr std::uint64_t kYear2020 = 132'223'104'000'000'000;
     constexpr std::uint64_t kYear2100 = 157'469'184'000'000'000;
     std::uint64_t now = 0;
     ASSERT_EQ(system.FileTimeNow(now), SystemError::Success);
     EXPECT_GT(now, kYear2020);
     EXPECT_LT(now, kYear2100);
-}
-
-TEST_F(SystemContract, IsAtLeast_ComparesTheMajorNumberFirst) {
+    // The major number counts first.
     EXPECT_TRUE(system.IsAtLeast(6, 1));
     EXPECT_TRUE(system.IsAtLeast(5, 99));
     EXPECT_FALSE(system.IsAtLeast(99, 0));
     EXPECT_FALSE(system.IsAtLeast(10, 99));
-}
-
-TEST_F(SystemContract, AllThreeWays_KnowTheWindowsFolder) {
+    // All three ways know the Windows folder.
     constexpr std::uint32_t kCsidlWindows = 0x24;
     std::u16string windows;
     ASSERT_EQ(system.WindowsFolder(windows), SystemError::Success);

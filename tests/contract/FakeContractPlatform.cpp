@@ -15,16 +15,11 @@ struct World : FakePlatform {
 };
 std::unique_ptr<World> world;
 
-const Platform& NewWorld() {
-    world = std::make_unique<World>();
-    return *world;
-}
-
 }  // namespace
 
 // Staged to answer as the real platform was seen to.
 ContractTest::ContractTest()
-    : Platform(NewWorld()),
+    : Platform(*(world = std::make_unique<World>())),
       output(world->text),
       japanese(world->japanese),
       executable(world->modules.paths[FakeModules::kExecutable]),
@@ -70,10 +65,6 @@ std::pair<SystemError, std::shared_ptr<void>> ContractTest::TryWrite(const std::
 }
 SystemError ContractTest::TrySwap(const std::u16string& one, const std::u16string& other) {
     return world->disk.TrySwap(one, other);
-}
-std::u16string ContractTest::ShortForm(const std::u16string& path) {
-    world->disk.PutShortName(path, u"SHORT~1.TXT");
-    return ParentOf(path) + u"\\SHORT~1.TXT";
 }
 void ContractTest::PutBinaryValue(const char16_t* name, std::size_t bytes) {
     world->registry.PutValue(RegistryRoot::LocalMachine, scratch, name, {kValueBinary, Bytes(bytes)});

@@ -7,8 +7,7 @@ namespace {
 constexpr ModuleHandle kUntouched{0x5A5A};
 constexpr SystemError kNoModule{193};
 
-class ModulesContract : public ContractTest {
-protected:
+struct ModulesContract : ContractTest {
     SystemError FileName(ModuleHandle of, std::size_t capacity = 0x8000) {
         return modules.FileName(of, capacity, text);
     }
@@ -46,6 +45,14 @@ TEST_F(ModulesContract, EveryLoad_IsOneReference_OfTheSameModule) {
     EXPECT_EQ(text, path);
     modules.Free(second);
     EXPECT_EQ(FileName(module), SystemError::ModuleNotFound);
+    // So is one at a long path. Mapping it is left out: Wine cannot.
+    const std::u16string deep = MakeDeepFolder() + u"module.dll";
+    PutModule(deep);
+    ASSERT_EQ(modules.LoadAltered(deep, module), SystemError::Success);
+    EXPECT_EQ(FileName(module), SystemError::Success);
+    EXPECT_EQ(text, deep);
+    EXPECT_EQ(FileName(module, 260), SystemError::InsufficientBuffer);
+    modules.Free(module);
 }
 
 TEST_F(ModulesContract, MappedFile_IsTheOneThatWasLoadedOrMapped) {
@@ -66,18 +73,24 @@ TEST_F(ModulesContract, MappedFile_IsTheOneThatWasLoadedOrMapped) {
     }
 }
 
-TEST_F(ModulesContract, ANameWithoutExtension_GetsOne_UnlessItEndsInADot) {
+TEST_F(ModulesContract, ANameWithoutExtension_GetsOne_UnlessItEndsInADot_OneWithoutItsFolder_IsNotSearchedFor) {
+    ModuleHandle none = kUntouched;
     PutModule(folder + u"plug");
     PutModule(folder + u"plug.dll");
     for (const auto& [name, file] : {std::pair(u"plug", u"plug.dll"), {u"plug.", u"plug"}}) {
         ASSERT_EQ(modules.LoadAltered(folder + name, module), SystemError::Success);
         EXPECT_EQ(FileName(module), SystemError::Success);
         EXPECT_EQ(text, folder + file);
+        for (const std::u16string sought : {u"plug.dll", u".\\plug.dll", u"C:plug.dll", u"\\plug.dll", u""}) {
+            EXPECT_EQ(modules.LoadAltered(sought, none), SystemError::ModuleNotFound);
+            EXPECT_EQ(modules.Load(sought, none), SystemError::ModuleNotFound);
+        }
         modules.Free(module);
     }
+    EXPECT_EQ(none, kUntouched);
 }
 
-TEST_F(ModulesContract, WhatIsNoModule_IsNeitherLoadedNorMapped) {
+TEST_F(ModulesContract, WhatIsNoModule_IsNeitherLoadedNorMappedNorFoundByAnAddress) {
     PutFile(folder + u"text.dll", "no module at all");
     for (const auto& [file, loading, mapping] :
          {std::tuple(folder + u"none.dll", SystemError::ModuleNotFound, SystemError::FileNotFound),
@@ -86,33 +99,6 @@ TEST_F(ModulesContract, WhatIsNoModule_IsNeitherLoadedNorMapped) {
         EXPECT_EQ(modules.Load(file, module), loading);
         EXPECT_EQ(modules.MapResources(file, module), mapping);
     }
-    EXPECT_EQ(module, kUntouched);
-}
-
-TEST_F(ModulesContract, ANameWithoutItsFolder_IsNotSearchedFor) {
-    PutModule(path);
-    ModuleHandle loaded{};
-    ASSERT_EQ(modules.Load(path, loaded), SystemError::Success);
-    for (const std::u16string name : {u"module.dll", u".\\module.dll", u"C:module.dll", u"\\module.dll", u""}) {
-        EXPECT_EQ(modules.LoadAltered(name, module), SystemError::ModuleNotFound);
-        EXPECT_EQ(modules.Load(name, module), SystemError::ModuleNotFound);
-    }
-    EXPECT_EQ(module, kUntouched);
-    modules.Free(loaded);
-}
-
-// Mapping one is left out: Wine cannot.
-TEST_F(ModulesContract, AModuleAtALongPath_IsLoadedAndNamedLikeAnyOther) {
-    const std::u16string deep = MakeDeepFolder() + u"module.dll";
-    PutModule(deep);
-    ASSERT_EQ(modules.LoadAltered(deep, module), SystemError::Success);
-    EXPECT_EQ(FileName(module), SystemError::Success);
-    EXPECT_EQ(text, deep);
-    EXPECT_EQ(FileName(module, 260), SystemError::InsufficientBuffer);
-    modules.Free(module);
-}
-
-TEST_F(ModulesContract, AnAddressInNoModule_IsFoundByNeitherWay) {
     const void* const nowhere = reinterpret_cast<const void*>(16);
     const SystemError error = modules.FromAddress(nowhere, module);
     EXPECT_TRUE(Failed(error) && error != SystemError::ProcedureNotFound) << error;
@@ -139,7 +125,7 @@ TEST_F(ModulesContract, ResourceStrings_AreCutToTheBuffer) {
 
 using ProcessesContract = ContractTest;
 
-TEST_F(ProcessesContract, ImageFileName_OfThisProcess_NamesTheExecutable) {
+TEST_F(ProcessesContract, ImageFileName_NamesTheExecutable_AndWhatCannotBeStartedTouchesNothing) {
     for (const std::uint32_t noProcess : {0U, 0xFFFFFFF0U}) {
         EXPECT_EQ(processes.ImageFileName(noProcess, text), SystemError::InvalidParameter);
     }
@@ -147,9 +133,6 @@ TEST_F(ProcessesContract, ImageFileName_OfThisProcess_NamesTheExecutable) {
     ASSERT_EQ(processes.ImageFileName(processes.CurrentId(), text), SystemError::Success);
     // The volume may be named in either form; what follows it is the same.
     EXPECT_TRUE(text.ends_with(executable.substr(2)));
-}
-
-TEST_F(ProcessesContract, WhatCannotBeStarted_TouchesNothing) {
     const std::u16string missing = u'"' + folder + u"none.exe\" /x";
     const std::u16string cut = u'"' + samples + u"good.exe" + std::u16string(u"\"\0x", 3);
     StartedProcess started;

@@ -4,8 +4,7 @@
 namespace tests {
 namespace {
 
-class CatalogsContract : public ContractTest {
-protected:
+struct CatalogsContract : ContractTest {
     CatalogsContract() { EXPECT_EQ(catalogs.AcquireContext(context.Receive()), SystemError::Success); }
 
     std::vector<std::byte> HashOf(const std::u16string& path) {
@@ -35,13 +34,18 @@ protected:
     CatalogHandle catalog{};
 };
 
-TEST_F(CatalogsContract, AnUnknownHash_IsInNoCatalog) {
+TEST_F(CatalogsContract, AHash_IsOfTheContent_AndAnUnknownOneInNoCatalog) {
     // A system whose store has no catalogs at all says that it finds no file.
     const SystemError error = Next(HashOfText("unknown"));
     EXPECT_TRUE(error == SystemError::NotFound || error == SystemError::FileNotFound) << error;
     PutCatalog(u"halvora-contract.cat");
     EXPECT_EQ(Next(HashOfText("unknown")), SystemError::NotFound);
     EXPECT_EQ(catalog, CatalogHandle{});
+    EXPECT_EQ(HashOfText("the same"), HashOfText("the same"));
+    EXPECT_NE(HashOfText("the same"), HashOfText("the other"));
+    std::uint32_t size = 99;
+    EXPECT_EQ(catalogs.Hash(FileHandle{}, {}, size), SystemError::InvalidParameter);
+    EXPECT_EQ(size, 0U);
 }
 
 // Each call consumes the handle before: only the last one of a search that is broken off is released.
@@ -77,16 +81,7 @@ TEST_F(CatalogsContract, Sha256_IsThere_OrItsFunctionIsNot) {
     EXPECT_EQ(size, 0U);
 }
 
-TEST_F(CatalogsContract, Hash_IsOfTheContent) {
-    EXPECT_EQ(HashOfText("the same"), HashOfText("the same"));
-    EXPECT_NE(HashOfText("the same"), HashOfText("the other"));
-    std::uint32_t size = 99;
-    EXPECT_EQ(catalogs.Hash(FileHandle{}, {}, size), SystemError::InvalidParameter);
-    EXPECT_EQ(size, 0U);
-}
-
-class SignaturesContract : public ContractTest {
-protected:
+struct SignaturesContract : ContractTest {
     OwnedSignature signature{signatures};
     OwnedCertificate certificate{signatures};
 };

@@ -1,10 +1,8 @@
 // The disk that all fakes of a platform see.
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <optional>
-#include <span>
 #include <stdexcept>
 
 #include "tests/fakes/FakeCore.h"
@@ -13,7 +11,6 @@
 
 namespace tests {
 
-inline constexpr std::uint32_t kAttributeArchive = 0x20;
 inline constexpr auto kAnswerNoSignature = static_cast<TrustAnswer>(0x800B0100);
 inline constexpr auto kAnswerBadDigest = static_cast<TrustAnswer>(0x80096010);
 
@@ -73,7 +70,7 @@ public:
     explicit Disk(FakeCore& core) : FakePart(core) {}
 
     // Staging, without regard to what is open. A file that is put again is a new one.
-    void PutFile(const std::u16string& path, Bytes bytes, std::uint32_t attributes = kAttributeArchive) {
+    void PutFile(const std::u16string& path, Bytes bytes, std::uint32_t attributes = 0x20) {
         Put(path, std::make_shared<Node>(attributes, std::move(bytes)));
     }
     void PutFile(const std::u16string& path, std::string_view text = "x") { PutFile(path, ToBytes(text)); }

@@ -3,15 +3,11 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cstddef>
-#include <cstdint>
 #include <functional>
 #include <list>
 #include <map>
 #include <mutex>
 #include <string>
-#include <string_view>
-#include <utility>
 #include <vector>
 
 #include "tslib/platform/SystemError.h"
@@ -94,8 +90,6 @@ public:
     }
     // Whether the n-th call was reached; a sweep ends when a whole run leaves this false.
     [[nodiscard]] bool Fired() const { return failing_ != 0 && calls_ >= failing_; }
-    // The calls that could have failed since FailCall, or since the beginning.
-    [[nodiscard]] std::uint32_t Calls() const { return calls_; }
     // Every call of the operation fails from now on, or only those about this path or name; Success takes that back.
     // Operations are called as in the interfaces; the fakes' headers name the exceptions.
     void Fail(std::string_view operation, SystemError error, std::u16string_view about = {}) {

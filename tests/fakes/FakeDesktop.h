@@ -1,10 +1,7 @@
 // What the user and a debugger would see; the system; traces.
 #pragma once
 
-#include <functional>
-#include <new>
 #include <optional>
-#include <set>
 
 #include "tests/fakes/FakeCore.h"
 #include "tslib/TraceEvents.h"
@@ -42,10 +39,7 @@ public:
                     filled += isMark && format[i] == u'n' ? u"\r\n" : std::u16string(1, format[i]);
                     continue;
                 }
-                std::size_t number = format[i] - std::size_t{u'0'};
-                if (isDigit(format[i + 1])) {
-                    number = number * 10 + (format[++i] - std::size_t{u'0'});
-                }
+                const std::size_t number = format[i] - std::size_t{u'0'};
                 const bool asText = format.compare(i + 1, 3, u"!s!") == 0;
                 const bool isWild = number > inserts.size() || (!asText && format[i + 1] == u'!');
                 tally_.misuses += isWild ? 1U : 0U;

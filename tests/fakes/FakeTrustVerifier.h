@@ -2,9 +2,6 @@
 #pragma once
 
 #include <functional>
-#include <new>
-#include <string>
-#include <vector>
 
 #include "tslib/IVaneBaseImpl.h"
 #include "tslib/TrustVerifiers.h"

@@ -1,9 +1,7 @@
 // The counted holders.
 #include "resources/RefCountedResourceLoader.h"
 
-#include <functional>
 #include <thread>
-#include <vector>
 
 #include "resources/RefCountedAtlResourceLoader.h"
 #include "tests/resources/ResourceWorld.h"
@@ -14,8 +12,7 @@ namespace {
 using tsLib::HResult;
 using tsLib::TraceEvent;
 
-class ResourceHolder : public ::testing::Test {
-protected:
+struct ResourceHolder : testing::Test {
     struct WatchedLoader final : HVR::CResourceLoader {
         using CResourceLoader::CResourceLoader;
         HResult Unload() noexcept override {

@@ -19,7 +19,7 @@ TEST(ResourcePaths, LeadingNumber_IsReadAsStrtolDoes) {
     }
 }
 
-TEST(ResourcePaths, FullPathsAreIndependentOfTheCurrentDirectory) {
+TEST(ResourcePaths, FullPathsAreIndependentOfTheCurrentDirectory_CutAndPutTogether) {
     for (const auto& path : Texts{u"C:\\", u"c:/Prog", u"\\\\server\\share", u"\\\\?\\C:\\Prog", u"//s"}) {
         EXPECT_TRUE(IsFullPath(path)) << ::testing::PrintToString(path);
     }
@@ -27,9 +27,6 @@ TEST(ResourcePaths, FullPathsAreIndependentOfTheCurrentDirectory) {
          Texts{u"", u"C:", u"C:Prog", u"Prog", u"\\Prog", u"\\\\", u"\\\\\\x", u"1:\\x", u"\\C:\\x", u"x\\y"}) {
         EXPECT_FALSE(IsFullPath(path)) << ::testing::PrintToString(path);
     }
-}
-
-TEST(ResourcePaths, CutAndPutTogether) {
     using Row = std::pair<std::u16string, std::u16string>;
     for (const auto& [value, directory] :
          {Row{u"C:\\Prog\\bin64\\", u"C:\\Prog"}, Row{u"C:\\Prog\\BIN64\\", u"C:\\Prog"}, Row{u"C:\\bin64\\", u"C:"},

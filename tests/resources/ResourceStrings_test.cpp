@@ -117,10 +117,7 @@ TEST(LoadFailureReport, RefusalGoesBeforeAMissingFile_OtherFailuresAreNotReporte
     auto loader = world.MakeLoader();
     EXPECT_EQ(world.Find(loader), "0x80030002");
     EXPECT_TRUE(world.desktop.languagesAsked.empty());
-}
-
-TEST(LoadFailureReport, NoDesktop_LogsButShowsNothing) {
-    ReportWorld world;
+    // Without a desktop nothing is shown.
     for (const bool unknown : {false, true}) {
         world.desktop.windowStation = unknown ? 1 : 0xFFFFFFFE;
         world.faults.Fail("WindowStationFlags", unknown ? SystemError::AccessDenied : SystemError::Success);

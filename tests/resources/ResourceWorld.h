@@ -4,19 +4,58 @@
 #include <gtest/gtest.h>
 
 #include <set>
-#include <string>
-#include <vector>
 
 #include "resources/ProductKey.h"
 #include "resources/ResourceLoader.h"
 #include "tests/fakes/FakePlatform.h"
-#include "tests/fakes/FakeProtection.h"
 #include "tests/fakes/FakeTrustVerifier.h"
+#include "tslib/IProtectionControl.h"
 
 namespace tests {
 
 inline constexpr char16_t kModuleName[] = u"ZebShellRes.dll";
 inline constexpr char16_t kBeside[] = u"C:\\Shell\\ZebShellRes.dll";
+
+// The protection control component, counting: makes it; what its objects are asked is kept here. One thread.
+class FakeProtection final : public tsLib::IComponentSource {
+public:
+    tsLib::VaneResult CreateInstance(const tsLib::ObjectId& objectId, const tsLib::InterfaceId& interfaceId,
+                                     void** object) noexcept override {
+        *object = nullptr;
+        if (objectId != tsLib::OBJID_QrtControl || interfaceId != tsLib::kIProtectionControlId) {
+            return tsLib::VaneResult::NoInterface;
+        }
+        if (!yieldsNothing) {
+            *object = static_cast<tsLib::IProtectionControl*>(new (std::nothrow) Control(*this));
+        }
+        return *object == nullptr && !yieldsNothing ? tsLib::VaneResult::OutOfMemory : tsLib::VaneResult::Success;
+    }
+
+    bool yieldsNothing = false;  // and calls that a success
+    tsLib::HResult disableAnswer = tsLib::HResult::Ok;
+    tsLib::HResult enableAnswer = tsLib::HResult::Ok;
+    int suspended = 0;  // now
+    int suspensions = 0;
+    int resumes = 0;
+    int alive = 0;
+
+    struct Control final : tsLib::IVaneBaseImpl<tsLib::CVaneThreadSafeRefCount, tsLib::IProtectionControl,
+                                                tsLib::kIProtectionControlId> {
+        explicit Control(FakeProtection& theOwner) : owner(theOwner) { ++owner.alive; }
+        ~Control() override { --owner.alive; }
+        tsLib::HResult EnableProtection() noexcept override { return Answer(owner.resumes, owner.enableAnswer, -1); }
+        tsLib::HResult DisableProtection() noexcept override {
+            return Answer(owner.suspensions, owner.disableAnswer, 1);
+        }
+        tsLib::HResult Answer(int& asked, tsLib::HResult answer, int change) const {
+            ++asked;
+            owner.suspended += Succeeded(answer) ? change : 0;
+            return answer;
+        }
+
+        FakeProtection& owner;
+    };
+};
 
 // Its end checks that nothing is left open, alive or suspended.
 struct ResourceWorld : FakePlatform {

@@ -3,12 +3,8 @@
 
 #include <cstdlib>
 
-namespace {
-
 // Read when the program ends, so that a test can make another program of it.
-volatile const char exitCode[] = "exit code 7";
-
-}  // namespace
+static volatile const char exitCode[] = "exit code 7";
 
 int main(int count, char** arguments) {
     if (count > 1) {

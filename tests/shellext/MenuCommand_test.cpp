@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <optional>
-
 #include "shellext/OrientationSetting.h"
 #include "tests/fakes/FakePlatform.h"
 #include "tslib/platform/Digits.h"
@@ -200,7 +198,7 @@ TEST_F(MenuCommandTest, Invoke_SettingDecides) {
     }
 }
 
-TEST_F(MenuCommandTest, GetText_Verb_CutAndReported) {
+TEST_F(MenuCommandTest, GetText_IsCut_AndReportedForTheVerb) {
     for (std::uint32_t size = 0; size <= 16; ++size) {
         const HResult expected = size == 0 || size > 12 ? HResult::Ok : HResult::InvalidArgument;
         const std::string cut = std::string("NimShellScan").substr(0, size == 0 ? 0 : size - 1);
@@ -215,9 +213,7 @@ TEST_F(MenuCommandTest, GetText_Verb_CutAndReported) {
         EXPECT_EQ(command->GetText(type, &byte, 1), HResult::Ok) << type;
         EXPECT_EQ(byte, 'x') << type;
     }
-}
-
-TEST_F(MenuCommandTest, GetText_Help_LimitsAndMissingText) {
+    // The help: limits, a missing text, whole characters.
     using Row = std::array<std::uint32_t, 3>;
     for (const auto& [length, capacity, expected] :
          {Row{0, 10, 0}, Row{9, 10, 9}, Row{10, 10, 9}, Row{511, 600, 511}, Row{512, 600, 511}, Row{5, 0, 0}}) {
@@ -225,12 +221,7 @@ TEST_F(MenuCommandTest, GetText_Help_LimitsAndMissingText) {
         EXPECT_EQ(Ask<char>(1, capacity), (std::pair{HResult::Ok, std::string(expected, 'h')}));
         EXPECT_EQ(Ask<char16_t>(5, capacity), (std::pair{HResult::Ok, std::u16string(expected, u'h')}));
     }
-    faults.Fail("ToNarrow", SystemError::InvalidParameter);
-    EXPECT_EQ(Ask<char>(1, 10), (std::pair{HResult::Ok, std::string()}));
-}
-
-// A code page with two-byte characters whose second byte may look like a letter, a half-width letter, a cut source.
-TEST_F(MenuCommandTest, GetText_NarrowHelp_NeverSplitsACharacter) {
+    // A code page with two-byte characters whose second byte may look like a letter, a half-width letter, a cut source.
     textRules.hasLeadBytes = true;
     SetStrings({{2, u"\u0083\u0058\u0041\u00B1\u008A\u005C\u0095"}});
     const std::string whole = std::string("\x83\x58") + "A\xB1\x8A\x5C";
@@ -238,6 +229,8 @@ TEST_F(MenuCommandTest, GetText_NarrowHelp_NeverSplitsACharacter) {
     for (std::uint32_t capacity = 0; capacity < std::size(lengths); ++capacity) {
         EXPECT_EQ(Ask<char>(1, capacity).second, whole.substr(0, lengths[capacity])) << capacity;
     }
+    faults.Fail("ToNarrow", SystemError::InvalidParameter);
+    EXPECT_EQ(Ask<char>(1, 10), (std::pair{HResult::Ok, std::string()}));
 }
 
 }  // namespace

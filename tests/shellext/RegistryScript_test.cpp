@@ -61,7 +61,7 @@ TEST(RegistryScript, ValuesOfEveryType_AreWrittenAsTheyStand) {
     EXPECT_EQ(world.Contents(), expected.Contents());
 }
 
-TEST(RegistryScript, FaultyScripts_AreNamedWithTheirLine) {
+TEST(RegistryScript, FaultyScripts_AreNamedWithTheirLine_AndCutOnesRefused) {
     const auto named = [](std::size_t length) { return u"HKCR { " + std::u16string(length, u'k') + u" }"; };
     const auto valued = [](std::size_t length) {
         return u"HKCR { val " + std::u16string(length, u'v') + u" = s 'x' }";
@@ -104,10 +104,7 @@ TEST(RegistryScript, FaultyScripts_AreNamedWithTheirLine) {
             EXPECT_EQ(problem.line, line) << testing::PrintToString(text.substr(0, 60));
         }
     }
-}
-
-// A script that ends anywhere is read or refused; the sanitizers watch.
-TEST(RegistryScript, CutScripts_AreRefused) {
+    // A script that ends anywhere is read or refused; the sanitizers watch.
     const std::u16string whole =
         u"HKCR { NoRemove 'A b' = s '%MODULE%%%' { ForceRemove val c = d '&H1f' Delete d val e = b '0a' } }";
     for (std::size_t length = 1; length <= whole.size(); ++length) {
@@ -149,9 +146,7 @@ TEST(RegistryScript, Rules) {
         EXPECT_EQ(world.trace.Count(TraceEvent::ScriptKeyLeft), script == rows[0][0] ? 1U : 0U);
         EXPECT_EQ(world.Remove(script), SystemError::Success) << "nothing left to remove is no failure";
     }
-}
-
-TEST(RegistryScript, KeysThatAreEverybodys_AreNeverTakenWhole) {
+    // Keys that are everybody's are never taken whole.
     for (const std::u16string name : {u"*", u"appid", u"CLSID", u"Component Categories", u"Directory", u"Drive",
                                       u"Folder", u"Interface", u"Mime", u"TypeLib", u"Hardware", u"System"}) {
         const std::u16string script = u"HKCU { ForceRemove '" + name + u"' { X } }";

@@ -58,7 +58,7 @@ TEST(Zebdiag, Texts_ArriveUnitForUnit_WhateverTheyLookLike) {
     EXPECT_EQ(value, u"--json");
 }
 
-TEST(Zebdiag, ExitCodes_SayHowACallEnded) {
+TEST(Zebdiag, ExitCodes_SayHowACallEnded_NumbersAreWholeDecimalsOfThirtyTwoBits) {
     const auto add = [](Program& program) {
         const Syntax verb{"verb", "", "", {{"END", "", "", {}, Times::Once}, {"--option", "", "X"}}};
         program.Add(verb, [](const Given& given, const Output& output) -> ExitCode {
@@ -83,9 +83,6 @@ TEST(Zebdiag, ExitCodes_SayHowACallEnded) {
          {Words{u"verb", u"x", u"--json=1"}, {u"verb", u"x", u"--json", u"--json"}, {u"verb", u"x", u"--js"}}) {
         EXPECT_EQ(Called(add, words).code, ExitCode::Usage);
     }
-}
-
-TEST(Zebdiag, Numbers_AreWholeDecimalsOfThirtyTwoBits) {
     EXPECT_EQ(HVR::commandline::Number(u"4294967295"), 4294967295U);
     for (const auto* text : {u"", u"4294967296", u"-1", u"+1", u"1a", u"0x1", u" 1", u"18446744073709551617"}) {
         EXPECT_FALSE(HVR::commandline::Number(text).has_value());
@@ -132,8 +129,7 @@ struct FakeMenu final : ShellMenu {
     StartedScanner scanner;
 };
 
-class ZebdiagMenu : public testing::Test {
-protected:
+struct ZebdiagMenu : testing::Test {
     // `says` is part of what was printed.
     void Run(Words arguments, ExitCode code, const Calls& calls = {}, const std::string& says = "") {
         arguments.insert(arguments.begin(), {u"menu", u"a", u"b"});
@@ -201,7 +197,7 @@ TEST(ZebdiagPage, ShownSheet_IsToldWithItsPages) {
     EXPECT_EQ(called.err, "shown\nzebdiag page: C:\\x.dll stays loaded\n");
 }
 
-TEST(ZebdiagScan, OutcomesBecomeExitCodes) {
+TEST(ZebdiagOutcomes, OfAScanAndOfProtection_BecomeExitCodes) {
     StartedScanner scanner;
     const auto scan = [&](const Words&, std::optional<std::uint32_t>) {
         return ScanOutcome{HResult::Ok, u"C:\\l", std::vector<std::string>(22, "x"), std::nullopt, scanner};
@@ -213,6 +209,17 @@ TEST(ZebdiagScan, OutcomesBecomeExitCodes) {
     scanner.started = true;
     EXPECT_EQ(Called(add, {u"scan", u"a"}).code, ExitCode::Yes);
     EXPECT_EQ(Called(add, {u"scan", u"a", u"--wait", u"1"}).code, ExitCode::Error);
+    SystemError error = SystemError::Success;
+    const auto protection = [&](Program& program) {
+        AddProtectionVerb(program, [&](bool& isSuspended) {
+            isSuspended = true;
+            return error;
+        });
+    };
+    EXPECT_EQ(Called(protection, {u"protection", u"--json"}).out, "{\"suspended\":true}\n");
+    EXPECT_EQ(Called(protection, {u"protection"}).code, ExitCode::No);
+    error = SystemError::AccessDenied;
+    EXPECT_EQ(Called(protection, {u"protection"}).code, ExitCode::Error);
 }
 
 TEST(ZebdiagObjects, Modules_AreJudged_AndLookedIntoOnlyWhenTrusted) {
@@ -252,20 +259,6 @@ TEST(ZebdiagObjects, Modules_AreJudged_AndLookedIntoOnlyWhenTrusted) {
     EXPECT_EQ(run(u"C:\\good.dll").code, ExitCode::Error);
     verifiers.none = true;
     EXPECT_EQ(run(u"C:\\good.dll").err, "zebdiag objects: no trust verifier could be made\n");
-}
-
-TEST(ZebdiagProtection, SuspensionsDecideTheExitCode) {
-    SystemError error = SystemError::Success;
-    const auto add = [&](Program& program) {
-        AddProtectionVerb(program, [&](bool& isSuspended) {
-            isSuspended = true;
-            return error;
-        });
-    };
-    EXPECT_EQ(Called(add, {u"protection", u"--json"}).out, "{\"suspended\":true}\n");
-    EXPECT_EQ(Called(add, {u"protection"}).code, ExitCode::No);
-    error = SystemError::AccessDenied;
-    EXPECT_EQ(Called(add, {u"protection"}).code, ExitCode::Error);
 }
 
 // Where the value names no class, the key's own name may.

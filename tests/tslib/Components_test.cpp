@@ -69,7 +69,7 @@ TEST(Contracts, NumbersOfTheTraceEvents) {
     EXPECT_EQ(sum(std::make_index_sequence<1200>()), 2189944913u);
 }
 
-TEST(VaneBase, Object_AnswersToEachOfItsInterfaces) {
+TEST(VaneBase, Objects_AnswerToEachOfTheirInterfaces_AndAreCounted) {
     struct CThing : IVaneBaseImpl<CVaneThreadSafeRefCount, ISample, kISampleId, kSampleId> {};
     const VaneRef<ISample> thing(new CThing);
     for (const InterfaceId& id : {kIVaneBaseId, kISampleId, kSampleId}) {
@@ -78,9 +78,7 @@ TEST(VaneBase, Object_AnswersToEachOfItsInterfaces) {
         EXPECT_EQ(found.Get(), thing.Get());
     }
     EXPECT_EQ(thing->QueryInterface(kISampleId, nullptr), InvalidArgument);
-}
-
-TEST(VaneBase, Count_NeitherWrapsNorComesBackFromZero) {
+    // A count neither wraps nor comes back from zero.
     constexpr std::uint32_t kMost = 0xFFFFFFFF;
     CVaneThreadSafeRefCount full(kMost - 1);
     EXPECT_EQ(full.Increase(), kMost);

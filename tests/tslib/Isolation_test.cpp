@@ -29,7 +29,7 @@ struct IniReaderTest : testing::Test, FakePlatform {
     IniReader ini{files, textRules};
 };
 
-TEST_F(IniReaderTest, Form) {
+TEST_F(IniReaderTest, FormAndEncodings) {
     const std::pair<std::string, std::u16string> rows[] = {
         {"[s]\nk=v", u"v"},                                 // lone line feeds, no last line end
         {"\r\n [ S ] rest\r\n\t K \t=\tv w \r\n", u"v w"},  // case and blanks
@@ -45,9 +45,6 @@ TEST_F(IniReaderTest, Form) {
         EXPECT_EQ(Value(bytes), value) << testing::PrintToString(bytes);
         EXPECT_EQ(Value(Utf16(std::u16string(bytes.begin(), bytes.end()))), value) << testing::PrintToString(bytes);
     }
-}
-
-TEST_F(IniReaderTest, Encodings) {
     const std::string odd = Utf16(u"[s]\r\nk=\u00E9\r\n") + "x";
     const std::u16string lone{0xD800};
     EXPECT_EQ(Value(Utf16(lone + u"\r\n[s]\nk=" + lone)), lone);
@@ -141,7 +138,7 @@ TEST(Isolation, BadFiles_ReportTheirErrorAndPublishNothing) {
     EXPECT_EQ(ReadSettings(world), SystemError::NotEnoughMemory);
 }
 
-TEST(Isolation, EveryPositionOfTheSiloIsChecked_ButTheLastDigit) {
+TEST(Isolation, EveryPositionOfTheSiloIsChecked_ButTheLastDigit_AndTheHiveIsNotBroken) {
     for (std::size_t i = 0; i < 38; ++i) {
         PathWorld world;
         std::string ini = kGood;
@@ -149,9 +146,6 @@ TEST(Isolation, EveryPositionOfTheSiloIsChecked_ButTheLastDigit) {
         world.PutIni(ini);
         EXPECT_EQ(ReadSettings(world), i == 36 ? SystemError::Success : SystemError::InvalidData) << i;
     }
-}
-
-TEST(Isolation, Hive_MayBeMissingOrClosedToUs_ButNotBroken) {
     for (const auto& [answer, result] : {std::pair{SystemError::FileNotFound, SystemError::Success},
                                          {SystemError::AccessDenied, SystemError::Success},
                                          {SystemError::PathNotFound, SystemError::InvalidData}}) {

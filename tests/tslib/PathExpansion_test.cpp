@@ -42,7 +42,7 @@ struct PathExpansionTest : testing::Test, PathWorld {
     }
 };
 
-TEST_F(PathExpansionTest, TextWithoutTokens_LosesDoubledBackslashesOnly) {
+TEST_F(PathExpansionTest, Tokens_AreReplaced_AndDoubledBackslashesLost) {
     const std::u16string endless(40000, u'x');
     ExpectTexts({{u"%%", u"%%"},  // too short to be looked at
                  {u"a\\\\\\\\\\b\\\\", u"a\\b\\"},
@@ -51,9 +51,6 @@ TEST_F(PathExpansionTest, TextWithoutTokens_LosesDoubledBackslashesOnly) {
                  {{u'a', u'\0', u'\\', u'\\', 0xD800}, {u'a', u'\0', u'\\', 0xD800}},
                  {endless, endless}});
     EXPECT_TRUE(trace.records.empty());
-}
-
-TEST_F(PathExpansionTest, Tokens) {
     PutToken(u"tsdata", u"D:\\Data\\");
     PutTokenAsSubkey(u"tsrootx64", u"D:\\Root");
     PutTokenAsSubkey(u"tsdata", u"not looked at");
@@ -77,10 +74,7 @@ TEST_F(PathExpansionTest, Tokens) {
     std::u16string text = u"ab%TSDATA%";  // the output may be the input
     EXPECT_TRUE(expansion.Expand(std::u16string_view(text).substr(2), text));
     EXPECT_EQ(text, u"D:\\Data\\");
-}
-
-// All occurrences of a token are replaced when it is met first, however marks then pair up.
-TEST_F(PathExpansionTest, EveryOccurrenceIsReplacedAtOnce) {
+    // All occurrences of a token are replaced when it is met first, however marks then pair up.
     PutToken(u"a", u"1");
     PutToken(u"b", u"2");
     PutToken(u"deep", u"x%A%y%B%");
@@ -106,6 +100,12 @@ TEST_F(PathExpansionTest, Failures_LeaveTheInputAndOneRecord) {
     ExpectFailures(TraceEvent::PathFolderQueryFailed,
                    {u"%CSIDL_DRIVES%", u"%CSIDL_FONTS%\\x", u"%CSIDL_PROGRAM_FILESX64%", u"%COMMON_SILO_DATA%"});
     EXPECT_EQ(MapOpenings(), 1);
+    const std::u16string most(kMaximumExpandedPath, u'x');
+    PutToken(u"two", u"xx");
+    PutToken(u"most", most);
+    PutToken(u"half", most.substr(most.size() / 2 + 1));
+    ExpectTexts({{u"%most%", most}, {u"%half%x%half%", most}});
+    ExpectFailures(TraceEvent::PathTooLong, {u"%most%x", u"%most%%most%", u"%half%xx%half%", most + u"x%two%"});
 }
 
 // Neither a built-in folder nor a default may stand for an entry that is there and cannot be read.
@@ -151,15 +151,6 @@ TEST_F(PathExpansionTest, DeletedMap_IsOpenedAgain) {
         faults.Fail("ReadValue", SystemError::Success);
         EXPECT_EQ(MapOpenings(), openings + 1);
     }
-}
-
-TEST_F(PathExpansionTest, TextThatGrowsAboveTheLimit_Fails) {
-    const std::u16string most(kMaximumExpandedPath, u'x');
-    PutToken(u"two", u"xx");
-    PutToken(u"most", most);
-    PutToken(u"half", most.substr(most.size() / 2 + 1));
-    ExpectTexts({{u"%most%", most}, {u"%half%x%half%", most}});
-    ExpectFailures(TraceEvent::PathTooLong, {u"%most%x", u"%most%%most%", u"%half%xx%half%", most + u"x%two%"});
 }
 
 TEST_F(PathExpansionTest, InstanceData_LiesUnderVendorAndSilo) {
@@ -254,9 +245,7 @@ TEST_F(PathExpansionTest, LibraryFolders_KeepTheOutputWhenTheyCannotBeTold) {
     PutToken(u"tsrootx64", u"D:\\Root");
     EXPECT_EQ(Folder(&tsPathExpansion::DataFolder), u"D:\\Data\\");
     EXPECT_EQ(Folder(&tsPathExpansion::InstallFolder64), u"D:\\Root\\");
-}
-
-TEST_F(PathExpansionTest, SharedComponentsFolder_IsTheShellsOrElseTheRegistrys) {
+    // The shared components lie in the shell's folder, or else in the registry's.
     constexpr auto kShared = &tsPathExpansion::SharedComponentsFolder;
     EXPECT_EQ(Folder(kShared), u"-");
     system.defaultFolders[0x2B] = u"";

@@ -21,7 +21,7 @@ TEST(Guid, Text_HasEveryFieldInItsPlace_AndNoOtherTextIsOne) {
     }
 }
 
-TEST(Utf8, EachTextHasItsBytesAndComesBack) {
+TEST(Utf8, EachTextHasItsBytesAndComesBack_OthersAreRefused) {
     std::pair<std::u16string, std::string> pairs{u"x", "x"};  // none may be torn where a piece ends
     for (int i = 0; i < 300; ++i) {
         pairs.first += u"\U0010FFFF";
@@ -40,23 +40,16 @@ TEST(Utf8, EachTextHasItsBytesAndComesBack) {
         EXPECT_TRUE(FromUtf8(bytes, back));
         EXPECT_EQ(back, text);
     }
-}
-
-TEST(Utf8, LoneSurrogate_BecomesTheReplacementCharacter) {
+    // A lone surrogate becomes the replacement character.
     EXPECT_EQ(ToUtf8(std::u16string{0xDC00, u'-', 0xD800, 0xD800, 0xDC00, 0xDC00, 0xD800}),
               "\xEF\xBF\xBD-\xEF\xBF\xBD\xF0\x90\x80\x80\xEF\xBF\xBD\xEF\xBF\xBD");
-}
-
-TEST(Utf8, MalformedBytes_AreRefusedAndLeaveTheOutput) {
+    // Malformed bytes and missing memory leave the output.
     for (const std::string bytes :
          {"a\xBF", "\xC1\xBF", "\xC2", "\xC2\x41", "\xE0\x9F\xBF", "\xE0\xA0", "\xED\xA0\x80", "\xED\xBF\xBF",
           "\xEF\xBF\x41", "\xF0\x8F\xBF\xBF", "\xF4\x90\x80\x80", "\xF5\x80\x80\x80"}) {
         std::u16string text = u"kept";
         EXPECT_TRUE(!FromUtf8(bytes, text) && text == u"kept") << testing::PrintToString(bytes);
     }
-}
-
-TEST(Utf8, Append_IsUndoneWhenMemoryRunsOut) {
     const std::u16string text(1000, u'\u0800');
     std::string utf8 = "before";
     const FailingNew failing(2);  // behind the first pieces
@@ -77,23 +70,7 @@ struct RegistryTextTest : testing::Test, PathWorld {
     std::uint32_t number = 77;
 };
 
-TEST_F(RegistryTextTest, Text_IsCutAtTheFirstTerminatorAndNeverExpanded) {
-    const std::tuple<std::uint32_t, std::string, std::u16string> rows[] = {
-        {kValueText, "a\0b\0"s, u"ab"},             // unterminated
-        {kValueText, "a\0b\0\0"s, u"ab"},           // odd length
-        {kValueText, "a\0\0\0b\0\0\0\0\0"s, u"a"},  // embedded
-        {kValueText, "a", u""},
-        {kValueText, "\x00\xD8"s, {0xD800}},  // lone surrogate
-        {kValueExpandText, "%\0P\0%\0\0\0"s, u"%P%"},
-    };
-    for (const auto& [type, bytes, expected] : rows) {
-        Put(type, bytes);
-        EXPECT_EQ(Text(), SystemError::Success);
-        EXPECT_EQ(text, expected);
-    }
-}
-
-TEST_F(RegistryTextTest, ValuesOfAnotherKind_AreRefused) {
+TEST_F(RegistryTextTest, ValuesOfAnotherKind_AreRefused_AndTextsCutAtTheFirstTerminator) {
     EXPECT_EQ(Text(), SystemError::FileNotFound);
     EXPECT_EQ(Dword(), SystemError::FileNotFound);
     for (const std::uint32_t type : {0u, 3u, 4u, 7u}) {
@@ -108,6 +85,20 @@ TEST_F(RegistryTextTest, ValuesOfAnotherKind_AreRefused) {
     EXPECT_EQ(Dword(), SystemError::Success);
     EXPECT_EQ(number, 0x12345678u);
     EXPECT_EQ(DwordValue(number).data, ToBytes("\x78\x56\x34\x12"));
+    // A text is cut at the first terminator and never expanded.
+    const std::tuple<std::uint32_t, std::string, std::u16string> rows[] = {
+        {kValueText, "a\0b\0"s, u"ab"},             // unterminated
+        {kValueText, "a\0b\0\0"s, u"ab"},           // odd length
+        {kValueText, "a\0\0\0b\0\0\0\0\0"s, u"a"},  // embedded
+        {kValueText, "a", u""},
+        {kValueText, "\x00\xD8"s, {0xD800}},  // lone surrogate
+        {kValueExpandText, "%\0P\0%\0\0\0"s, u"%P%"},
+    };
+    for (const auto& [type, bytes, expected] : rows) {
+        Put(type, bytes);
+        EXPECT_EQ(Text(), SystemError::Success);
+        EXPECT_EQ(text, expected);
+    }
 }
 
 }  // namespace

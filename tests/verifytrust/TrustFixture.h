@@ -47,6 +47,7 @@ public:
     explicit FakeHashProviders(FakePlatform& platform) : FakePart(platform), platform_(platform) {}
     [[nodiscard]] std::unique_ptr<HashProvider> Create() override {
         const auto lock = Lock();
+        ThrowIn("creation");
         ++created;
         return exists ? std::make_unique<Object>(*this) : nullptr;
     }
@@ -54,10 +55,9 @@ public:
     std::optional<std::uint32_t> word;  // "vtresult"; none: the value is not there
     std::uint32_t milliseconds = 0;     // what each step takes
     std::size_t created = 0;            // Create calls
+    std::string_view broken;            // the step that throws: "creation", "record" or "keeping"
     // File, client and mode of every record asked for, in order; the mode stays 0 when it does not come to that.
     std::vector<std::tuple<std::u16string, std::u16string, HashResultMode>> asked;
-    std::vector<CheckKind> kinds;     // of those
-    std::vector<std::uint32_t> kept;  // every finding that was to be kept
 
 private:
     // A provider, a record or a result.
@@ -72,17 +72,14 @@ private:
             owner.platform_.system.ticks += owner.milliseconds;
             return owner.Call(operation, body);
         }
-        SystemError OpenRecord(const HeldFile& file, CheckKind kind, std::u16string_view by,
+        SystemError OpenRecord(const HeldFile& file, CheckKind, std::u16string_view by,
                                std::unique_ptr<HashRecord>& record) override {
             const auto lock = owner.Lock();
+            owner.ThrowIn("record");
             owner.asked.emplace_back(owner.platform_.files.PathOf(file.Handle()), by, HashResultMode{});
-            owner.kinds.push_back(kind);
             return Step("OpenRecord", [&] { record = std::make_unique<Object>(owner); });
         }
-        void Keep(const HeldFile& /*file*/, CheckKind /*kind*/, std::uint32_t findings) override {
-            const auto lock = owner.Lock();
-            owner.kept.push_back(findings);
-        }
+        void Keep(const HeldFile&, CheckKind, std::uint32_t) override { owner.ThrowIn("keeping"); }
         SystemError OpenResult(HashResultMode mode, std::unique_ptr<HashResult>& result) override {
             const auto lock = owner.Lock();
             std::get<HashResultMode>(owner.asked.back()) = mode;
@@ -96,6 +93,8 @@ private:
         }
         FakeHashProviders& owner;
     };
+    void ThrowIn(std::string_view step) const { broken == step ? throw std::runtime_error("broken") : void(); }
+
     FakePlatform& platform_;
     Tally& tally_ = NewTally("hash provider's object");
 };

@@ -50,14 +50,9 @@ TEST_F(NormalizedPathTest, EveryForm_BecomesTheOneThatFilesAreOpenedBy) {
     for (const auto& [given, expected] : rows) {
         EXPECT_EQ(Normalize(given), std::u16string(expected));
     }
-}
-
-TEST_F(NormalizedPathTest, WhatTheSystemTells_IsOnlyBroughtOutOfItsNativeForm) {
+    // What the system tells is only brought out of its native form.
     EXPECT_EQ(tsLib::SystemPath(*this, u"C:\\%SystemRoot%\\a.exe"), u"C:\\%SystemRoot%\\a.exe");
     EXPECT_EQ(tsLib::SystemPath(*this, u"\\Device\\HarddiskVolume1\\%SystemRoot%"), u"C:\\%SystemRoot%");
-}
-
-TEST_F(NormalizedPathTest, TransformationFails_KeepsTheTextBeforeIt) {
     // The question for A: and B: finds nothing; with C: failing, the next letter of the same target serves.
     faults.FailCall(5, SystemError::AccessDenied);
     EXPECT_EQ(Normalize(u"\\Device\\HarddiskVolume1\\a"), std::u16string(u"E:\\a"));

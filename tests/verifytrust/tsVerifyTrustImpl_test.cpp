@@ -98,18 +98,13 @@ TEST_F(EveryFormTest, VerifiesTheNormalizedPathInItsMode) {
         EXPECT_EQ(trustProvider.calls[i].path, kFile);
         EXPECT_EQ(trustProvider.calls[i].action == TrustAction::DriverVerify, i < 5 || i > 7) << i;
     }
-}
-
-TEST_F(EveryFormTest, WithoutALevel_AsksForLevelThree) {
     PutSigned(kFile, ForeignCertificate());
     EXPECT_EQ(Verify(kWide, kNarrow, 2).back(), Trusted);
     trace.records.clear();
-    EXPECT_EQ(VerifyWithoutLevel(false), std::vector(2, NotTrusted));
+    EXPECT_EQ(VerifyWithoutLevel(false), std::vector(2, NotTrusted)) << "level 3";
     EXPECT_EQ(trace.Count(TraceEvent::TrustRefused), 2u);
     EXPECT_EQ(trace.Count(TraceLevel::Error), 0u) << "an ordinary refusal";
-}
-
-TEST_F(EveryFormTest, WhateverIsThrown_BecomesAVerdict) {
+    // Whatever is thrown becomes a verdict.
     trustProvider.onCall = [](const auto&) { throw std::runtime_error("broken"); };
     EXPECT_EQ(Verify(kWide, kNarrow, 3), std::vector(8, CannotDetermine));
     EXPECT_EQ(trace.Count(TraceEvent::TrustUnexpectedFailure), 8u);
@@ -201,9 +196,7 @@ TEST_F(VerifierTest, DescribeFile_ReportsWhatWasFound) {
     report.size = 0;
     EXPECT_EQ(Make()->DescribeFile(kFile.c_str(), 1, false, false, &report), InvalidArgument);
     EXPECT_EQ(Make()->DescribeFile(kFile.c_str(), 1, false, false, nullptr), InvalidArgument);
-}
-
-TEST_F(VerifierTest, DescribeFile_TellsATamperedFilesSignerByAThoroughCheckAlone) {
+    // A tampered file's signer is told by a thorough check alone.
     PutSigned(kFile, OurCertificate(), kAnswerBadDigest);
     EXPECT_EQ(Describe(1, false), NotTrusted);
     EXPECT_EQ(report.flags, 0u);
@@ -215,7 +208,7 @@ TEST_F(VerifierTest, DescribeFile_TellsATamperedFilesSignerByAThoroughCheckAlone
     EXPECT_TRUE(std::ranges::equal(names, AcceptedNames() | std::views::values));  // in the order of the identifiers
 }
 
-TEST_F(VerifierTest, Policy_IsReadOnceAndCountsAsOnWhenUnreadable) {
+TEST_F(VerifierTest, Policy_IsReadOnceAndCountsAsOnWhenUnreadable_OnWritesOneValue_OffDeletesAnotherOne) {
     faults.Fail("OpenForReading", AccessDenied);
     EXPECT_TRUE(trust.policy->IsAlternateTrustPolicy());  // no installation
     faults.Fail("OpenForReading", Success);
@@ -229,9 +222,6 @@ TEST_F(VerifierTest, Policy_IsReadOnceAndCountsAsOnWhenUnreadable) {
         }
     }
     EXPECT_EQ(registry.opened.back().access, kKeyRead | kKeyView32);
-}
-
-TEST_F(VerifierTest, Policy_OnWritesOneValue_OffDeletesAnotherOne) {
     tsVerifyTrustPolicy& policy = *trust.policy;
     EXPECT_FALSE(policy.SetAlternateTrustPolicy(false));  // no key
     EXPECT_TRUE(policy.SetAlternateTrustPolicy(true));

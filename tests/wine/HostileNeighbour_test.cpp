@@ -1,27 +1,18 @@
 // Somebody else's program that changes files and names while they are verified, loaded or started, or between two
 // looks. Whatever it does: no bad file is accepted, loaded or started.
-#include <atomic>
 #include <chrono>
 #include <thread>
 
+#include "composition/ProductRuntime.h"
 #include "shellext/VerifiedProcessStart.h"
 #include "tests/wine/ShellServer.h"
-#include "tslib/VaneRef.h"
-#include "tslib/platform/win32/Handles.h"
-#include "tslib/platform/win32/Win32Platform.h"
-#include "tslib/tsInstanceFactory.h"
 #include "tslib/tsVaneModuleLoader.h"
-#include "tslib/verifytrust/TrustContext.h"
-#include "tslib/verifytrust/TrustRecords.h"
 
 namespace tests {
 namespace {
 
+using namespace tsLib;
 using namespace tsLib::platform;
-using tsLib::TrustLevel;
-using tsLib::TrustResult;
-using tsLib::VaneResult;
-using win32::ToWide;
 
 const Platform& real = win32::Win32Platform::Instance();
 constexpr auto kRaceTime = std::chrono::seconds(10);
@@ -82,13 +73,34 @@ private:
 };
 
 struct Verifiers {
-    tsLib::TrustRecords records{real.files, real.system};
-    tsLib::TrustContext trust{real, nullptr, records};
+    TrustResult Verify(const std::u16string& path, tsLib::TrustLevel level = 3) const {
+        return verifier->VerifyFile(path.c_str(), level);
+    }
+    bool Start(const std::u16string& path, StartedProcess& started) {
+        return HVR::StartVerified(real, trust, path, u"", kCreateNoWindow, 3, started);
+    }
+    TrustRecords records{real.files, real.system};
+    TrustContext trust{real, nullptr, records};
+    const VaneRef<IVerifyTrust> verifier{trust.Create()};
+};
+
+// A component that is loaded meanwhile, if it can be.
+struct Loaded {
+    Loaded(Verifiers& by, const std::u16string& path, bool verify = true)
+        : cache(real, by.trust), result(cache.GetFactory(path.c_str(), verify, 3, &factory)) {}
+    [[nodiscard]] bool HasTheOtherText() const { return Succeeded(result) && IsTampered(factory->Module()); }
+
+    tsInstanceFactory cache;
+    tsVaneModuleFactory* factory = nullptr;
+    const VaneResult result;
+};
+
+struct HostileNeighbour : testing::Test, Verifiers {
+    const ScratchFolder scratch{L"hvh"};
 };
 
 // All at the same time: each has files of its own.
-TEST(HostileNeighbour, WhoExchangesFilesAndFolders_GetsNothingIn) {
-    const ScratchFolder scratch(L"hvh");
+TEST_F(HostileNeighbour, WhoExchangesFilesAndFolders_GetsNothingIn) {
     const std::string goodProgram = GetBytes(Sample(u"good.exe"));
     const std::string goodModule = GetBytes(Sample(u"good.dll"));
     const auto below = [&](const char16_t* name) {
@@ -98,41 +110,31 @@ TEST(HostileNeighbour, WhoExchangesFilesAndFolders_GetsNothingIn) {
 
     // Each of the two is refused, the one for its names, the other for its bytes; only parts of both would do.
     const std::jthread verifying([folder = below(u"verdict")] {
-        Verifiers verifiers;
-        const tsLib::VaneRef<tsLib::IVerifyTrust> verifier(verifiers.trust.Create());
+        const Verifiers own;
         Race race(folder, u"here", u"a.exe", GetBytes(Sample(u"other-names.exe")), GetBytes(Sample(u"tampered.exe")));
         race.Run([&] {
-            const TrustResult verdict = verifier->VerifyFile(race.path.c_str(), TrustLevel{3});
+            const TrustResult verdict = own.Verify(race.path);
             EXPECT_TRUE(verdict == TrustResult::NotTrusted || verdict == TrustResult::FileError) << verdict;
             return verdict == TrustResult::NotTrusted;
         });
     });
     const std::jthread loading([folder = below(u"component"), &goodModule] {
-        Verifiers verifiers;
+        Verifiers own;
         Race race(folder, u"here", u"a.dll", goodModule, Tampered(goodModule, kStubText, kOtherStubText));
         race.Run([&] {
-            tsLib::tsInstanceFactory cache(real, verifiers.trust);
-            tsLib::tsVaneModuleFactory* factory = nullptr;
-            const bool isLoaded = Succeeded(cache.GetFactory(race.path.c_str(), true, 3, &factory));
-            EXPECT_FALSE(isLoaded && IsTampered(factory->Module()));
-            return isLoaded;
+            const Loaded loaded(own, race.path);
+            EXPECT_FALSE(loaded.HasTheOtherText());
+            return Succeeded(loaded.result);
         });
     });
     const std::jthread starting([folder = below(u"program"), &goodProgram] {
-        Verifiers verifiers;
+        Verifiers own;
         Race race(folder, u"here", u"a.exe", goodProgram, Tampered(goodProgram, "exit code 7", "exit code 8"));
         race.Run([&] {
             StartedProcess started;
-            if (!HVR::StartVerified(real, verifiers.trust, race.path, u"", kCreateNoWindow, 3, started)) {
-                return false;
-            }
-            const OwnedProcess process(real.processes, started.process);
-            const OwnedThread thread(real.processes, started.thread);
-            const auto handle = win32::FromSeam<HANDLE>(started.process);
-            DWORD code = 0;
-            EXPECT_EQ(WaitForSingleObject(handle, 30000), WAIT_OBJECT_0);
-            EXPECT_TRUE(GetExitCodeProcess(handle, &code) && code == 7) << code;
-            return true;
+            const bool isStarted = own.Start(race.path, started);
+            EXPECT_TRUE(!isStarted || ExitCode(started) == 7);
+            return isStarted;
         });
     });
     Installation installation;
@@ -149,10 +151,7 @@ TEST(HostileNeighbour, WhoExchangesFilesAndFolders_GetsNothingIn) {
     });
 }
 
-TEST(HostileNeighbour, WhoHoldsAFileOpen_KeepsItOut) {
-    const ScratchFolder scratch(L"hvh");
-    Verifiers verifiers;
-    const tsLib::VaneRef<tsLib::IVerifyTrust> verifier(verifiers.trust.Create());
+TEST_F(HostileNeighbour, WhoHoldsAFileOpen_KeepsItOut) {
     for (const char16_t* const name : {u"good.dll", u"tampered.dll"}) {
         const std::u16string path = scratch.Path() + name;
         ASSERT_TRUE(PutBytes(path, GetBytes(Sample(name))));
@@ -161,35 +160,28 @@ TEST(HostileNeighbour, WhoHoldsAFileOpen_KeepsItOut) {
             const win32::UniqueFile holder(
                 CreateFileW(ToWide(path), access, sharing, nullptr, OPEN_EXISTING, 0, nullptr));
             EXPECT_TRUE(holder);
-            EXPECT_EQ(verifier->VerifyFile(path.c_str(), TrustLevel{3}), TrustResult::FileError);
-            EXPECT_EQ(verifier->VerifyFile(path.c_str(), TrustLevel{5}), TrustResult::NotTrusted);
-            tsLib::tsInstanceFactory cache(real, verifiers.trust);
-            tsLib::tsVaneModuleFactory* factory = nullptr;
-            tsLib::tsVaneModuleLoader loader(real);  // which verifies nothing
-            EXPECT_EQ(cache.GetFactory(path.c_str(), false, 0, &factory), VaneResult::ModuleMissing);
+            EXPECT_EQ(Verify(path), TrustResult::FileError);
+            EXPECT_EQ(Verify(path, 5), TrustResult::NotTrusted);
+            EXPECT_EQ(Loaded(*this, path, false).result, VaneResult::ModuleMissing);
+            tsVaneModuleLoader loader(real);  // which verifies nothing
             EXPECT_EQ(loader.Load(path.c_str()), VaneResult::ModuleMissing);
             StartedProcess started;
-            EXPECT_FALSE(HVR::StartVerified(real, verifiers.trust, path, u"", kCreateNoWindow, 3, started));
+            EXPECT_FALSE(Start(path, started));
         }
         EXPECT_FALSE(IsLoaded(path));
     }
 }
 
-TEST(HostileNeighbour, WhoPutsFilesUnderNamesReadInTwoWays_GetsNothingIn) {
-    const ScratchFolder scratch(L"hvh");
-    Verifiers verifiers;
-    const tsLib::VaneRef<tsLib::IVerifyTrust> verifier(verifiers.trust.Create());
+TEST_F(HostileNeighbour, WhoPutsFilesUnderNamesReadInTwoWays_GetsNothingIn) {
     const std::string good = GetBytes(Sample(u"good.dll"));
     const std::u16string plug = scratch.Path() + u"plug";
     ASSERT_TRUE(PutBytes(plug, good));
     ASSERT_TRUE(PutBytes(plug + u".dll", Tampered(good, kStubText, kOtherStubText)));
-    tsLib::tsInstanceFactory cache(real, verifiers.trust);
-    tsLib::tsVaneModuleFactory* factory = nullptr;
     for (const char16_t* const suffix : {u"", u".", u" "}) {
-        ASSERT_EQ(cache.GetFactory((plug + suffix).c_str(), true, 3, &factory), VaneResult::Success);
-        EXPECT_FALSE(IsTampered(factory->Module()));
+        const Loaded loaded(*this, plug + suffix);
+        EXPECT_TRUE(Succeeded(loaded.result) && !loaded.HasTheOtherText());
     }
-    EXPECT_EQ(cache.GetFactory((plug + u".dll").c_str(), true, 3, &factory), VaneResult::ModuleNotTrusted);
+    EXPECT_EQ(Loaded(*this, plug + u".dll").result, VaneResult::ModuleNotTrusted);
 
     // A running program in a folder that is called like a variable, and a signed one where the variable leads to.
     const VariableForTest variable(L"HVN", u"signed");
@@ -199,22 +191,22 @@ TEST(HostileNeighbour, WhoPutsFilesUnderNamesReadInTwoWays_GetsNothingIn) {
     const std::u16string program = scratch.Path() + u"%HVN%\\a.exe";
     ASSERT_TRUE(PutBytes(program, GetBytes(Sample(u"unsigned.exe"))));
     ASSERT_TRUE(PutBytes(scratch.Path() + u"signed\\a.exe", GetBytes(Sample(u"good.exe"))));
-    EXPECT_EQ(verifier->VerifyFile((u"\\\\?\\" + program).c_str(), TrustLevel{3}), TrustResult::NotTrusted);
-    StartedProcess started;
-    ASSERT_EQ(real.processes.Start(u'"' + program + u"\" 60000", kCreateNoWindow, started), SystemError::Success);
-    const OwnedProcess process(real.processes, started.process);
-    const OwnedThread thread(real.processes, started.thread);
-    EXPECT_EQ(verifier->VerifyProcess(started.processId, 3), TrustResult::NotTrusted);
-    TerminateProcess(win32::FromSeam<HANDLE>(started.process), 0);
-    WaitForSingleObject(win32::FromSeam<HANDLE>(started.process), 10000);
+    EXPECT_EQ(Verify(u"\\\\?\\" + program), TrustResult::NotTrusted);
+    for (const auto& [path, verdict] :
+         {std::pair(program, TrustResult::NotTrusted), {Sample(u"good.exe"), TrustResult::Trusted}}) {
+        StartedProcess started;
+        ASSERT_EQ(real.processes.Start(u'"' + path + u"\" 60000", kCreateNoWindow, started), SystemError::Success);
+        EXPECT_EQ(VaneRef(CreateTrustVerifierStatic())->VerifyProcess(started.processId, 3), verdict);
+        TerminateProcess(win32::FromSeam<HANDLE>(started.process), 0);
+        EXPECT_EQ(ExitCode(started), 0U);
+    }
 }
 
 // Where the platform resolves links in the name of a file, the good module is loaded; elsewhere none.
-TEST(HostileNeighbour, WhoRepointsALinkOnTheWay_GetsNothingIn) {
+TEST_F(HostileNeighbour, WhoRepointsALinkOnTheWay_GetsNothingIn) {
     if (VariableText(L"WINEPREFIX").empty()) {
         GTEST_SKIP() << "no Unix program to make the link";
     }
-    const ScratchFolder scratch(L"hvh");
     const std::string good = GetBytes(Sample(u"good.dll"));
     for (const char16_t* const folder : {u"good", u"bad"}) {
         ASSERT_TRUE(CreateDirectoryW(ToWide(scratch.Path() + folder), nullptr));
@@ -237,9 +229,8 @@ TEST(HostileNeighbour, WhoRepointsALinkOnTheWay_GetsNothingIn) {
         run(L"Z:\\bin\\ln -sfn " + to + L" link", [&] { return IsTampered(path) == (to == L"bad"); });
     };
     point(L"good");
-    Verifiers verifiers;
-    tsLib::tsInstanceFactory cache(real, verifiers.trust);
-    tsLib::tsVaneModuleFactory* factory = nullptr;
+    tsInstanceFactory cache(real, trust);
+    tsVaneModuleFactory* factory = nullptr;
     const auto repoint = [&](const char16_t* name) {
         EXPECT_FALSE(IsTampered(std::u16string(name)));
         point(L"bad");
@@ -251,7 +242,7 @@ TEST(HostileNeighbour, WhoRepointsALinkOnTheWay_GetsNothingIn) {
     run(L"Z:\\bin\\rm link", [&] { return GetBytes(path).empty(); });
 }
 
-// What a file's record must not outlive. Each is a copy of a good program that has become a bad one.
+// How often the platform was asked about a signature.
 std::atomic<int> checks{0};
 const auto realWinVerifyTrust = reinterpret_cast<LONG(WINAPI*)(HWND, GUID*, void*)>(
     reinterpret_cast<void*>(GetProcAddress(LoadLibraryW(L"wintrust.dll"), "WinVerifyTrust")));
@@ -261,8 +252,7 @@ LONG WINAPI CountingWinVerifyTrust(HWND window, GUID* action, void* data) {
 }
 
 // Opens a file for writing, does the work, and puts all its times back.
-template <class Work>
-void Rewrite(const std::u16string& path, Work&& work) {
+void Rewrite(const std::u16string& path, void (*work)(HANDLE)) {
     const win32::UniqueFile file(
         CreateFileW(ToWide(path), GENERIC_READ | GENERIC_WRITE, 7, nullptr, OPEN_EXISTING, 0, nullptr));
     FILE_BASIC_INFO times{};
@@ -270,77 +260,72 @@ void Rewrite(const std::u16string& path, Work&& work) {
     work(file.Get());
     EXPECT_TRUE(SetFileInformationByHandle(file.Get(), FileBasicInfo, &times, sizeof(times)));
 }
-void OverwriteStub(HANDLE file) {
+void Write(HANDLE file, LONG at, DWORD from, std::string_view bytes) {
     DWORD written = 0;
-    SetFilePointer(file, 0x4E, nullptr, FILE_BEGIN);
-    EXPECT_TRUE(WriteFile(file, "That", 4, &written, nullptr));
+    SetFilePointer(file, at, nullptr, from);
+    EXPECT_TRUE(WriteFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr));
+}
+void OverwriteStub(HANDLE file) { Write(file, 0x4E, FILE_BEGIN, "That"); }
+void OverwriteThroughAView(HANDLE file) {
+    const win32::UniqueKernelHandle section(CreateFileMappingW(file, nullptr, PAGE_READWRITE, 0, 0, nullptr));
+    auto* const view = static_cast<char*>(MapViewOfFile(section.Get(), FILE_MAP_WRITE, 0, 0, 0));
+    ASSERT_NE(view, nullptr);
+    CopyMemory(view + 0x4E, "That", 4);
+    UnmapViewOfFile(view);
+}
+void OverwriteAndGrow(HANDLE file) {
+    OverwriteStub(file);
+    Write(file, 0, FILE_END, "x");
 }
 
-TEST(HostileNeighbour, WhoChangesATrustedFile_MeetsNoOldAnswer) {
-    const ScratchFolder scratch(L"hvh");
+// What a file's record must not outlive. Each is a copy of a good program that becomes a bad one.
+TEST_F(HostileNeighbour, WhoChangesATrustedFile_MeetsNoOldAnswer) {
+    using Path = const std::u16string&;
     const std::string good = GetBytes(Sample(u"good.exe"));
     const std::u16string aside = scratch.Path() + u"aside.exe";
-    const std::pair<const char16_t*, std::function<void(const std::u16string&)>> attacks[] = {
-        {u"rewritten.exe", [](const std::u16string& path) { Rewrite(path, OverwriteStub); }},
+    const std::pair<const char16_t*, std::function<void(Path)>> attacks[] = {
+        {u"rewritten.exe", [](Path path) { Rewrite(path, OverwriteStub); }},
         {u"renamed over.exe",
-         [&](const std::u16string& path) {
+         [&](Path path) {
              ASSERT_TRUE(PutBytes(aside, Tampered(good, kStubText, kOtherStubText)));
              EXPECT_TRUE(MoveFileExW(ToWide(aside), ToWide(path), MOVEFILE_REPLACE_EXISTING));
          }},
         {u"linked.exe",
-         [&](const std::u16string& path) {
+         [&](Path path) {
              EXPECT_TRUE(CreateHardLinkW(ToWide(aside), ToWide(path), nullptr));
              Rewrite(aside, OverwriteStub);
              EXPECT_TRUE(DeleteFileW(ToWide(aside)));
          }},
-        {u"mapped.exe",
-         [](const std::u16string& path) {
-             Rewrite(path, [](HANDLE file) {
-                 const win32::UniqueKernelHandle section(
-                     CreateFileMappingW(file, nullptr, PAGE_READWRITE, 0, 0, nullptr));
-                 auto* const view = static_cast<char*>(MapViewOfFile(section.Get(), FILE_MAP_WRITE, 0, 0, 0));
-                 ASSERT_NE(view, nullptr);
-                 CopyMemory(view + 0x4E, "That", 4);
-                 UnmapViewOfFile(view);
-             });
-         }},
-        {u"grown.exe",
-         [](const std::u16string& path) {
-             Rewrite(path, [](HANDLE file) {
-                 SetFilePointer(file, 0x4E, nullptr, FILE_BEGIN);
-                 OverwriteStub(file);
-                 SetFilePointer(file, 0, nullptr, FILE_END);
-                 DWORD written = 0;
-                 EXPECT_TRUE(WriteFile(file, "x", 1, &written, nullptr));
-             });
-         }},
+        {u"mapped.exe", [](Path path) { Rewrite(path, OverwriteThroughAView); }},
+        {u"grown.exe", [](Path path) { Rewrite(path, OverwriteAndGrow); }},
     };
-    Verifiers verifiers;
     const ImportPatch counting(GetModuleHandleW(nullptr), realWinVerifyTrust, &CountingWinVerifyTrust);
-    const tsLib::VaneRef<tsLib::IVerifyTrust> verifier(verifiers.trust.Create());
-    const auto ask = [&](const std::u16string& path) {
+    // The verdict, and whether the platform was asked.
+    const auto ask = [&](Path path) {
         checks = 0;
-        const TrustResult verdict = verifier->VerifyFile(path.c_str(), TrustLevel{3});
+        const TrustResult verdict = Verify(path);
         return std::pair(verdict, checks > 0);
     };
+    const std::pair checked(TrustResult::Trusted, true), spared(TrustResult::Trusted, false);
+    const std::pair refused(TrustResult::NotTrusted, true);
     for (const auto& [name, attack] : attacks) {
         ASSERT_TRUE(PutBytes(scratch.Path() + name, good));
     }
     const std::u16string fresh = scratch.Path() + u"fresh.exe";
     ASSERT_TRUE(PutBytes(fresh, good));
-    EXPECT_EQ(ask(fresh), std::pair(TrustResult::Trusted, true));
-    EXPECT_EQ(ask(fresh), std::pair(TrustResult::Trusted, true)) << "within the clock's step nothing is relied on";
+    EXPECT_EQ(ask(fresh), checked);
+    EXPECT_EQ(ask(fresh), checked) << "within the clock's step nothing is relied on";
     Rewrite(fresh, OverwriteStub);
-    EXPECT_EQ(ask(fresh), std::pair(TrustResult::NotTrusted, true));
-    Sleep(static_cast<DWORD>(tsLib::TrustRecords::kTimeStep / 10'000) + 200);
+    EXPECT_EQ(ask(fresh), refused);
+    Sleep(static_cast<DWORD>(TrustRecords::kTimeStep / 10'000) + 200);
     for (const auto& [name, attack] : attacks) {
         const std::u16string path = scratch.Path() + name;
-        EXPECT_EQ(ask(path), std::pair(TrustResult::Trusted, true)) << testing::PrintToString(path);
-        EXPECT_EQ(ask(path), std::pair(TrustResult::Trusted, false)) << testing::PrintToString(path);
+        EXPECT_EQ(ask(path), checked) << testing::PrintToString(path);
+        EXPECT_EQ(ask(path), spared) << testing::PrintToString(path);
         attack(path);
-        EXPECT_EQ(ask(path), std::pair(TrustResult::NotTrusted, true)) << testing::PrintToString(path);
+        EXPECT_EQ(ask(path), refused) << testing::PrintToString(path);
         ASSERT_TRUE(PutBytes(path, good));  // a backup comes back
-        EXPECT_EQ(ask(path), std::pair(TrustResult::Trusted, true)) << testing::PrintToString(path);
+        EXPECT_EQ(ask(path), checked) << testing::PrintToString(path);
     }
 }
 

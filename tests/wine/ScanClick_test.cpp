@@ -4,9 +4,6 @@
 namespace tests {
 namespace {
 
-using tsLib::platform::win32::FromWide;
-using tsLib::platform::win32::ToWide;
-
 // Of the processes that the library started, which have ended.
 std::u16string commandLines;
 DWORD exitCode = 0;
@@ -23,23 +20,16 @@ BOOL WINAPI StartAndWait(const wchar_t* application, wchar_t* commandLine, SECUR
     return made;
 }
 
-// What the registry and isolate.ini look like in the field.
-struct Place {
-    const char* name;
-    IniKind ini;
-    const char16_t* key;  // of the install folder, below the path map
-    const wchar_t* value;
-};
-
-class ScanClick : public ::testing::TestWithParam<Place> {
-protected:
-    ScanClick() : installation(GetParam().ini) {
+struct ScanWorld {
+    // The install folder's place below the path map.
+    ScanWorld(IniKind kind, const std::u16string& key, const wchar_t* value) : installation(kind) {
         commandLines.clear();
+        exitCode = 0;
         installation.PutOrientation(1);
         for (const std::u16string& folder : {product, temporary}) {
             EXPECT_TRUE(CreateDirectoryW(ToWide(folder), nullptr));
         }
-        installation.PutText(std::u16string(u"Tessel\\PathExpansionMap") + GetParam().key, GetParam().value, product);
+        installation.PutText(u"Tessel\\PathExpansionMap" + key, value, product);
     }
     HRESULT Click(const std::u16string& scanner, const std::vector<std::u16string>& items) {
         installation.Put(scanner, u"The Product\\ScanAgent.exe");
@@ -48,7 +38,7 @@ protected:
         TestDataObject data(items);
         const auto init = library.NewHandler<IShellExtInit>();
         EXPECT_EQ(init->Initialize(nullptr, &data, nullptr), S_OK);
-        Microsoft::WRL::ComPtr<IContextMenu> handler;
+        ComPtr<IContextMenu> handler;
         EXPECT_EQ(init.As(&handler), S_OK);
         CMINVOKECOMMANDINFO information{};
         information.cbSize = sizeof(information);
@@ -62,24 +52,28 @@ protected:
     const VariableForTest variable{L"TMP", temporary};
 };
 
-TEST_P(ScanClick, StartsTheVerifiedScannerOnTheList_AndNoOther) {
-    EXPECT_EQ(Click(Sample(u"tampered.exe"), {u"C:\\a"}), S_OK);
-    EXPECT_EQ(commandLines, u"");
-    EXPECT_EQ(Click(Sample(u"good.exe"), {u"C:\\", u"C:\\" + std::u16string(400, u'x') + u"\\\u65E5\u672C"}), S_OK);
-    EXPECT_EQ(exitCode, 7U);
-    const std::u16string start =
-        u"\"" + product + u"ScanAgent.exe\" /UTF8 /Async /RightClickScan \"" + temporary + u"ScanList";
-    ASSERT_TRUE(commandLines.starts_with(start) && commandLines.ends_with(u'"'));
-    commandLines.pop_back();
-    EXPECT_EQ(GetBytes(commandLines.substr(start.rfind(u'"') + 1)),
-              "C:\\\r\nC:\\" + std::string(400, 'x') + "\\\xE6\x97\xA5\xE6\x9C\xAC\r\n");
+TEST(ScanClick, StartsTheVerifiedScannerOnTheList_AndNoOther) {
+    const std::tuple<IniKind, std::u16string, const wchar_t*> places[] = {
+        {IniKind::Native64, u"\\INSTALLDIR", L"Path64"},
+        {IniKind::View32, u"", L"INSTALLDIR"},
+        {IniKind::Utf16, u"", L"INSTALLDIR"},
+    };
+    for (const auto& [ini, key, value] : places) {
+        SCOPED_TRACE(static_cast<int>(ini));
+        ScanWorld world(ini, key, value);
+        EXPECT_EQ(world.Click(Sample(u"tampered.exe"), {u"C:\\a"}), S_OK);
+        EXPECT_EQ(commandLines, u"");
+        EXPECT_EQ(world.Click(Sample(u"good.exe"), {u"C:\\", u"C:\\" + std::u16string(400, u'x') + u"\\\u65E5\u672C"}),
+                  S_OK);
+        EXPECT_EQ(exitCode, 7U);
+        const std::u16string list = world.temporary + u"ScanList";
+        const std::u16string start = u"\"" + world.product + u"ScanAgent.exe\" /UTF8 /Async /RightClickScan \"" + list;
+        ASSERT_TRUE(commandLines.starts_with(start) && commandLines.ends_with(u'"'));
+        commandLines.pop_back();
+        EXPECT_EQ(GetBytes(commandLines.substr(start.size() - list.size())),
+                  "C:\\\r\nC:\\" + std::string(400, 'x') + "\\\xE6\x97\xA5\xE6\x9C\xAC\r\n");
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Places, ScanClick,
-                         ::testing::Values(Place{"Path64Subkey", IniKind::Native64, u"\\INSTALLDIR", L"Path64"},
-                                           Place{"View32", IniKind::View32, u"", L"INSTALLDIR"},
-                                           Place{"Utf16Ini", IniKind::Utf16, u"", L"INSTALLDIR"}),
-                         [](const auto& place) { return place.param.name; });
 
 }  // namespace
 }  // namespace tests

@@ -1,26 +1,14 @@
 // The handler object of the real library, as a shell uses it.
 #include "tests/wine/ShellServer.h"
 
-// After windows.h.
-#include <objbase.h>
-#include <prsht.h>
-#include <shellapi.h>
-
-#include <cstdlib>
-#include <new>
-#include <utility>
-
 namespace tests {
 namespace {
 
-using Microsoft::WRL::ComPtr;
-
 // A handler with the English strings.
-class ShellHandler : public ::testing::Test {
-protected:
+struct ShellHandler : testing::Test {
     void SetUp() override {
         installation.PutOrientation(5134);
-        installation.PutStrings(Staged(u"res\\1033\\ZebShellRes.dll"), u"1033");
+        installation.PutEnglishStrings();
         init = library.NewHandler<IShellExtInit>();
         ASSERT_EQ(init.As(&handler), S_OK);
         AppendMenuW(menu, MF_STRING, 1, L"open");
@@ -73,7 +61,7 @@ TEST_F(ShellHandler, QueryContextMenu_RealMenu_SeparatorAndItemBehindIt_OrNeithe
 }
 
 // Under the refusing setting, so that an accepted verb shows the box.
-TEST_F(ShellHandler, InvokeCommand_NarrowOrWideVerb_AsksTheSetting_AndShowsItsRefusal) {
+TEST_F(ShellHandler, Verbs_NarrowOrWide_AskTheSetting_ShowItsRefusal_AndAreToldWithinTheBuffer) {
     ASSERT_EQ(handler->QueryContextMenu(menu, 0, 500, 600, 0), 1);
     EXPECT_EQ(Invoke("nimshellscan"), E_FAIL);
     EXPECT_EQ(Invoke("NimShellScan", L"other"), E_FAIL);
@@ -84,9 +72,6 @@ TEST_F(ShellHandler, InvokeCommand_NarrowOrWideVerb_AsksTheSetting_AndShowsItsRe
     ASSERT_EQ(ShellLibrary::boxes.size(), 2U);
     EXPECT_EQ(ShellLibrary::boxes[0].first, L"Halvora");
     EXPECT_GT(ShellLibrary::boxes[0].second.size(), 10U);
-}
-
-TEST_F(ShellHandler, GetCommandString_KeepsToItsBuffer) {
     wchar_t verb[12] = {};
     EXPECT_EQ(handler->GetCommandString(99, GCS_VERBW, nullptr, reinterpret_cast<char*>(verb), 12), E_INVALIDARG);
     EXPECT_EQ(std::wstring(verb), L"NimShellSca");

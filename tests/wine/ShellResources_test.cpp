@@ -6,8 +6,7 @@ namespace {
 
 constexpr wchar_t kProtectionVariable[] = L"HALVORA_TEST_PROTECTION";  // of the sample component
 
-class ShellResources : public ::testing::Test {
-protected:
+struct ShellResources : testing::Test {
     ShellResources() {
         installation.PutProduct(u"tsVrTrst.dll");
         installation.PutSample(u"component.dll");
@@ -30,17 +29,13 @@ TEST_F(ShellResources, TheSystemsLanguage_IsLoadedUnderOneSuspension_AlsoForRegi
     const std::u16string strings = installation.PutStrings(german, u"1033");
     EXPECT_EQ(ItemAndProtection(), L"Mit Halvora \u00FCber&pr\u00FCfen-DE");
     const std::wstring loaded = L"CResourceLoader::LoadTrustedDll - load succeeded.  ";
-    EXPECT_EQ(ShellLibrary::DebugTexts(loaded + tsLib::platform::win32::ToWide(strings) + L" \n"), 1);
+    EXPECT_EQ(ShellLibrary::DebugTexts(loaded + ToWide(strings) + L" \n"), 1);
     for (const char* name : {"DllRegisterServer", "DllUnregisterServer"}) {
         const VariableForTest protection(kProtectionVariable, u"-");
         EXPECT_EQ(ShellLibrary(path).Call(name), S_OK);
         EXPECT_EQ(VariableText(kProtectionVariable), L"-DE") << name;
     }
-}
-
-// The settings store's entry goes before the registry's.
-TEST_F(ShellResources, TheProtectionControl_ComesFromTheSettingsStore) {
-    installation.PutStrings(german, u"1033");
+    // The settings store's entry of the control goes before the registry's.
     installation.PutProduct(u"tsSet.dll");
     installation.PutObject(tsLib::OBJID_QrtControl, u"C:\\none.dll");
     EXPECT_EQ(ItemAndProtection(), L"Mit Halvora \u00FCber&pr\u00FCfen-");

@@ -1,9 +1,6 @@
 // COM's rules on the real library.
 #include "tests/wine/ShellServer.h"
 
-// After windows.h.
-#include <oleauto.h>
-
 #include <atomic>
 #include <set>
 #include <thread>
@@ -11,11 +8,7 @@
 namespace tests {
 namespace {
 
-using Microsoft::WRL::ComPtr;
-using tsLib::platform::win32::ToWide;
-
-class ShellServer : public ::testing::Test {
-protected:
+struct ShellServer : testing::Test {
     Installation installation;  // without strings: the objects then load nothing, which is quicker
     ShellLibrary library{installation.PutProduct(u"zebshell2.dll")};
 };
@@ -59,19 +52,16 @@ TEST_F(ShellServer, Refusals_LeaveNothing) {
     EXPECT_EQ(outer.references, 1U);
 }
 
-TEST_F(ShellServer, LocksAndFactories_KeepTheModule) {
-    auto factory = library.ClassObject();
-    EXPECT_EQ(library.CanUnloadNow(), S_FALSE);
-    EXPECT_EQ(factory->LockServer(TRUE), S_OK);
-    IClassFactory* const raw = factory.Get();
-    factory.Reset();
-    EXPECT_EQ(library.CanUnloadNow(), S_FALSE) << "locked";
-    EXPECT_EQ(raw->LockServer(FALSE), S_OK);
-}
-
 // Each export says something to a debugger while it runs, since there are no strings.
-TEST_F(ShellServer, ExportsUnderWay_KeepTheModule) {
-    IClassFactory* const factory = library.ClassObject().Get();  // which nobody holds: it lives as long as the module
+TEST_F(ShellServer, FactoriesLocksAndExportsUnderWay_KeepTheModule) {
+    auto held = library.ClassObject();
+    EXPECT_EQ(library.CanUnloadNow(), S_FALSE);
+    EXPECT_EQ(held->LockServer(TRUE), S_OK);
+    IClassFactory* const factory = held.Get();
+    held.Reset();  // lives as long as the module
+    EXPECT_EQ(library.CanUnloadNow(), S_FALSE) << "locked";
+    EXPECT_EQ(factory->LockServer(FALSE), S_OK);
+    EXPECT_EQ(library.CanUnloadNow(), S_OK);
     ComPtr<IUnknown> made;
     const std::pair<const char*, std::function<HRESULT()>> exports[] = {
         {"DllRegisterServer", [&] { return library.Call("DllRegisterServer"); }},
@@ -130,7 +120,7 @@ TEST(RegisteredServer, TwoApartments_ComponentsAndStringsComeAndGoWithTheModule)
     Installation installation;
     const std::u16string path = installation.PutProduct(u"zebshell2.dll");
     installation.PutProduct(u"tsVrTrst.dll");
-    installation.PutStrings(Staged(u"res\\1033\\ZebShellRes.dll"), u"1033");
+    installation.PutEnglishStrings();
     installation.PutObject(tsLib::OBJID_QrtControl, installation.PutSample(u"component.dll"));
     EXPECT_EQ(ShellLibrary(path).Call("DllRegisterServer"), S_OK);
     std::atomic<int> items{0};

@@ -80,25 +80,11 @@ TEST(Win32Arguments, TrustInACatalogMember) {
         EXPECT_TRUE(Same(arguments.catalog.base, info));
         EXPECT_EQ(arguments.catalog.admin, reinterpret_cast<HCATADMIN>(0x1234));
     }
-}
-
-TEST(Win32Arguments, EndOfTheCatalogs_IsNoOtherError) {
+    // The end of the catalogs is no other error.
     EXPECT_TRUE(IsEndOfCatalogs(1168, true) && IsEndOfCatalogs(1168, false));
     EXPECT_TRUE(IsEndOfCatalogs(18, true) && IsEndOfCatalogs(18, false));
     EXPECT_TRUE(IsEndOfCatalogs(2, true) && !IsEndOfCatalogs(2, false));
     EXPECT_FALSE(IsEndOfCatalogs(0, true) || IsEndOfCatalogs(5, true) || IsEndOfCatalogs(259, false));
-}
-
-TEST(Win32Arguments, FilesAndModules) {
-    const wchar_t* const path = L"C:\\a";
-    EXPECT_EQ(ReadingArguments(path, FileSharing::Readers),
-              OpenArguments(path, 0x80000000, 1, nullptr, 3, 0x80, nullptr));
-    EXPECT_EQ(ReadingArguments(path, FileSharing::ReadersAndWriters),
-              OpenArguments(path, 0x80000000, 3, nullptr, 3, 0x80, nullptr));
-    EXPECT_EQ(WritingArguments(path), OpenArguments(path, 0x40000000, 7, nullptr, 2, 0x80, nullptr));
-    EXPECT_EQ(LoadArguments(path, LoadPurpose::Run), std::tuple(path, HANDLE{}, DWORD{0}));
-    EXPECT_EQ(LoadArguments(path, LoadPurpose::RunWithItsFolder), std::tuple(path, HANDLE{}, DWORD{8}));
-    EXPECT_EQ(LoadArguments(path, LoadPurpose::Resources), std::tuple(path, HANDLE{}, DWORD{0x22}));
 }
 
 TEST(Win32Arguments, AProcess_InheritsNoHandles_AndStartsPlainly) {
@@ -113,16 +99,17 @@ TEST(Win32Arguments, AProcess_InheritsNoHandles_AndStartsPlainly) {
     EXPECT_TRUE(Same(startUp, plain));
 }
 
-TEST(Win32Arguments, Folders_AreNotRedirected_NorCreated) {
-    wchar_t buffer[MAX_PATH];
-    EXPECT_EQ(DefaultFolderArguments(0x23, buffer), std::tuple(HWND{}, 0x23, HANDLE{}, DWORD{1}, +buffer));
-    EXPECT_EQ(PresentFolderArguments(0x1A, buffer), std::tuple(HWND{}, +buffer, 0x1A, FALSE));
-}
-
-TEST(Win32Arguments, EmbeddedSignaturesAlone_AndABoxOverNobody) {
+TEST(Win32Arguments, FilesAndModules_FoldersAsTheyAre_EmbeddedSignaturesAlone_AndABoxOverNobody) {
     const wchar_t* const text = L"C:\\a";
     HCERTSTORE store = nullptr;
     HCRYPTMSG message = nullptr;
+    wchar_t buffer[MAX_PATH];
+    EXPECT_EQ(WritingArguments(text), OpenArguments(text, 0x40000000, 7, nullptr, 2, 0x80, nullptr));
+    EXPECT_EQ(LoadArguments(text, LoadPurpose::Run), std::tuple(text, HANDLE{}, DWORD{0}));
+    EXPECT_EQ(LoadArguments(text, LoadPurpose::RunWithItsFolder), std::tuple(text, HANDLE{}, DWORD{8}));
+    EXPECT_EQ(LoadArguments(text, LoadPurpose::Resources), std::tuple(text, HANDLE{}, DWORD{0x22}));
+    EXPECT_EQ(DefaultFolderArguments(0x23, buffer), std::tuple(HWND{}, 0x23, HANDLE{}, DWORD{1}, +buffer));
+    EXPECT_EQ(PresentFolderArguments(0x1A, buffer), std::tuple(HWND{}, +buffer, 0x1A, FALSE));
     EXPECT_EQ(SignatureArguments(text, store, message),
               QueryArguments(1, text, 0x400, 2, 0, nullptr, nullptr, nullptr, &store, &message, nullptr));
     EXPECT_EQ(ErrorBoxArguments(text, nullptr), std::tuple(HWND{}, text, static_cast<const wchar_t*>(nullptr), 0x10U));

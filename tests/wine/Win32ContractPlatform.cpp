@@ -1,22 +1,15 @@
 // The Windows side of the contract suites.
-#include <windows.h>
-
 #include <list>
 #include <optional>
 
 #include "tests/contract/ContractPlatform.h"
 #include "tests/wine/WinStaging.h"
-#include "tslib/platform/win32/WideText.h"
 #include "tslib/platform/win32/Win32DropList.h"
-#include "tslib/platform/win32/Win32Platform.h"
 #include "tslib/platform/win32/Win32TextOutput.h"
 
 namespace tests {
 
 namespace {
-
-using win32::FromWide;
-using win32::ToWide;
 
 // Of what one test stages.
 struct Staging {
@@ -84,11 +77,6 @@ std::pair<SystemError, std::shared_ptr<void>> ContractTest::TryWrite(const std::
                                     FILE_ATTRIBUTE_NORMAL, nullptr);
     const SystemError error = Answer(file != INVALID_HANDLE_VALUE);
     return {error, {Failed(error) ? nullptr : file, &CloseHandle}};
-}
-std::u16string ContractTest::ShortForm(const std::u16string& path) {
-    wchar_t buffer[1024] = {};
-    const DWORD length = GetShortPathNameW(ToWide(path), buffer, 1024);
-    return length == 0 || length >= 1024 ? path : FromWide(buffer, length);
 }
 void ContractTest::PutBinaryValue(const char16_t* name, std::size_t bytes) {
     const std::string data(bytes, '\x5A');
