@@ -2,6 +2,7 @@
 #pragma once
 
 #include <optional>
+#include <set>
 
 #include "tests/fakes/FakeCore.h"
 #include "tslib/TraceEvents.h"
