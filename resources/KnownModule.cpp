@@ -35,7 +35,7 @@ bool CResourceLoader::LoadKnown(const SearchBasis& basis) {
     if (!known_ || known_->basis != basis) {
         return false;
     }
-    const auto known = std::exchange(known_, std::nullopt);
+    auto known = std::exchange(known_, std::nullopt);
     Stamp stamp;
     if (Failed(platform_.files.StampOf(known->path, stamp)) || stamp != known->stamp) {
         return false;
