@@ -32,23 +32,19 @@ std::optional<SearchBasis> CResourceLoader::BasisOf(const std::u16string& instal
 }
 
 bool CResourceLoader::LoadKnown(const SearchBasis& basis) {
-    if (!known_ || known_->basis != basis) {
-        return false;
-    }
-    auto known = std::exchange(known_, std::nullopt);
     Stamp stamp;
-    if (Failed(platform_.files.StampOf(known->path, stamp)) || stamp != known->stamp) {
+    if (!known_ || known_->basis != basis || Failed(platform_.files.StampOf(known_->path, stamp)) ||
+        stamp != known_->stamp) {
         return false;
     }
     OwnedResources mapped(platform_.modules);
-    if (Failed(Suspended([&] { return platform_.modules.MapResources(known->name, mapped.Receive()); })) ||
-        !std::ranges::equal(platform_.modules.View(mapped.Get()), known->bytes)) {
+    if (Failed(Suspended([&] { return platform_.modules.MapResources(known_->name, mapped.Receive()); })) ||
+        !std::ranges::equal(platform_.modules.View(mapped.Get()), known_->bytes)) {
         return false;
     }
-    path_ = known->path;
-    loadedLanguage_ = known->language;
+    path_ = known_->path;
+    loadedLanguage_ = known_->language;
     module_ = mapped.Release();
-    known_ = std::move(known);
     LogLoaded(path_);
     return true;
 }
@@ -73,11 +69,10 @@ void CResourceLoader::Remember(const SearchBasis& basis) noexcept {
         if (!observed_ || hasMissed_ || !IsLasting(basis)) {
             return false;
         }
-        KnownModule known = *std::exchange(observed_, std::nullopt);
-        known.basis = basis;
-        known.path = path_;
-        known.language = loadedLanguage_;
-        known_ = std::move(known);
+        observed_->basis = basis;
+        observed_->path = path_;
+        observed_->language = loadedLanguage_;
+        known_ = std::move(observed_);
         return true;
     });
 }

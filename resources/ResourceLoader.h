@@ -101,7 +101,7 @@ private:
 
     // Nothing when it cannot be known.
     [[nodiscard]] std::optional<SearchBasis> BasisOf(const std::u16string& installDir);
-    // Whether what the last search found is loaded again. If not, it is forgotten.
+    // Whether what the last search found is loaded again.
     [[nodiscard]] bool LoadKnown(const SearchBasis& basis);
     // Keeps what a trusted module was mapped from, and after the search what the module was found by. Without memory
     // for that the next search is a whole one.
