@@ -50,17 +50,22 @@ bool CResourceLoader::LoadKnown(const SearchBasis& basis) {
 }
 
 void CResourceLoader::Observe(const tsLib::VerifiedLoad& file, ModuleHandle module) noexcept {
-    tsLib::AtBoundary(false, [&] {
-        observed_.reset();
+    const bool isWhole = tsLib::AtBoundary(false, [&] {
         Stamp stamp;
         const std::span<const std::byte> bytes = platform_.modules.View(module);
         if (Failed(platform_.files.StampOf(file.Name(), stamp)) || stamp.lastWrite == 0 || stamp.change == 0 ||
             bytes.empty() || bytes.size() > kMostBytes) {
             return false;
         }
-        observed_ = KnownModule{{}, {}, file.Name(), 0, stamp, {bytes.begin(), bytes.end()}};
+        KnownModule& seen = observed_.emplace();
+        seen.name = file.Name();
+        seen.stamp = stamp;
+        seen.bytes.assign(bytes.begin(), bytes.end());
         return true;
     });
+    if (!isWhole) {
+        observed_.reset();
+    }
 }
 
 void CResourceLoader::Remember(const SearchBasis& basis) noexcept {
