@@ -6,6 +6,8 @@
 #   ./test.sh windows      the Windows suites under Wine
 #   ./test.sh wine10       the same under Debian 13's Wine 10.0, in a folder of its own (not part of "everything": making
 #                          the folder takes two minutes); skipped where none can be made
+#   ./test.sh memory       lets every allocation of the library fail, over a right-click's whole life (four minutes; the
+#                          other parts take a sample)
 #   ./test.sh lint         formatting and static checks
 #   ./test.sh presets      builds every preset that no other part builds (not part of "everything" either)
 #   ./test.sh bench        the benchmarks (not part of "everything": they measure, they do not judge)
@@ -29,7 +31,7 @@ part=${1:-all}
 is_part() { [ "$part" = all ] || [ "$part" = "$1" ]; }
 
 case "$part" in
-    all | host | windows | wine10 | lint | presets) set_up ;;
+    all | host | windows | wine10 | memory | lint | presets) set_up ;;
     bench)
         set_up
         exec scripts/bench.sh
@@ -94,6 +96,13 @@ if [ "$part" = wine10 ]; then
         suite "leaks, a process for each test" in_wine10 each_alone
         suite "command line" in_wine10 scripts/cli-tests.sh
     fi
+fi
+
+if [ "$part" = memory ]; then
+    say "Memory"
+    build_windows
+    suite "every allocation fails" alone_tests --gtest_filter='MemorySweep.*'
+    grep 'failures swept' "$LOG/suite-every-allocation-fails.log" | sed 's/^/    /'
 fi
 
 if [ "$part" = presets ]; then

@@ -7,4 +7,6 @@ for preset in $(sed -n 's/.*{ "name": "\([a-z-]*\)", "configurePreset".*/\1/p' C
     build "$preset"
     built+=" $preset"
 done
-echo "note:$built"
+build host-release halvora_bench
+build windows expansion_timing shell_timing start_stamp empty_module
+echo "note:$built bench"

@@ -200,6 +200,22 @@ TEST_F(HostileNeighbour, WhoPutsFilesUnderNamesReadInTwoWays_GetsNothingIn) {
         TerminateProcess(win32::FromSeam<HANDLE>(started.process), 0);
         EXPECT_EQ(ExitCode(started), 0U);
     }
+
+    // A class whose server is a bare name: COM would search for it elsewhere than where a signed file of that name
+    // lies.
+    constexpr tsLib::Guid kClass{0x5A1E0001, 0x1111, 0x2222, {1, 2, 3, 4, 5, 6, 7, 8}};
+    const std::wstring key = std::wstring(L"Software\\Classes\\CLSID\\") + ToWide(tsLib::ToText(kClass));
+    wchar_t before[MAX_PATH] = {};
+    GetCurrentDirectoryW(MAX_PATH, before);
+    SetCurrentDirectoryW(ToWide(scratch.Path() + u"signed"));
+    for (const auto& [server, verdict] : {std::pair<std::u16string, TrustResult>{u"a.exe", TrustResult::FileError},
+                                          {u"..\\signed\\a.exe", TrustResult::FileError},
+                                          {scratch.Path() + u"signed\\a.exe", TrustResult::Trusted}}) {
+        SetText(HKEY_LOCAL_MACHINE, key + L"\\InprocServer32", nullptr, server);
+        EXPECT_EQ(VaneRef(CreateTrustVerifierStatic())->VerifyComServer(kClass, 3), verdict);
+    }
+    SetCurrentDirectoryW(before);
+    RegDeleteTreeW(HKEY_LOCAL_MACHINE, key.c_str());
 }
 
 // Where the platform resolves links in the name of a file, the good module is loaded; elsewhere none.

@@ -6,6 +6,7 @@
 // After windows.h.
 #include <wrl/client.h>
 
+#include <algorithm>
 #include <functional>
 #include <mutex>
 #include <span>

@@ -1,6 +1,6 @@
 // The Windows suites. With "--parent-is ID" this program does nothing but tell, with exit code 0, whether its parent is
 // the process with this id.
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 #include <windows.h>
 
 // Includes windows.h.
@@ -17,7 +17,7 @@ int main(int count, char** arguments) {
         const auto error = tsLib::platform::win32::Win32Platform::Instance().processes.ParentId(parent);
         return Succeeded(error) && std::to_string(parent) == arguments[2] ? 0 : 1;
     }
-    testing::InitGoogleMock(&count, arguments);
+    testing::InitGoogleTest(&count, arguments);
     if (FAILED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED))) {
         return 1;
     }
