@@ -6,7 +6,7 @@
 #   ./test.sh windows      the Windows suites under Wine
 #   ./test.sh wine10       the same under Debian 13's Wine 10.0, in a folder of its own (not part of "everything": making
 #                          the folder takes two minutes); skipped where none can be made
-#   ./test.sh memory       lets every allocation of the library fail, over a right-click's whole life (four minutes; the
+#   ./test.sh memory       lets every allocation of the library fail, over a right-click's whole life (two minutes; the
 #                          other parts take a sample)
 #   ./test.sh lint         formatting and static checks
 #   ./test.sh presets      builds every preset that no other part builds (not part of "everything" either)
