@@ -1,4 +1,6 @@
 // Catalogs, signatures and the trust provider.
+#include <algorithm>
+
 #include "tests/contract/ContractPlatform.h"
 
 namespace tests {

@@ -109,6 +109,8 @@ public:
     [[nodiscard]] static std::ptrdiff_t DebugTexts(std::wstring_view part) {
         return std::ranges::count_if(texts, [&](const std::wstring& text) { return text.find(part) != text.npos; });
     }
+    // Runs while a box would be up.
+    static inline std::function<void()> onBox;
     // Called with each text for a debugger, on the thread that writes it.
     static inline std::function<void()> onDebugText;
 
@@ -122,6 +124,9 @@ private:
     }
     static int WINAPI KeepBox(HWND, const wchar_t* text, const wchar_t* caption, UINT) {
         boxes.emplace_back(caption == nullptr ? L"" : caption, text);
+        if (onBox) {
+            onBox();
+        }
         return IDOK;
     }
 
