@@ -84,7 +84,7 @@ HResult MenuCommand::Initialize(SelectionHandle selection) {
     // Memory that a selection gives away twice has one owner all the same, and is freed once.
     const bool isKnown =
         taken.owner == DropOwner{} && std::ranges::find(taken_, taken.list, &TakenDropList::list) != taken_.end();
-    if (taken.list != DropHandle{} && !isKnown) {
+    if ((taken.list != DropHandle{} || taken.owner != DropOwner{}) && !isKnown) {
         taken_.push_back(taken);
     }
     // A second initialization overwrites the list, and enters the apartment once more although the destructor leaves it

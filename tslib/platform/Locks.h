@@ -17,23 +17,17 @@ public:
     Lock(const Lock&) = delete;
     Lock& operator=(const Lock&) = delete;
 
-#ifdef _WIN32
     void lock() noexcept;
     void unlock() noexcept;
     void lock_shared() noexcept;
     void unlock_shared() noexcept;
 
 private:
+#ifdef _WIN32
     void* word_ = nullptr;  // an SRWLOCK
 #else
-    // The standard lock, which tools that look for races understand.
-    void lock() noexcept { twin_.lock(); }
-    void unlock() noexcept { twin_.unlock(); }
-    void lock_shared() noexcept { twin_.lock_shared(); }
-    void unlock_shared() noexcept { twin_.unlock_shared(); }
-
-private:
-    std::shared_mutex twin_;
+    // The twin for hosts without one. Tools that look for races follow what is acquired and released through an atomic.
+    std::atomic<std::uint32_t> holders_{0};  // readers, or kWriter
 #endif
 };
 
