@@ -66,6 +66,8 @@ make_samples() {
     tamper "$SAMPLES/good.exe" "$SAMPLES/tampered.exe"
     tamper "$SAMPLES/good.dll" "$SAMPLES/tampered.dll"
     cp "$SAMPLES/good.dll" "$SAMPLES/component.dll"
+    local name
+    for name in hostile no-strings long-strings; do sign main "$BUILT/$name.dll" "$SAMPLES/$name.dll"; done
     tamper "$EXE" "$SAMPLES/changed.exe"
     catalogs "$SAMPLES" ""
     touch "$SAMPLES/.ready"

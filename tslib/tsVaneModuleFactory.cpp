@@ -40,13 +40,19 @@ VaneResult ComponentEntryPoints::CreateInstance(const ObjectId& objectId, const 
     if (const VaneResult result = GetFactory(objectId, factory.Receive()); Failed(result)) {
         return result;
     }
-    void* made = nullptr;
-    const VaneResult result = factory->CreateInstance(interfaceId, &made);
-    if (Failed(result)) {
-        return result;
-    }
-    *object = made;
-    return made != nullptr ? result : VaneResult::InternalFailure;
+    return AtVaneBoundary([&] {
+        void* made = nullptr;
+        const VaneResult result = factory->CreateInstance(interfaceId, &made);
+        if (Failed(result)) {
+            return result;
+        }
+        *object = made;
+        return made != nullptr ? result : VaneResult::InternalFailure;
+    });
+}
+
+std::uint32_t ComponentEntryPoints::ObjectCount() const noexcept {
+    return AtBoundary(1U, [&] { return getObjectCount != nullptr ? getObjectCount() : 0; });
 }
 
 VaneResult tsVaneModuleFactory::Load(const VerifiedLoad& file, const std::u16string& path) {

@@ -34,6 +34,8 @@ struct ComponentEntryPoints {
     // module's own first failure; InternalFailure when it reports a success without giving anything.
     VaneResult GetFactory(const ObjectId& objectId, IFactory** factory) const noexcept;
     VaneResult CreateInstance(const ObjectId& objectId, const InterfaceId& interfaceId, void** object) const noexcept;
+    // 0 without such an entry point; not 0 when it throws.
+    [[nodiscard]] std::uint32_t ObjectCount() const noexcept;
 };
 
 // Owns at most one module, with both entry points. Any thread, but Load and Unload only while nobody else uses it.
@@ -60,7 +62,7 @@ public:
     }
     VaneResult CreateInstance(const ObjectId& objectId, const InterfaceId& interfaceId, void** object) const noexcept;
     // 0 as long as no module is loaded.
-    [[nodiscard]] std::uint32_t ObjectCount() const noexcept { return IsLoaded() ? entryPoints_.getObjectCount() : 0; }
+    [[nodiscard]] std::uint32_t ObjectCount() const noexcept { return entryPoints_.ObjectCount(); }
 
 private:
     platform::Modules& modules_;

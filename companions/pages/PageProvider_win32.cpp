@@ -96,6 +96,7 @@ HRESULT PageProvider::MakePage(UINT mode, HPROPSHEETPAGE* page) noexcept {
     if (mode != kSelectionPage && mode != kControlPanelPage) {
         return E_INVALIDARG;
     }
+    const tsLib::platform::win32::LastErrorKeeper keeper;
     PROPSHEETPAGEW description{};
     description.dwSize = sizeof(description);
     description.dwFlags = PSP_USECALLBACK;

@@ -74,6 +74,7 @@ ULONG CZebshellEx::Inner::AddRef() noexcept { return ++object_.references_; }
 ULONG CZebshellEx::Inner::Release() noexcept {
     const ULONG count = --object_.references_;
     if (count == 0) {
+        const tsLib::platform::win32::LastErrorKeeper keeper;
         // A reference taken and given back by what the destructor calls must not destroy a second time.
         object_.references_ = 1;
         ModuleLock& module = object_.context_.module;

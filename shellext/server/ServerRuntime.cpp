@@ -5,6 +5,7 @@
 #include "shellext/server/ServerIds.h"
 #include "shellext/server/ServerModule.h"
 #include "tslib/platform/Locks.h"
+#include "tslib/platform/win32/LastError.h"
 
 namespace HVR {
 
@@ -29,6 +30,7 @@ ServerRuntime& ServerRuntime::Instance() {
 }
 
 bool ServerRuntime::LetGo() noexcept {
+    const tsLib::platform::win32::LastErrorKeeper keeper;
     // Until nothing was there to give back: giving back runs others' code, and meanwhile a user may come and go.
     for (;;) {
         ServerRuntime* unused = nullptr;

@@ -38,6 +38,8 @@ struct ContractTest : testing::Test, protected Platform {
     [[nodiscard]] static std::pair<SystemError, std::shared_ptr<void>> TryWrite(const std::u16string& path);
     // What somebody is answered who exchanges two files or folders by renaming, which he then has done.
     [[nodiscard]] static SystemError TrySwap(const std::u16string& one, const std::u16string& other);
+    // Another name of an existing file.
+    static void Link(const std::u16string& path, const std::u16string& existing);
     // A binary value of any size in the scratch key, which is made in the 64-bit view.
     void PutBinaryValue(const char16_t* name, std::size_t bytes);
     // The name lives as long as the process.

@@ -66,6 +66,9 @@ std::pair<SystemError, std::shared_ptr<void>> ContractTest::TryWrite(const std::
 SystemError ContractTest::TrySwap(const std::u16string& one, const std::u16string& other) {
     return world->disk.TrySwap(one, other);
 }
+void ContractTest::Link(const std::u16string& path, const std::u16string& existing) {
+    world->disk.Link(path, existing);
+}
 void ContractTest::PutBinaryValue(const char16_t* name, std::size_t bytes) {
     world->registry.PutValue(RegistryRoot::LocalMachine, scratch, name, {kValueBinary, Bytes(bytes)});
 }

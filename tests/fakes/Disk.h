@@ -161,7 +161,11 @@ public:
     [[nodiscard]] SystemError TryCreate(const std::u16string& path) {
         const SystemError error = TryWrite(path);
         if (Succeeded(error)) {
-            FindStaged(path)->bytes.clear();
+            const std::shared_ptr<Node> node = Find(path);
+            if (std::ranges::count(entries_, node, [](const auto& entry) { return entry.second.node; }) > 1) {
+                return SystemError::AccessDenied;
+            }
+            node->bytes.clear();
         } else if (error == SystemError::FileNotFound) {
             PutFile(path, "");
         }

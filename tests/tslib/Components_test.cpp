@@ -129,7 +129,10 @@ TEST(ComponentModule, ObjectsAndFactories_AreCountedWhileTheyLive) {
 // What other people's modules may answer.
 TEST(ComponentEntryPoints, AnswersOfForeignModules_AreNotTakenOnTrust) {
     struct EmptyFactory : IVaneBaseImpl<CVaneThreadSafeRefCount, IFactory, kIFactoryId> {
-        VaneResult CreateInstance(const InterfaceId&, void**) noexcept override { return Success; }
+        VaneResult CreateInstance(const InterfaceId&, void**) override { return Success; }
+    };
+    struct ThrowingFactory : EmptyFactory {
+        VaneResult CreateInstance(const InterfaceId&, void**) override { throw std::bad_alloc(); }
     };
     const std::pair<GetFactoryFunction, VaneResult> rows[] = {
         {nullptr, InvalidArgument},
@@ -145,9 +148,15 @@ TEST(ComponentEntryPoints, AnswersOfForeignModules_AreNotTakenOnTrust) {
              return Success;
          },
          InternalFailure},
+        {[](const ObjectId&, IFactory** factory) {
+             *factory = new ThrowingFactory;
+             return Success;
+         },
+         OutOfMemory},
     };
     for (const auto& [getFactory, result] : rows) {
-        ComponentEntryPoints points{getFactory, nullptr};
+        ComponentEntryPoints points{getFactory, []() -> std::uint32_t { throw 1; }};
+        EXPECT_NE(points.ObjectCount(), 0U);
         EXPECT_EQ(Created(points, kSampleId), result);
         EXPECT_EQ(points.CreateInstance(kSampleId, kISampleId, nullptr), InvalidArgument);
         EXPECT_EQ(points.GetFactory(kSampleId, nullptr), InvalidArgument);

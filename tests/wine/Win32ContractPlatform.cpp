@@ -71,6 +71,9 @@ SystemError ContractTest::TryRemove(const std::u16string& path) {
 SystemError ContractTest::TrySwap(const std::u16string& one, const std::u16string& other) {
     return Answer(SwapNames(AnyLength(one), AnyLength(other)));
 }
+void ContractTest::Link(const std::u16string& path, const std::u16string& existing) {
+    EXPECT_TRUE(CreateHardLinkW(AnyLength(path).c_str(), AnyLength(existing).c_str(), nullptr));
+}
 std::pair<SystemError, std::shared_ptr<void>> ContractTest::TryWrite(const std::u16string& path) {
     constexpr DWORD kSharing = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
     const HANDLE file = CreateFileW(AnyLength(path).c_str(), GENERIC_WRITE, kSharing, nullptr, OPEN_EXISTING,

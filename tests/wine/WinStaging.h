@@ -151,6 +151,8 @@ inline void SetText(HKEY root, const std::wstring& key, const wchar_t* name, con
     EXPECT_EQ(RegSetKeyValueW(root, key.c_str(), name, REG_SZ, text.c_str(), bytes), 0);
 }
 
+inline const wchar_t* const kProductKey = ToWide(HVR::kProductKey);
+
 // How isolate.ini is written: with "Native64=1", without it, which means the 32-bit view of the registry, or with it in
 // UTF-16.
 enum class IniKind { Native64, View32, Utf16 };
@@ -202,9 +204,13 @@ public:
     void PutOrientation(DWORD number) {
         EXPECT_EQ(RegSetKeyValueW(HKEY_LOCAL_MACHINE, kProductKey, L"Orientation", REG_DWORD, &number, 4), 0);
     }
+    // The full path below HKEY_LOCAL_MACHINE of a key below the root.
+    [[nodiscard]] std::wstring Key(const std::u16string& key) const {
+        return hive_ + L'\\' + kSilo + L'\\' + ToWide(key);
+    }
     // A text below the root, and an entry of a list of objects, the registry's or the settings store's.
     void PutText(const std::u16string& key, const wchar_t* name, const std::u16string& text) {
-        SetText(HKEY_LOCAL_MACHINE, hive_ + L'\\' + kSilo + L'\\' + ToWide(key), name, text);
+        SetText(HKEY_LOCAL_MACHINE, Key(key), name, text);
     }
     void PutObject(const tsLib::ObjectId& id, const std::u16string& path, const char16_t* list = u"OBJID\\") {
         PutText(list + tsLib::ToText(id), L"InProc64", path);
@@ -212,7 +218,6 @@ public:
 
 private:
     static constexpr wchar_t kSilo[] = L"{0A1B2C3D-4E5F-4A6B-8C7D-9E0F1A2B3C4D}";
-    static inline const wchar_t* const kProductKey = ToWide(HVR::kProductKey);
 
     ScratchFolder folder_{L"hvi"};
     std::wstring hive_;  // below HKEY_LOCAL_MACHINE

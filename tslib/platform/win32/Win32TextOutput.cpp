@@ -9,6 +9,18 @@
 
 namespace tsLib::platform::win32 {
 
+namespace {
+
+// Nobody else's file by another name, and none that is to be read only, which a privileged user may be let open.
+bool MayBeEmptied(HANDLE file) noexcept {
+    constexpr DWORD kKept = FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_READONLY;
+    BY_HANDLE_FILE_INFORMATION known{};
+    return GetFileInformationByHandle(file, &known) && (known.dwFileAttributes & kKept) == 0 &&
+           known.nNumberOfLinks <= 1;
+}
+
+}  // namespace
+
 Win32TextOutput::~Win32TextOutput() { Close(); }
 
 StreamState Win32TextOutput::Open(const std::u16string& path) {
@@ -19,11 +31,11 @@ StreamState Win32TextOutput::Open(const std::u16string& path) {
     }
     UniqueFile opened(std::apply(CreateFileW, WritingArguments(ToWide(PlatformPath(path)))));
     if (opened) {
-        if (GetFileType(opened.Get()) == FILE_TYPE_DISK) {
+        if (GetFileType(opened.Get()) != FILE_TYPE_DISK) {
+            state_ = StreamState::Bad;
+        } else if (MayBeEmptied(opened.Get()) && SetEndOfFile(opened.Get())) {
             state_ = StreamState::Good;
             file_ = opened.Release();
-        } else {
-            state_ = StreamState::Bad;
         }
     }
     return state_;
