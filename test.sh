@@ -6,8 +6,13 @@
 #   ./test.sh windows      the Windows suites under Wine
 #   ./test.sh wine10       the same under Debian 13's Wine 10.0, in a folder of its own (not part of "everything": making
 #                          the folder takes two minutes); skipped where none can be made
-#   ./test.sh memory       lets every allocation of the library fail, over a right-click's whole life (two minutes; the
-#                          other parts take a sample)
+#   ./test.sh faults       lets every call of the platform fail, over every whole operation, on the host
+#   ./test.sh memory       lets every allocation of the modules fail, over their whole lives (minutes; "everything" takes
+#                          a sample)
+#   ./test.sh fuzz         the fuzz targets, 30 seconds each ("everything": 5)
+#   ./test.sh hygiene      what belongs to the host program, after every call, and what stays after many
+#   ./test.sh attacks      what others put where the library looks, and who changes it meanwhile
+#   ./test.sh binaries     what the modules are made of: headers, imports, locks, the same bytes when built twice
 #   ./test.sh lint         formatting and static checks
 #   ./test.sh presets      builds every preset that no other part builds (not part of "everything" either)
 #   ./test.sh bench        the benchmarks (not part of "everything": they measure, they do not judge)
@@ -31,7 +36,7 @@ part=${1:-all}
 is_part() { [ "$part" = all ] || [ "$part" = "$1" ]; }
 
 case "$part" in
-    all | host | windows | wine10 | memory | lint | presets) set_up ;;
+    all | host | windows | wine10 | faults | memory | fuzz | hygiene | attacks | binaries | lint | presets) set_up ;;
     bench)
         set_up
         exec scripts/bench.sh
@@ -74,13 +79,21 @@ if is_part host; then
     suite "host suites with threads, TSan" env TSAN_OPTIONS=halt_on_error=1 $within "$OUT/host-tsan/tests/halvora_tests"
 fi
 
+if is_part fuzz || [ "$part" = host ]; then
+    is_part host || say "Fuzzing"
+    [ "$part" = fuzz ] || checks["fuzz targets"]="scripts/fuzz.sh 5"
+    check "fuzz targets"
+fi
+
 if is_part windows; then
     say "Windows under Wine"
     build_windows
+    begin "modules built twice"
     suite "contracts and Windows suites" windows_tests
     suite "leaks, a process for each test" each_alone
     for name in "${windows_checks[@]}"; do check "$name"; done
     suite "command line" $within scripts/cli-tests.sh
+    check "modules built twice"
     settle_wine
 fi
 
@@ -98,12 +111,33 @@ if [ "$part" = wine10 ]; then
     fi
 fi
 
-if [ "$part" = memory ]; then
-    say "Memory"
-    build_windows
-    suite "every allocation fails" alone_tests --gtest_filter='MemorySweep.*'
-    grep 'failures swept' "$LOG/suite-every-allocation-fails.log" | sed 's/^/    /'
-fi
+case "$part" in
+    faults)
+        say "Faults"
+        build_host
+        suite "every call of the platform fails" host_tests --gtest_filter='*FaultSweep*'
+        ;;
+    memory)
+        say "Memory"
+        build_windows
+        suite "every allocation fails" alone_tests --gtest_filter='*MemorySweep*'
+        ;;
+    hygiene)
+        say "Hygiene"
+        build_windows
+        suite "what is the host's, and what stays" each_alone 'Hygiene.*:*Leak*:FailureBox.*'
+        ;;
+    attacks)
+        say "Attacks"
+        build_windows
+        suite "attacks and hostile neighbours" windows_tests --gtest_filter='Attacks.*:HostileNeighbour.*'
+        ;;
+    binaries)
+        say "Binaries"
+        build_windows
+        for name in "${windows_checks[@]}" "modules built twice"; do check "$name"; done
+        ;;
+esac
 
 if [ "$part" = presets ]; then
     say "Presets"

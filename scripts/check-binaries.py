@@ -58,7 +58,7 @@ def main() -> int:
         for fault in faults(module.read_bytes()):
             print(f"{module.name} has {fault}")
             bad += 1
-    print(f"{len(modules)} modules checked")
+    print(f"note: {len(modules)} modules")
     return 1 if bad or not modules else 0
 
 

@@ -8,6 +8,7 @@ declare -A checks=(
     [formatting]="scripts/lint.sh format"
     [clang-tidy]="scripts/lint.sh tidy"
     [presets]="scripts/check-presets.sh"
+    ["fuzz targets"]="scripts/fuzz.sh"
     ["share of test code"]="scripts/check-share.sh"
     ["folder with the newer Wine"]="scripts/wine10.sh"
     ["no plain signer names in modules"]="scripts/check-enciphered.sh"
@@ -81,6 +82,7 @@ suite() {
         tail -n "${HALVORA_LOG_LINES:-40}" "$log" >&2
     else
         printf ' (%d s)\n' $((SECONDS - start))
+        sed -n 's/^note: /    /p' "$log"
     fi
 }
 
@@ -114,11 +116,12 @@ names_of() {
         awk '/^[^ ].*\.( |$)/ { suite = $1 } /^  [^ ]/ { print suite $1 }'
 }
 
-# A sample of the allocations that the memory sweep lets fail; ./test.sh memory takes all.
+# each_alone [FILTER]: those of the tests, or all. A sample of the allocations that the memory sweep lets fail; ./test.sh
+# memory takes all.
 each_alone() {
     local -x HALVORA_SWEEP_STEP=${HALVORA_SWEEP_STEP:-29}
     local name
-    for name in $(names_of alone_tests); do alone_tests --gtest_filter="$name"; done
+    for name in $(names_of alone_tests ${1:+"--gtest_filter=$1"}); do alone_tests --gtest_filter="$name"; done
 }
 
 # Runs one of these, or a command, in the folder with the newer Wine.

@@ -163,9 +163,10 @@ public:
         if (Succeeded(error)) {
             const std::shared_ptr<Node> node = Find(path);
             if (std::ranges::count(entries_, node, [](const auto& entry) { return entry.second.node; }) > 1) {
-                return SystemError::AccessDenied;
+                PutFile(path, "");
+            } else {
+                node->bytes.clear();
             }
-            node->bytes.clear();
         } else if (error == SystemError::FileNotFound) {
             PutFile(path, "");
         }

@@ -104,7 +104,7 @@ TEST(Win32Arguments, FilesAndModules_FoldersAsTheyAre_EmbeddedSignaturesAlone_An
     HCERTSTORE store = nullptr;
     HCRYPTMSG message = nullptr;
     wchar_t buffer[MAX_PATH];
-    EXPECT_EQ(WritingArguments(text), OpenArguments(text, 0x40000000, 7, nullptr, 4, 0x200080, nullptr));
+    EXPECT_EQ(WritingArguments(text, 4), OpenArguments(text, 0x40000000, 7, nullptr, 4, 0x200080, nullptr));
     EXPECT_EQ(LoadArguments(text, LoadPurpose::Run), std::tuple(text, HANDLE{}, DWORD{0}));
     EXPECT_EQ(LoadArguments(text, LoadPurpose::RunWithItsFolder), std::tuple(text, HANDLE{}, DWORD{8}));
     EXPECT_EQ(LoadArguments(text, LoadPurpose::Resources), std::tuple(text, HANDLE{}, DWORD{0x22}));

@@ -15,8 +15,8 @@ enum class StreamState : std::uint8_t { Good, Failed, Bad };
 // One object writes one file at a time; the destructor of an implementation closes what is open. Used on one thread.
 class TextOutput {
 public:
-    // Creates or truncates the file. Others may read, write and delete it meanwhile. A link, or a file that has another
-    // name too, is left as it is and counts as one that could not be opened: it may be somebody's who must not lose it.
+    // Creates or truncates the file. Others may read, write and delete it meanwhile. The name is the
+    // file's own: a link, or one of several names, is taken away first, so that nobody loses what he has by another.
     virtual StreamState Open(const std::u16string& path) = 0;
     // Writes the bytes as they are, then CR LF, and hands both to the platform before it returns.
     virtual void WriteLine(std::string_view utf8) = 0;

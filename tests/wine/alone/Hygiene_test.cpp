@@ -184,7 +184,7 @@ TEST(Hygiene, EveryCallLeavesWhatIsTheHosts) {
     setlocale(LC_ALL, "C");
     SetCurrentDirectoryW(folder);
     EXPECT_EQ(provider.Call("DllUnregisterServer"), S_OK);
-    std::cout << calls << " calls watched\n";
+    std::cout << "note: " << calls << " calls watched\n";
 }
 
 }  // namespace

@@ -29,11 +29,11 @@ inline OpenArguments FolderArguments(const wchar_t* path) noexcept {
             nullptr};
 }
 
-// A link itself, not what it leads to, and with all that is in the file: what it is decides whether that goes.
-inline OpenArguments WritingArguments(const wchar_t* path) noexcept {
+// A link itself, not what it leads to.
+inline OpenArguments WritingArguments(const wchar_t* path, DWORD disposition) noexcept {
     constexpr DWORD kAnybody = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
     constexpr DWORD kFlags = FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT;
-    return {path, GENERIC_WRITE, kAnybody, nullptr, OPEN_ALWAYS, kFlags, nullptr};
+    return {path, GENERIC_WRITE, kAnybody, nullptr, disposition, kFlags, nullptr};
 }
 
 enum class LoadPurpose : DWORD {

@@ -11,12 +11,24 @@ namespace tsLib::platform::win32 {
 
 namespace {
 
-// Nobody else's file by another name, and none that is to be read only, which a privileged user may be let open.
-bool MayBeEmptied(HANDLE file) noexcept {
-    constexpr DWORD kKept = FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_READONLY;
+UniqueFile Create(const wchar_t* path, DWORD disposition) noexcept {
+    return UniqueFile(std::apply(CreateFileW, WritingArguments(path, disposition)));
+}
+
+// Whether somebody else's file could be here by this name. What cannot be told counts as a link.
+bool IsLink(HANDLE file, bool& isReadOnly) noexcept {
     BY_HANDLE_FILE_INFORMATION known{};
-    return GetFileInformationByHandle(file, &known) && (known.dwFileAttributes & kKept) == 0 &&
-           known.nNumberOfLinks <= 1;
+    const bool isKnown = GetFileInformationByHandle(file, &known) != FALSE;
+    isReadOnly = (known.dwFileAttributes & FILE_ATTRIBUTE_READONLY) != 0;
+    return !isKnown || (known.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 || known.nNumberOfLinks > 1;
+}
+
+// Takes a link away, not what it leads to, and makes a file in its place.
+void Replace(const wchar_t* path, UniqueFile& file) noexcept {
+    file.Reset();
+    if (DeleteFileW(path)) {
+        file = Create(path, CREATE_NEW);
+    }
 }
 
 }  // namespace
@@ -29,14 +41,22 @@ StreamState Win32TextOutput::Open(const std::u16string& path) {
     if (HoldsNul(path)) {
         return state_;
     }
-    UniqueFile opened(std::apply(CreateFileW, WritingArguments(ToWide(PlatformPath(path)))));
-    if (opened) {
-        if (GetFileType(opened.Get()) != FILE_TYPE_DISK) {
-            state_ = StreamState::Bad;
-        } else if (MayBeEmptied(opened.Get()) && SetEndOfFile(opened.Get())) {
-            state_ = StreamState::Good;
-            file_ = opened.Release();
-        }
+    const std::u16string name = PlatformPath(path);
+    UniqueFile opened = Create(ToWide(name), OPEN_ALWAYS);
+    if (!opened) {
+        return state_;
+    }
+    if (GetFileType(opened.Get()) != FILE_TYPE_DISK) {
+        return state_ = StreamState::Bad;
+    }
+    bool isReadOnly = false;
+    if (IsLink(opened.Get(), isReadOnly)) {
+        Replace(ToWide(name), opened);
+    }
+    // A privileged user may be let open what is to be read only.
+    if (opened && !isReadOnly && SetEndOfFile(opened.Get())) {
+        state_ = StreamState::Good;
+        file_ = opened.Release();
     }
     return state_;
 }
