@@ -14,7 +14,7 @@ packages=(
     libcli11-dev nlohmann-json3-dev                               # header-only packages of the tools
     googletest libbenchmark-dev                                   # tests and benchmarks
     python3                                                       # small faults on demand
-    clang-format-16 clang-tidy clang                              # lint and fuzzing
+    clang-format-16 clang-tidy clang libclang-rt-dev              # lint and fuzzing
 )
 if [ "${1:-}" = demo ]; then
     packages+=(

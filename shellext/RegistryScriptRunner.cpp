@@ -18,8 +18,12 @@ std::u16string Join(const std::u16string& parent, const std::u16string& name) {
     return parent.empty() ? name : parent + u'\\' + name;
 }
 
-// Keys that are everybody's: no script takes one away as a whole, whatever it says.
+// Keys that are everybody's: no script takes one away as a whole, whatever it says, and by whatever way it leads there.
 bool IsShared(std::u16string_view path) noexcept {
+    constexpr std::u16string_view kClasses = u"Software\\Classes\\";
+    if (tsLib::EqualsAscii(path.substr(0, kClasses.size()), kClasses)) {
+        path.remove_prefix(kClasses.size());
+    }
     static constexpr std::array<std::u16string_view, 14> shared{u"*",
                                                                 u"AppID",
                                                                 u"CLSID",

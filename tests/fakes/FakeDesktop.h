@@ -40,7 +40,10 @@ public:
                     filled += isMark && format[i] == u'n' ? u"\r\n" : std::u16string(1, format[i]);
                     continue;
                 }
-                const std::size_t number = format[i] - std::size_t{u'0'};
+                std::size_t number = format[i] - std::size_t{u'0'};
+                if (i + 1 < format.size() && isDigit(format[i + 1])) {
+                    number = number * 10 + format[++i] - u'0';
+                }
                 const bool asText = format.compare(i + 1, 3, u"!s!") == 0;
                 const bool isWild = number > inserts.size() || (!asText && format[i + 1] == u'!');
                 tally_.misuses += isWild ? 1U : 0U;

@@ -17,22 +17,9 @@ std::optional<HVR::RegistryScript> Parse(std::u16string_view text) {
 }
 
 struct ScriptWorld : FakePlatform {
-    // Keys by their paths, values by "path|name" with type and bytes.
-    using State = std::map<std::u16string, std::pair<std::uint32_t, std::vector<std::byte>>>;
-
     ~ScriptWorld() { EXPECT_EQ(Leftovers(), ""); }
     SystemError Register(std::u16string_view text) { return runner.Register(Parse(text).value()); }
     SystemError Remove(std::u16string_view text) { return runner.Remove(Parse(text).value()); }
-    [[nodiscard]] State Contents() const {
-        State state;
-        for (const auto& [path, values] : registry.Contents()) {
-            state[path] = {};
-            for (const auto& [name, value] : values) {
-                state[path + u'|' + name] = {value.type, value.data};
-            }
-        }
-        return state;
-    }
     HVR::RegistryScriptRunner runner{registry, trace};
 };
 
@@ -58,7 +45,7 @@ TEST(RegistryScript, ValuesOfEveryType_AreWrittenAsTheyStand) {
     // Quoted words are names, whatever they look like.
     expected.registry.PutText(RegistryRoot::LocalMachine, u"NoRemove\\val", u"", u"=");
     expected.registry.PutKey(RegistryRoot::ClassesRoot, u"{");
-    EXPECT_EQ(world.Contents(), expected.Contents());
+    EXPECT_EQ(world.registry.Contents(), expected.registry.Contents());
 }
 
 TEST(RegistryScript, FaultyScripts_AreNamedWithTheirLine_AndCutOnesRefused) {
@@ -134,29 +121,34 @@ TEST(RegistryScript, Rules) {
         const auto contents = [](const char16_t* text) {
             ScriptWorld expected;
             EXPECT_EQ(expected.Register(text), SystemError::Success);
-            return expected.Contents();
+            return expected.registry.Contents();
         };
         ScriptWorld world;
         ASSERT_EQ(world.Register(before), SystemError::Success);
         EXPECT_EQ(world.Register(script), SystemError::Success);
-        EXPECT_EQ(world.Contents(), contents(registered));
+        EXPECT_EQ(world.registry.Contents(), contents(registered));
         ASSERT_EQ(world.Register(added), SystemError::Success);
         EXPECT_EQ(world.Remove(script), SystemError::Success);
-        EXPECT_EQ(world.Contents(), contents(removed));
+        EXPECT_EQ(world.registry.Contents(), contents(removed));
         EXPECT_EQ(world.trace.Count(TraceEvent::ScriptKeyLeft), script == rows[0][0] ? 1U : 0U);
         EXPECT_EQ(world.Remove(script), SystemError::Success) << "nothing left to remove is no failure";
     }
     // Keys that are everybody's are never taken whole.
     for (const std::u16string name : {u"*", u"appid", u"CLSID", u"Component Categories", u"Directory", u"Drive",
                                       u"Folder", u"Interface", u"Mime", u"TypeLib", u"Hardware", u"System"}) {
-        const std::u16string script = u"HKCU { ForceRemove '" + name + u"' { X } }";
+        // By the way of the classes, too.
+        const auto within = [&](const std::u16string& before, const std::u16string& below) {
+            const std::u16string key = before + u" '" + name + u"' { " + below + u" } ";
+            return u"HKCU { " + key + u"NoRemove SOFTWARE { NoRemove Classes { " + key + u"} } }";
+        };
+        const std::u16string script = within(u"ForceRemove", u"X");
         ScriptWorld world;
         ScriptWorld expected;
-        ASSERT_EQ(world.Register(u"HKCU { '" + name + u"' { T } }"), SystemError::Success);
-        ASSERT_EQ(expected.Register(u"HKCU { '" + name + u"' { T X } }"), SystemError::Success);
+        ASSERT_EQ(world.Register(within(u"", u"T")), SystemError::Success);
+        ASSERT_EQ(expected.Register(within(u"", u"T X")), SystemError::Success);
         EXPECT_EQ(world.Register(script), SystemError::Success);
         EXPECT_EQ(world.Remove(script), SystemError::Success);
-        EXPECT_EQ(world.Contents(), expected.Contents());
+        EXPECT_EQ(world.registry.Contents(), expected.registry.Contents());
     }
 }
 
@@ -188,7 +180,7 @@ TEST(RegistryScript, EveryStepFailing_IsReportedAndMended) {
                 EXPECT_FALSE(world.registry.Contents().contains(u"hklm\\software\\classes\\q"));
             }
             EXPECT_EQ(world.Register(kSmall), SystemError::Success);
-            EXPECT_EQ(world.Contents(), complete.Contents());
+            EXPECT_EQ(world.registry.Contents(), complete.registry.Contents());
         });
     }
     // Removal goes on after a failure.

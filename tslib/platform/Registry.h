@@ -32,6 +32,8 @@ inline constexpr std::size_t kMaximumRegistryValueBytes = 0x10000;
 struct RegistryValue {
     std::uint32_t type = 0;
     std::vector<std::byte> data;
+
+    bool operator==(const RegistryValue&) const = default;
 };
 
 // A key or value that does not exist is FileNotFound; a key without the needed access is AccessDenied. Keys may be used
