@@ -5,7 +5,7 @@
 #   ./demo.sh PATH...                with your files and folders
 #   ./demo.sh --lang LCID [PATH...]  on a system of another language, such as 1041
 #
-# Sets up what is missing first. Leaves pictures of the menu and of the property page in out/demo/. Exit code 0 when the
+# Sets up what is missing first, installs the product with its installer and removes it again at the end. Leaves pictures of the menu and of the property page in out/demo/. Exit code 0 when the
 # scanner ran on the selection and neither a tampered nor an unsigned scanner was started; 2 for a wrong command line; 1
 # for anything else.
 set -euo pipefail
@@ -18,7 +18,7 @@ given=()
 while [ $# -gt 0 ]; do
     case "$1" in
         -h | --help)
-            sed -n '2,10s/^# \{0,1\}//p' "$0"
+            sed -n '2,11s/^# \{0,1\}//p' "$0"
             exit 0
             ;;
         --lang)
@@ -48,10 +48,10 @@ source scripts/display.sh
 
 say "Set-up"
 scripts/packages.sh demo
-step "build for Windows" build windows zebdiag ScanAgent zebshell2 zebpages tsVrTrst tsSet tsQrtCtl resource_modules
+step "build for Windows" build windows zebdiag ScanAgent zebshell2 zebpages tsVrTrst tsSet tsQrtCtl resource_modules zebsetup
 scripts/stage.sh
 scripts/wine-prefix.sh
-scripts/install.sh
+scripts/package.sh
 
 PRODUCT="$WINEPREFIX/drive_c/Program Files/Halvora"
 ZEBDIAG="$PRODUCT/zebdiag.exe"
@@ -60,14 +60,20 @@ SAMPLE="$DRIVE/Halvora Sample"
 mkdir -p "$OUT/demo"
 
 zebdiag() { in_language "$language" wine "$ZEBDIAG" "$@" </dev/null; }
-libraries() {  # regsvr32's switches
-    local library
-    for library in zebpages zebshell2; do wine regsvr32 "$@" "C:\\Program Files\\Halvora\\$library.dll"; done
+MSI=$(windows_path "$(ls -t "$OUT"/windows/halvora-shell-*-x64.msi | head -n 1)")
+install_product() {
+    remove_product
+    wine msiexec /i "$MSI" /qn /l*v "$(windows_path "$LOG/msiexec.log")"
+}
+# With what other scripts have put there.
+remove_product() {
+    wine msiexec /x "$MSI" /qn || true
+    rm -rf "$PRODUCT"
 }
 clean_up() {
     stop_display
     settle_wine
-    libraries /u /s >>"$LOG/unregister.log" 2>&1 || true
+    remove_product >>"$LOG/remove.log" 2>&1
 }
 
 # The standard anti-malware test pattern, from two halves: it must not stand whole in any file but the sample.
@@ -99,7 +105,7 @@ done
 for path in "${selection[@]}"; do say "  $path"; done
 
 trap clean_up EXIT
-step "regsvr32" libraries /s
+step "msiexec /i, silent" install_product
 step "windows without a window manager" dress_prefix
 settle_wine # it keeps the display of its first program
 start_display
@@ -153,8 +159,9 @@ say ""
 trap - EXIT
 settle_wine
 stop_display
-step "regsvr32 /u" libraries /u /s
+step "msiexec /x, silent" wine msiexec /x "$MSI" /qn
 settle_wine
+[ ! -e "$PRODUCT" ] || die "something is left of the installation in $PRODUCT"
 say ""
 say "Demo done: the verified scanner ran on ${#selection[@]} paths; the tampered and the unsigned one were not started."
 say "Pictures: out/demo/menu.png and out/demo/page.png."

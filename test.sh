@@ -89,11 +89,13 @@ if is_part windows; then
     say "Windows under Wine"
     build_windows
     begin "modules built twice"
+    begin "installer"
     suite "contracts and Windows suites" windows_tests
     suite "leaks, a process for each test" each_alone
     for name in "${windows_checks[@]}"; do check "$name"; done
     suite "command line" $within scripts/cli-tests.sh
     check "modules built twice"
+    check "installer"
     settle_wine
 fi
 

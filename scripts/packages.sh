@@ -11,6 +11,7 @@ packages=(
     wine wine64 libwine-dev                                       # running them; the system's IDL files
     debootstrap                                                   # a folder with a newer Wine
     osslsigncode openssl                                          # development signing
+    wixl msitools                                                 # the installer
     libcli11-dev nlohmann-json3-dev                               # header-only packages of the tools
     googletest libbenchmark-dev                                   # tests and benchmarks
     python3                                                       # small faults on demand

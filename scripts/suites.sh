@@ -16,6 +16,7 @@ declare -A checks=(
     ["locks of the modules"]="scripts/check-locks.sh"
     ["headers of the modules"]="scripts/check-binaries.py"
     ["modules built twice"]="scripts/check-reproducible.sh"
+    ["installer"]="scripts/check-installer.sh"
     ["strings of all languages"]="scripts/check-strings.sh"
 )
 windows_checks=("no plain signer names in modules" "imports of the modules" "locks of the modules" "headers of the modules" "strings of all languages")
