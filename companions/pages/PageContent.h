@@ -4,7 +4,9 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "tslib/platform/Modules.h"
 #include "tslib/platform/Registry.h"
 
 namespace HVR {
@@ -13,15 +15,16 @@ namespace HVR {
 inline constexpr std::uint32_t kSelectionPage = 1;
 inline constexpr std::uint32_t kControlPanelPage = 2;
 
-struct PageContent {
-    std::u16string version;
-    std::u16string folder;
-    std::u16string state;
-    std::u16string hint;
+struct PageText {
+    int control;
+    std::u16string text;
 };
 
-// Reads the product's settings. `version` is the installed one. Throws std::bad_alloc only.
-[[nodiscard]] PageContent MakePageContent(tsLib::platform::Registry& registry, std::u16string_view version,
-                                          std::uint32_t mode);
+// The text of every control, by the numbers in resource.h. Reads the product's settings, and the words from the module
+// in the user's language. `version` is the installed one. Throws std::bad_alloc only.
+[[nodiscard]] std::vector<PageText> MakePageContent(tsLib::platform::Registry& registry,
+                                                    tsLib::platform::Modules& modules,
+                                                    tsLib::platform::ModuleHandle module, std::u16string_view version,
+                                                    std::uint32_t mode);
 
 }  // namespace HVR

@@ -10,6 +10,7 @@
 #include "shellext/server/ComResult.h"
 #include "shellext/server/ServerIds.h"
 #include "shellext/server/ServerModule.h"
+#include "tslib/platform/win32/Handles.h"
 #include "tslib/platform/win32/WideText.h"
 #include "tslib/platform/win32/Win32Platform.h"
 
@@ -21,12 +22,12 @@ using tsLib::platform::win32::ToWide;
 namespace {
 
 void Fill(HWND dialog, UINT mode) {
-    tsLib::platform::win32::Win32Registry registry;
-    const PageContent content = MakePageContent(registry, HALVORA_VERSION, mode);
-    SetDlgItemTextW(dialog, PAGE_VERSION, ToWide(content.version));
-    SetDlgItemTextW(dialog, PAGE_FOLDER, ToWide(content.folder));
-    SetDlgItemTextW(dialog, PAGE_STATE, ToWide(content.state));
-    SetDlgItemTextW(dialog, PAGE_HINT, ToWide(content.hint));
+    tsLib::platform::win32::Win32Platform platform;
+    const auto module = tsLib::platform::win32::ToSeam<tsLib::platform::ModuleHandle>(ModuleInstance());
+    for (const auto& [control, text] :
+         MakePageContent(platform.registry, platform.modules, module, HALVORA_VERSION, mode)) {
+        SetDlgItemTextW(dialog, control, ToWide(text));
+    }
 }
 
 INT_PTR CALLBACK PageProcedure(HWND dialog, UINT message, WPARAM, LPARAM parameter) noexcept {
