@@ -169,6 +169,7 @@ HResult CResourceLoader::LoadResUsingExactLocale(std::u16string_view installDir,
     tsLib::platform::FoundEntry entry;
     SystemError error = platform_.files.FindFirst(ResourceRoot(installDir) + u"*.*", search.Receive(), entry);
     if (Failed(error)) {
+        hasMissed_ = true;  // what is there was not seen
         log_.Sentence(u"CResourceLoader::LoadResUsingExactLocale - invalid handle.");
         return HResult::FileNotFound;
     }
@@ -196,6 +197,7 @@ HResult CResourceLoader::LoadResUsingExactLocale(std::u16string_view installDir,
             otherLanguages.push_back(localeId);
         }
     }
+    hasMissed_ = hasMissed_ || error != SystemError::NoMoreFiles;
     return HResult::FileNotFound;
 }
 

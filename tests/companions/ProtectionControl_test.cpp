@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "companions/protection/SuspensionMarks.h"
 #include "tests/fakes/FakePlatform.h"
+#include "tests/fakes/FakeSuspensionMarks.h"
 #include "tslib/ComponentModule.h"
 #include "tslib/VaneRef.h"
 
@@ -11,25 +11,6 @@ namespace tests {
 namespace {
 
 using namespace tsLib;
-
-// Suspension marks, in memory.
-class FakeSuspensionMarks final : public HVR::SuspensionMarks, FakePart {
-public:
-    explicit FakeSuspensionMarks(FakeCore& core) : FakePart(core) {}
-
-    SystemError Set(HVR::MarkHandle& mark) noexcept override {
-        return Call("Set", [&] { mark = marks_.Add(0); });
-    }
-    SystemError Remove(HVR::MarkHandle mark) noexcept override {
-        return Call("Remove", [&] { marks_.Remove(mark); });
-    }
-    SystemError IsAnySet(bool& isSet) noexcept override {
-        return Call("IsAnySet", [&] { isSet = !marks_.All().empty(); });
-    }
-
-private:
-    HandleTable<HVR::MarkHandle, int> marks_{core_, "mark"};
-};
 
 struct ProtectionControl : testing::Test {
     VaneRef<IProtectionControl> Make() {

@@ -4,7 +4,7 @@
 
 #include "companions/scanagent/ListReader.h"
 #include "companions/scanagent/TestPattern.h"
-#include "tests/tslib/PathWorld.h"
+#include "tests/fakes/FakeScanFiles.h"
 
 namespace tests {
 namespace {
@@ -12,75 +12,7 @@ namespace {
 using HVR::ScanExit;
 
 constexpr char16_t kList[] = u"C:\\Temp\\ScanList742";
-constexpr std::uint32_t kAttributeLink = 0x400;
 constexpr char16_t kReport[] = u"C:\\Temp\\ScanReport-ScanList742.txt";
-
-// The scanner's file system, over the fakes' disk.
-class FakeScanFiles final : public HVR::ScanFiles, FakePart {
-public:
-    explicit FakeScanFiles(FakePlatform& fake) : FakePart(fake), fake_(fake) {}
-
-    SystemError Kind(const std::u16string& path, HVR::EntryKind& kind) override {
-        return Call("Kind", path, [&] { kind = KindOf(*fake_.disk.Existing(path)); });
-    }
-    SystemError OpenFolder(const std::u16string& path, HVR::FolderHandle& folder) override {
-        return Call("OpenFolder", path, [&] { folder = folders_.Add(fake_.disk.Children(path)); });
-    }
-    SystemError NextEntry(HVR::FolderHandle folder, HVR::FolderEntry& entry) override {
-        return Call("NextEntry", [&] {
-            auto& left = folders_[folder];
-            Require(!left.empty(), SystemError::NoMoreItems);
-            entry = {left.front().name, KindOf(*left.front().node)};
-            left.erase(left.begin());
-        });
-    }
-    void CloseFolder(HVR::FolderHandle folder) noexcept override { folders_.Remove(folder); }
-    SystemError OpenInput(const std::u16string& path, HVR::InputHandle& input) override {
-        FileHandle file{};
-        const SystemError error = fake_.files.OpenForReading(path, FileSharing::ReadersAndWriters, file);
-        input = Succeeded(error) ? static_cast<HVR::InputHandle>(file) : input;
-        return error;
-    }
-    SystemError Read(HVR::InputHandle input, std::span<std::byte> buffer, std::size_t& count) override {
-        return fake_.files.Read(static_cast<FileHandle>(input), buffer, count);
-    }
-    void CloseInput(HVR::InputHandle input) noexcept override { fake_.files.Close(static_cast<FileHandle>(input)); }
-
-    SystemError Create(const std::u16string& path, HVR::OutputHandle& output) override {
-        return Call("Create", path, [&] {
-            const SystemError error = fake_.disk.TryCreate(path);
-            Require(Succeeded(error), error);
-            output = outputs_.Add(path);
-        });
-    }
-    SystemError Write(HVR::OutputHandle output, std::string_view bytes) override {
-        return Call("Write", [&] { fake_.disk.Append(outputs_[output], bytes); });
-    }
-    void CloseOutput(HVR::OutputHandle output) noexcept override { outputs_.Remove(output); }
-    SystemError Rename(const std::u16string& from, const std::u16string& to) override {
-        return Call("Rename", from, [&] {
-            fake_.disk.PutFile(to, fake_.disk.Existing(from)->bytes);
-            fake_.disk.Remove(from);
-        });
-    }
-    SystemError Remove(const std::u16string& path) override {
-        return Call("Remove", path, [&] {
-            Require(fake_.disk.Exists(path), SystemError::FileNotFound);
-            fake_.disk.Remove(path);
-        });
-    }
-
-private:
-    static HVR::EntryKind KindOf(const Node& node) {
-        return (node.attributes & kAttributeLink) != 0 ? HVR::EntryKind::Link
-               : node.IsFolder()                       ? HVR::EntryKind::Folder
-                                                       : HVR::EntryKind::File;
-    }
-
-    FakePlatform& fake_;
-    HandleTable<HVR::FolderHandle, std::vector<Disk::Entry>> folders_{core_, "folder"};
-    HandleTable<HVR::OutputHandle, std::u16string> outputs_{core_, "report"};
-};
 
 struct Agent : FakePlatform {
     Agent() { disk.PutFolder(u"C:\\Temp"); }
@@ -188,23 +120,6 @@ TEST(ScanAgent, Report_VariableNamesIt_MissingListIsReported) {
     agent.input.reportVariable = u"C:\\Temp\\out.txt";
     EXPECT_EQ(agent.Run(), ScanExit::Errors);
     EXPECT_NE(agent.disk.Text(u"C:\\Temp\\out.txt").find("unreadable\tC:\\Temp\\ScanList742\t2\n"), std::string::npos);
-}
-
-TEST(ScanAgent, EveryFailure_LeavesNothingOpenAndNeverSaysClean) {
-    Sweep(
-        [](auto&& failing, bool memory) {
-            Agent agent;
-            agent.disk.PutFile(u"C:\\d\\f", "x");
-            agent.disk.PutFile(kList, "C:\\d\r\n");
-            auto exit = ScanExit::Clean;
-            const bool struck = failing(agent.faults, [&] { exit = agent.Run(); });
-            EXPECT_EQ(exit, struck ? ScanExit::Errors : ScanExit::Clean);
-            if (!memory) {
-                EXPECT_FALSE(agent.disk.Exists(std::u16string(kReport) + u".part"));
-                EXPECT_EQ(agent.message.empty(), agent.disk.Exists(kReport));
-            }
-        },
-        {SystemError::AccessDenied});
 }
 
 }  // namespace

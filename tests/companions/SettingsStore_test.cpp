@@ -135,31 +135,5 @@ TEST_F(SettingsStoreTest, Failures_HaveResultsOfTheirOwn) {
     EXPECT_EQ(store->DeleteKey(u"a"), kSettingsUnavailable);
 }
 
-TEST_F(SettingsStoreTest, EveryFailure_LeaksNothing) {
-    EXPECT_EQ(Writable(u"A\\B")->WriteText(u"T", u"text"), VaneResult::Success);
-    const auto round = [&](auto&& failing, bool memory) {
-        VaneResult result = VaneResult::Success;
-        const bool struck = failing(world_.faults, [&] {
-            VaneRef<ISettingsEnumeration> list;
-            VaneRef<ISettingsKey> key;
-            char16_t text[16];
-            std::uint32_t count = 0;
-            const auto then = [&](auto&& step) { result = Succeeded(result) ? step() : result; };
-            then([&] { return store_->OpenForEnumeration(u"A", list.Receive()); });
-            then([&] { return list->SubkeyCount(&count); });
-            then([&] { return list->SubkeyName(0, text, 16, nullptr); });
-            then([&] { return store_->OpenForWriting(u"A\\B", key.Receive()); });
-            then([&] { return key->ReadText(u"T", text, 16, nullptr); });
-            then([&] { return key->WriteText(u"T", u"text"); });
-            then([&] { return store_->OpenForWriting(u"A\\C", key.Receive()); });
-            then([&] { return store_->DeleteKey(u"A\\C"); });
-        });
-        EXPECT_EQ(result, !struck ? VaneResult::Success : memory ? VaneResult::OutOfMemory : kSettingDenied);
-        EXPECT_EQ(count_.Get(), 1U);
-        EXPECT_EQ(world_.OpenHandles(), 0U);
-    };
-    Sweep(round, {SystemError::AccessDenied});
-}
-
 }  // namespace
 }  // namespace tests

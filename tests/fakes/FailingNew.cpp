@@ -5,6 +5,11 @@
 
 using tests::FailingNew;
 
+#ifdef __SANITIZE_ADDRESS__
+// Tests make millions of small blocks: what is kept of each one by default takes longer than the tests.
+extern "C" const char* __asan_default_options() { return "malloc_context_size=6:quarantine_size_mb=16"; }
+#endif
+
 // The forms for arrays are made of these.
 void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept {
     if (FailingNew::remaining != 0 && --FailingNew::remaining == 0) {

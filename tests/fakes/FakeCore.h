@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "tslib/platform/SystemError.h"
+#include "tests/fakes/PlatformErrors.h"
 
 namespace tests {
 
@@ -37,15 +37,16 @@ using namespace tsLib::platform;
     const std::size_t end = path.rfind(u'\\');
     return path.substr(0, end == std::u16string::npos ? 0 : end);
 }
-// With one backslash between elements, none at the ends, and "." and ".." resolved.
-[[nodiscard]] inline std::u16string Elements(std::u16string_view path, const char16_t* separators) {
+// With one backslash between elements, none at the ends, and "." and ".." resolved where they are no names.
+[[nodiscard]] inline std::u16string Elements(std::u16string_view path, const char16_t* separators,
+                                             bool areDotsNames = false) {
     std::u16string elements;
     for (std::size_t from = 0; from < path.size();) {
         const std::size_t end = std::min(path.find_first_of(separators, from), path.size());
         const std::u16string_view element = path.substr(from, end - from);
-        if (element == u"..") {
+        if (element == u".." && !areDotsNames) {
             elements = ParentOf(elements);
-        } else if (!element.empty() && element != u".") {
+        } else if (!element.empty() && (element != u"." || areDotsNames)) {
             elements.append(elements.empty() ? u"" : u"\\").append(element);
         }
         from = end + 1;
@@ -78,10 +79,21 @@ public:
     // The n-th seam call from now on fails, over all fakes, n counting from 1.
     void FailCall(std::uint32_t n, SystemError error) {
         error_ = error;
-        calls_ = 0;
-        failing_ = n;
+        Arm(n, n);
+    }
+    // The same with every call from the n-th on, each with one of its operation's own errors; what is given back fails
+    // for no lack of anything, and is spared.
+    void FailFrom(std::uint32_t n) {
+        error_ = SystemError::Success;
+        Arm(n, UINT32_MAX);
     }
     void Disarm() { failing_ = 0; }
+    // Keeps the operation of every call from now on, whether it fails or not, in `heard`, and of those that were made
+    // to fail in `struck`; null ends that.
+    void Listen(std::vector<std::string_view>* heard, std::vector<std::string_view>* struck) {
+        heard_ = heard;
+        struck_ = struck;
+    }
     // Something that happens just before the n-th seam call from now on, n counting from 1; null takes that back.
     void AtCall(std::uint32_t n, std::function<void()> event) {
         calls_ = 0;
@@ -101,8 +113,16 @@ public:
         if (++calls_ == eventAt_ && event_) {
             event_();
         }
-        if (calls_ == failing_) {
-            return error_;
+        if (heard_ != nullptr) {
+            heard_->push_back(operation);
+        }
+        if (failing_ != 0 && calls_ >= failing_ && calls_ <= lastFailing_ &&
+            (calls_ == failing_ || !GivesBack(operation))) {
+            if (struck_ != nullptr) {
+                struck_->push_back(operation);
+            }
+            const auto errors = ErrorsOf(operation);
+            return Failed(error_) || errors.empty() ? error_ : errors[failing_ % errors.size()];
         }
         for (const auto& [rule, error] : rules_) {
             if (Failed(error) && rule.first == operation && (rule.second.empty() || rule.second == PlainPath(about))) {
@@ -113,7 +133,16 @@ public:
     }
 
 private:
+    void Arm(std::uint32_t first, std::uint32_t last) {
+        calls_ = 0;
+        failing_ = first;
+        lastFailing_ = last;
+    }
+
     std::uint32_t failing_ = 0;
+    std::uint32_t lastFailing_ = 0;
+    std::vector<std::string_view>* heard_ = nullptr;
+    std::vector<std::string_view>* struck_ = nullptr;
     std::uint32_t calls_ = 0;
     std::uint32_t eventAt_ = 0;
     std::function<void()> event_;
@@ -128,6 +157,14 @@ struct Tally {
 };
 
 struct FakeCore {
+    // By kind.
+    [[nodiscard]] std::map<std::string_view, std::size_t> Open() const {
+        std::map<std::string_view, std::size_t> all;
+        for (const Tally& tally : tallies) {
+            all[tally.kind] += tally.open;
+        }
+        return all;
+    }
     // What is open: of one kind, such as "file", or of all.
     [[nodiscard]] std::size_t OpenHandles(std::string_view kind = {}) const { return Sum(&Tally::open, kind); }
     // Uses and closes of what is not open, and whatever else the platform would not survive.
@@ -188,12 +225,14 @@ protected:
 
     [[nodiscard]] std::unique_lock<std::recursive_mutex> Lock() const { return std::unique_lock(core_.mutex); }
     [[nodiscard]] Tally& NewTally(std::string_view kind) const { return core_.tallies.emplace_back(Tally{kind}); }
-    // One seam call: the body runs under the lock unless the fault switch says otherwise. It sets the outputs at its
-    // end, unless something is not as it Requires.
-    template <class Body>
-    SystemError Call(std::string_view operation, std::u16string_view about, Body&& body) const {
+    // One seam call: the body runs under the lock unless the fault switch says otherwise; `half` is what is done by
+    // then of an operation that may fail on its way. The body sets the outputs at its end, unless something is not as
+    // it Requires.
+    template <class Body, class Half>
+    SystemError Call(std::string_view operation, std::u16string_view about, Body&& body, Half&& half) const {
         const auto lock = Lock();
         if (const SystemError fault = core_.faults.Next(operation, about); Failed(fault)) {
+            half();
             return fault;
         }
         try {
@@ -202,6 +241,10 @@ protected:
         } catch (const Refused& refused) {
             return refused.error;
         }
+    }
+    template <class Body>
+    SystemError Call(std::string_view operation, std::u16string_view about, Body&& body) const {
+        return Call(operation, about, std::forward<Body>(body), [] {});
     }
     template <class Body>
     SystemError Call(std::string_view operation, Body&& body) const {

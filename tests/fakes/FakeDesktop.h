@@ -67,9 +67,12 @@ public:
             onBox();
         }
     }
-    [[nodiscard]] bool MarkProcess(const char16_t* mark) noexcept override {
-        const auto lock = Lock();
-        return marks.insert(mark).second;
+    [[nodiscard]] bool MarkProcess(const char16_t* mark) noexcept override try {
+        bool isNew = true;
+        static_cast<void>(Call("MarkProcess", [&] { isNew = marks.insert(mark).second; }));
+        return isNew;
+    } catch (const std::bad_alloc&) {
+        return true;  // no room
     }
     void WriteDebug(const char16_t* text) noexcept override try {
         Keep(debugTexts, std::u16string(text));

@@ -157,7 +157,7 @@ private:
         return (path + u'\\').starts_with(key + u'\\');
     }
     static std::u16string Below(const std::u16string& key, const std::u16string& path) {
-        const std::u16string names = Elements(path, u"\\");
+        const std::u16string names = Elements(path, u"\\", true);
         return key + (names.empty() ? u"" : u"\\") + SimpleLower(names);
     }
     // The one name of a key, with the redirection of the 32-bit view done.
@@ -177,12 +177,20 @@ private:
     SystemError Open(const std::u16string& asked, const std::u16string& full, std::uint32_t access, bool create,
                      RegistryKey& key) {
         Keep(opened, {asked, access});
-        return Call("OpenKey", full, [&] {
-            RequireNoNul(asked);
-            Require(!asked.starts_with(u'\\'), kBadPath);
-            Require(create || keys_.contains(full), SystemError::FileNotFound);
-            key = open_.Add({Make(full, asked), access});
-        });
+        return Call(
+            "OpenKey", full,
+            [&] {
+                RequireNoNul(asked);
+                Require(!asked.starts_with(u'\\'), kBadPath);
+                Require(create || keys_.contains(full), SystemError::FileNotFound);
+                key = open_.Add({Make(full, asked), access});
+            },
+            [&] {
+                if (create && !ParentOf(full).empty()) {
+                    Make(ParentOf(full),
+                         ParentOf(Elements(asked, u"\\", true)));  // the keys on the way are there by then
+                }
+            });
     }
     // Required to be open with the access, on a key that is still there.
     KeyNode& Usable(RegistryKey key, std::uint32_t access, std::u16string_view valueName = {}) {
@@ -195,14 +203,22 @@ private:
     }
     SystemError Delete(RegistryRoot root, const std::u16string& path, bool tree) {
         const std::u16string full = FullPath(root, path, 0);
-        return Call("DeleteKey", full, [&] {
-            RequireNoNul(path);
-            // Without empty elements.
-            Require(!path.empty() && path == Elements(path, u"\\"), SystemError::InvalidParameter);
-            Require(keys_.contains(full), SystemError::FileNotFound);
-            Require(tree || SubkeyNames(full).empty(), SystemError::KeyHasChildren);
-            Erase(full);
-        });
+        return Call(
+            "DeleteKey", full,
+            [&] {
+                RequireNoNul(path);
+                // Without empty elements.
+                Require(!path.empty() && path == Elements(path, u"\\", true), SystemError::InvalidParameter);
+                Require(keys_.contains(full), SystemError::FileNotFound);
+                Require(tree || SubkeyNames(full).empty(), SystemError::KeyHasChildren);
+                Erase(full);
+            },
+            [&] {
+                for (const std::u16string& name : tree ? SubkeyNames(full) : std::vector<std::u16string>()) {
+                    Erase(Below(full, name));  // from below, in whatever order
+                    break;
+                }
+            });
     }
     std::vector<std::u16string> SubkeyNames(const std::u16string& full) const {
         std::vector<std::u16string> names;
@@ -217,7 +233,7 @@ private:
         if (const auto known = keys_.find(full); known != keys_.end()) {
             return known->second;
         }
-        const std::u16string names = Elements(asked, u"\\");
+        const std::u16string names = Elements(asked, u"\\", true);
         if (!ParentOf(full).empty()) {
             Make(ParentOf(full), ParentOf(names));
         }
@@ -225,7 +241,13 @@ private:
         return keys_[full] = std::make_shared<KeyNode>(std::move(made));
     }
     std::size_t Erase(const std::u16string& full) {
-        return std::erase_if(keys_, [&](const auto& key) { return IsAtOrBelow(key.first, full); });
+        std::vector<std::u16string> gone;  // all or none: nothing throws while they go
+        for (const auto& [path, node] : keys_) {
+            if (IsAtOrBelow(path, full)) {
+                gone.push_back(path);
+            }
+        }
+        return std::erase_if(keys_, [&](const auto& key) { return std::ranges::count(gone, key.first) != 0; });
     }
 
     std::map<std::u16string, std::shared_ptr<KeyNode>> keys_;  // by full lower-case path

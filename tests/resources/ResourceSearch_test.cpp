@@ -185,25 +185,5 @@ TEST(ResourceSearch, TheModulesOwnPath_MustBeKnown) {
     EXPECT_EQ(world.Log().back(), u"Initialize - SetBinaryModulePath failed.");
 }
 
-// Afterwards either a module is loaded or nothing is held.
-TEST(ResourceSearch, EveryFailingCallAndAllocation_EndsCleanly) {
-    std::size_t shortages = 0;
-    Sweep([&](auto& failing, bool) {
-        ResourceWorld world;
-        world.desktop.systemLanguage = 1031;
-        world.PutLanguages({u"1036", u"1031", u"1033"});
-        world.refused = {ResourceWorld::LanguagePath(u"1031")};
-        auto loader = world.MakeLoader();
-        HResult result{};
-        const bool struck = failing(world.faults, [&] { result = loader.Initialize(true); });
-        EXPECT_TRUE(struck || result == HResult::Ok);
-        EXPECT_EQ(loader.GetResourceModule() != ModuleHandle{}, Succeeded(result));
-        EXPECT_EQ(world.protection.suspended, 0);
-        EXPECT_EQ(world.OpenHandles(), Succeeded(result) ? 1U : 0U);
-        shortages += result == HResult::OutOfMemory ? 1U : 0U;
-    });
-    EXPECT_GT(shortages, 5U);
-}
-
 }  // namespace
 }  // namespace tests

@@ -1,6 +1,5 @@
 // Strings of a loaded module, and the report of a failed load.
 #include "tests/resources/ResourceWorld.h"
-#include "tests/tslib/PathWorld.h"
 
 namespace tests {
 namespace {
@@ -42,24 +41,6 @@ TEST(ResourceStrings, WideNarrowAndFormatted_FailuresAreLoggedAndLeaveTheOutput)
     EXPECT_TRUE(loader.FormatString(1, text, inserts));
     EXPECT_EQ(text, u"two of %1, 100%");
     EXPECT_EQ(world.Log(), Texts{});
-}
-
-TEST(ResourceStrings, EveryFailingCallAndAllocation_FailsAndKeepsTheOutput) {
-    ResourceWorld world;
-    world.disk.PutStrings(ResourceWorld::LanguagePath(u"1033"),
-                          {{1, u"%1 and a text that is too long for any small buffer"}});
-    auto loader = world.MakeLoader();
-    ASSERT_EQ(loader.Initialize(false), HResult::Ok);
-    const std::vector<std::u16string> inserts{u"an insert that is too long for any small buffer"};
-    Sweep([&](auto& failing, bool) {
-        std::u16string text;
-        std::string narrow = "before";
-        bool done = false;
-        const bool struck = failing(
-            world.faults, [&] { done = loader.FormatString(1, text, inserts) && loader.LoadString(1, narrow); });
-        EXPECT_NE(done, struck);
-        EXPECT_EQ(narrow == "before", struck);
-    });
 }
 
 struct ReportWorld : ResourceWorld {

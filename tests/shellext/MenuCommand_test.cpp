@@ -4,50 +4,13 @@
 
 #include "shellext/OrientationSetting.h"
 #include "tests/fakes/FakePlatform.h"
+#include "tests/fakes/FakeShell.h"
 #include "tslib/platform/Digits.h"
 
 namespace tests {
 namespace {
 
 using tsLib::HResult;
-
-constexpr HVR::MenuHandle kMenu{0x1234};
-constexpr HVR::SelectionHandle kSelection{0x5678};
-
-// Keeps what was done to it, in order: "--3" for a separator, "+4:100 text" for an item.
-struct FakeShell final : HVR::ShellSurface {
-    SystemError InsertSeparator(HVR::MenuHandle menu, std::uint32_t position) noexcept override {
-        items.append(u"--").append(tsLib::DecimalText(position));
-        return menu != kMenu || failing == 1 ? SystemError::AccessDenied : SystemError::Success;
-    }
-    SystemError InsertItem(HVR::MenuHandle menu, std::uint32_t position, std::uint32_t id,
-                           const std::u16string& text) noexcept override {
-        items.append(u"+").append(tsLib::DecimalText(position)).append(u":").append(tsLib::DecimalText(id));
-        items.append(u" ").append(text);
-        return menu != kMenu || failing == 2 ? SystemError::AccessDenied : SystemError::Success;
-    }
-    void RemoveItem(HVR::MenuHandle, std::uint32_t position) noexcept override {
-        items.append(u" removed ").append(tsLib::DecimalText(position));
-    }
-    HResult TakeDropList(HVR::SelectionHandle selection, HVR::TakenDropList& taken) override {
-        EXPECT_EQ(selection, kSelection);
-        taken.list = Succeeded(answer) ? list : taken.list;
-        return answer;
-    }
-    void GiveBack(const HVR::TakenDropList& taken) noexcept override {
-        EXPECT_EQ(left, 0);
-        givenBack.push_back(taken.list);
-    }
-    void EnterApartment() noexcept override { ++entered; }
-    void LeaveApartment() noexcept override { ++left; }
-
-    int failing = 0;  // the insertion that fails
-    std::u16string items;
-    HVR::DropHandle list{0x4711};
-    HResult answer = HResult::Ok;
-    int entered = 0, left = 0;
-    std::vector<HVR::DropHandle> givenBack;
-};
 
 struct MenuCommandTest : testing::Test, FakePlatform {
     MenuCommandTest() {
@@ -91,7 +54,7 @@ struct MenuCommandTest : testing::Test, FakePlatform {
         return {result, buffer.substr(4, end == buffer.npos ? 0 : end - 4)};
     }
 
-    FakeShell shell;
+    FakeShell shell{*this};
     HVR::ResourceInstance instance{ModuleHandle{}};
     std::optional<HVR::MenuCommand> command{std::in_place, *this, instance, shell};
 };
@@ -140,10 +103,11 @@ TEST_F(MenuCommandTest, AddItem_FlagsDecide_AllOrNothingIsAdded) {
         EXPECT_EQ(Build(flags), u"0 ") << flags;
     }
     SetStrings({{1, u"x"}});
-    shell.failing = 1;
-    EXPECT_EQ(Build(), u"0 --3");
-    shell.failing = 2;
-    EXPECT_EQ(Build(), u"0 --3+4:100 x removed 3");
+    faults.Fail("InsertSeparator", SystemError::AccessDenied);
+    EXPECT_EQ(Build(), u"0 ");
+    faults.Fail("InsertSeparator", SystemError::Success);
+    faults.Fail("InsertItem", SystemError::AccessDenied);
+    EXPECT_EQ(Build(), u"0 --3 removed 3");
     SetStrings({});
     EXPECT_EQ(Build(), u"0 ");
     EXPECT_EQ(InvokeName("NimShellScan"), "fail");

@@ -91,25 +91,6 @@ TEST_F(ScanRequestTest, Steps_ReturnTheirOwnResults) {
     EXPECT_EQ(request.LaunchScanner(kTestList), HResult::PathNotFound);
 }
 
-TEST(ScanRequest, EveryFailingCallAndAllocation_EndsCleanly) {
-    for (const bool known : {true, false}) {
-        std::size_t ended = 0;
-        Sweep([&](auto& failing, bool memory) {
-            ScanWorld world;
-            world.trace.enabled = false;
-            world.drops.items = {u"C:\\one item that is too long for a short text", u"C:\\two"};
-            world.SetPlaces(known ? kInstallFolder : kUnknown, kInstallFolder + u'\\');
-            HResult result{};
-            const bool struck = failing(world.faults, [&] { result = world.Scan(); });
-            EXPECT_TRUE(result == HResult::Ok ||
-                        (struck && result == (memory ? HResult::OutOfMemory : HResult::Unexpected)));
-            EXPECT_TRUE(memory || world.processes.asked.size() <= world.verifiers.asked.size());
-            ended += result == HResult::OutOfMemory ? 1U : 0U;
-        });
-        EXPECT_GT(ended, 9U);
-    }
-}
-
 struct VerifiedStart : testing::Test, ScanWorld {
     // Whether a process was made, and the complaints. Its handles are closed again.
     std::string Start(const std::u16string& path, const std::u16string& arguments = u"", TrustLevel level = 3) {

@@ -13,8 +13,6 @@
 
 namespace tests {
 
-using enum VaneResult;
-
 inline constexpr ObjectId kSampleId{0x1111, 1, 2, {3}}, kOwnId{0x2222, 1, 2, {3}}, kOtherId{0x3333, 1, 2, {3}};
 inline constexpr InterfaceId kISampleId{0xABCDEF00, 1, 2, {1, 2, 3, 4, 5, 6, 7, 8}};
 

@@ -10,6 +10,8 @@
 namespace tests {
 namespace {
 
+using enum VaneResult;
+
 using IPathResolver = HVR::IProductInstallPathResolver;
 
 // That the operations have these slots in their interface's table, by which other modules call them.

@@ -7,6 +7,8 @@
 namespace tests {
 namespace {
 
+using enum VaneResult;
+
 struct LoadingTest : testing::Test, ComponentWorld {
     // The first text of the one record, an error's, since the last call.
     std::u16string TakeRecord(TraceEvent event) {
@@ -293,25 +295,6 @@ TEST_F(LoadingTest, ThreadsCreatingAndMissing_OneWrapperAndNothingLeft) {
     EXPECT_EQ(OpenHandles("registry key"), 1u);  // the path-expansion map
     EXPECT_EQ(SampleReferences(), 1u);
     EXPECT_EQ(cache.Find(u"D:\\Root\\.\\Sample.dll"), cache.Find(kSamplePath.c_str()));
-}
-
-// A creation either works or says why, nothing leaks, and the next one works. A registry entry stands for the store's
-// only when a record says that this one could not be read.
-TEST(LoadingFaults, AnyFailure_LeavesNothingBehind) {
-    Sweep([](auto&& failing, bool /*memory*/) {
-        ComponentWorld world;
-        world.PutObject(kSampleId, u"D:\\registry.dll");
-        world.PutSetting(kSampleId, u"%TSROOTX64%\\sample.dll");
-        VaneResult result = Success;
-        EXPECT_TRUE(failing(world.faults, [&] { result = world.Create(); }) || Succeeded(result));
-        EXPECT_TRUE(std::ranges::count(world.files.attributeReads, u"D:\\registry.dll") == 0 ||
-                    world.trace.Count(TraceEvent::RepositoryStoreFailed) == 1 ||
-                    world.trace.Count(TraceEvent::RepositoryStoreSkipped) == 1);
-        EXPECT_FALSE(world.repository.Exists(kOtherId));  // reloads
-        EXPECT_EQ(world.Create(), Success);
-        EXPECT_EQ(world.SampleReferences(), 1u);
-        EXPECT_EQ(world.OpenHandles("registry key"), 1u);  // the path-expansion map
-    });
 }
 
 }  // namespace

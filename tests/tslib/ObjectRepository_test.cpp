@@ -5,6 +5,8 @@
 namespace tests {
 namespace {
 
+using enum VaneResult;
+
 constexpr ObjectId kId1{0x10000000, 0, 0, {}}, kId2{0x20000000, 0, 0, {}}, kId3{0x30000000, 0, 0, {}};
 
 struct ObjectRepositoryTest : testing::Test, ComponentWorld {

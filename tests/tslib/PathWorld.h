@@ -51,31 +51,4 @@ struct PathWorld : FakePlatform {
     tsPathExpansion expansion{*this, isolation};
 };
 
-// Rounds in which every platform call fails in turn, then every allocation, until one is spared. A round gets a
-// function that runs the work that is to meet the failure, and tells whether it did; and whether memory runs out.
-template <class Round>
-void Sweep(Round&& round, const std::vector<SystemError>& errors = {SystemError{31}}) {
-    for (std::size_t turn = 0; turn <= errors.size(); ++turn) {
-        const bool memory = turn == errors.size();
-        bool struck = true;
-        for (std::uint32_t n = 1; struck && !testing::Test::HasFailure(); ++n) {
-            SCOPED_TRACE(testing::Message() << (memory ? "allocation " : "platform call ") << n);
-            const auto failing = [&](FaultPlan& faults, auto&& work) {
-                if (memory) {
-                    const FailingNew out(n);
-                    work();
-                    struck = out.Fired();
-                } else {
-                    faults.FailCall(n, errors[turn]);
-                    work();
-                    struck = faults.Fired();
-                    faults.Disarm();
-                }
-                return struck;
-            };
-            round(failing, memory);
-        }
-    }
-}
-
 }  // namespace tests

@@ -107,22 +107,6 @@ TEST_F(CacheTest, Remove_TakesThePathsOldestEntryWhateverItsOptions_InvalidArgum
     EXPECT_EQ(trace.Count(TraceEvent::CacheArgumentInvalid), 5u);
 }
 
-TEST_F(CacheTest, Add_MemoryRunsOut_LeavesTheStoreAsItWas) {
-    trace.enabled = false;
-    Add(u"A");
-    for (const char16_t* path : {u"C", u"A"}) {  // new, and with an entry under other options
-        auto result = OutOfMemory;
-        for (std::uint32_t n = 1; result == OutOfMemory; ++n) {
-            {
-                const FailingNew failing(n);
-                result = cache.Add(path, 3, 1, 0, 0);
-            }
-            ASSERT_TRUE(Has(path, 1) == (result == Trusted) && Has(u"A")) << n;
-        }
-    }
-    EXPECT_TRUE(cache.Remove(u"C") == Trusted && cache.Remove(u"C") == InvalidArgument);
-}
-
 // A verdict, whether the file was checked in full, and whether it is a system component.
 using Answer = std::tuple<TrustResult, bool, bool>;
 

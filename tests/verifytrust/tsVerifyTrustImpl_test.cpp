@@ -235,56 +235,5 @@ TEST_F(VerifierTest, Policy_IsReadOnceAndCountsAsOnWhenUnreadable_OnWritesOneVal
     EXPECT_EQ(stored(u"AlternateTrustPolicy")->data, DwordValue(1).data);
 }
 
-const std::u16string kDevicePath = u"\\Device\\HarddiskVolume3\\Program Files\\Halvora\\plugin.dll";
-
-// A system on which every operation has a long way to go: an old system, a file in a native form and listed by the last
-// of three catalogs, a hash provider without a word for it.
-struct SweepSystem : TrustSystem {
-    explicit SweepSystem(bool ours) {
-        trace.enabled = false;
-        system.major = 6;
-        system.minor = 1;
-        PutUnsigned(kFile);
-        disk.List(kFile, u"C:\\1.cat", kAnswerNoSignature);
-        disk.List(kFile, u"C:\\2.cat", kAnswerNoSignature);
-        disk.List(kFile, kCatalog);
-        disk.Sign(kCatalog, ours ? OurCertificate({kDriverUsage}) : ForeignCertificate());
-        pathForms.dosDevices[u'C'] = u"\\Device\\HarddiskVolume3";
-        processes.images[50] = kDevicePath;
-        modules.paths[kMainExecutable] = modules.paths[FakeModules::kExecutable] = kFile;
-        registry.PutText(RegistryRoot::ClassesRoot, kClassKey + u"LocalServer32", u"", kFile);
-        PutPolicy(u"AlternateTrustPolicy", DwordValue(1));
-    }
-    VaneRef<IVerifyTrust> verifier = Make({.useFileCache = true});
-};
-
-const std::pair<const char*, TrustResult (*)(IVerifyTrust&)> kOperations[] = {
-    {"file", [](IVerifyTrust& v) { return v.VerifyFile(kDevicePath.c_str(), 4u); }},
-    {"narrow", [](IVerifyTrust& v) { return v.VerifyFile("C:\\Program Files\\Halvora\\plugin.dll", 5u, true); }},
-    {"current process", [](IVerifyTrust& v) { return v.VerifyCurrentProcess(4); }},
-    {"parent process", [](IVerifyTrust& v) { return v.VerifyParentProcess(4); }},
-    {"class", [](IVerifyTrust& v) { return v.VerifyComServer(kClass, 4); }},
-    {"initialize",
-     [](IVerifyTrust& v) { return v.Initialize(true) == 1 ? v.VerifyFileThorough(kFile.c_str(), 3) : FileError; }},
-};
-
-// Every call of the platform, and every allocation, fails in turn.
-TEST(TrustSweep, AnyFailure_GivesAVerdictAndLeavesNothingBehind) {
-    for (const auto& [name, run] : kOperations) {
-        for (const bool ours : {true, false}) {
-            SCOPED_TRACE(name);
-            const auto round = [&](auto&& failing, bool memory) {
-                SweepSystem sweep(ours);
-                const TrustResult usual = ours ? Trusted : NotTrusted;
-                TrustResult verdict = InvalidArgument;
-                const bool struck = failing(sweep.faults, [&] { verdict = run(*sweep.verifier); });
-                EXPECT_TRUE(verdict == usual || (struck && (memory ? verdict == OutOfMemory : verdict != Trusted)));
-                EXPECT_EQ(sweep.verifier->VerifyFileThorough(kFile.c_str(), 1), Trusted);
-            };
-            Sweep(round, {AccessDenied, InvalidParameter, NotFound});
-        }
-    }
-}
-
 }  // namespace
 }  // namespace tests
