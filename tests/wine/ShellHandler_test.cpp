@@ -159,28 +159,6 @@ TEST_F(ShellHandler, Apartment_IsEnteredForASelection_AndLeftOnceWhateverTheObje
     EXPECT_TRUE(entered == 1 && left == 1);
 }
 
-using Malloc = void*(std::size_t);
-bool hasMemory = true;
-
-void* FailingMalloc(std::size_t size) { return std::exchange(hasMemory, true) ? malloc(size) : nullptr; }
-
-// No exception leaves an operation, which would end the process.
-TEST_F(ShellHandler, MemoryRunningOut_IsAnsweredByEveryOperation) {
-    char buffer[200] = {};
-    const std::function<HRESULT()> operations[] = {
-        [&] { return handler->QueryContextMenu(menu, 0, 1, 2, 0); },
-        [&] { return handler->GetCommandString(0, GCS_HELPTEXTA, nullptr, buffer, 200); },
-        [&] { return Invoke(nullptr); },
-    };
-    void* const imported = reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"msvcrt.dll"), "malloc"));
-    const ImportPatch memory(library.Get(), reinterpret_cast<Malloc*>(imported), &FailingMalloc);
-    for (const auto& operation : operations) {
-        hasMemory = false;
-        EXPECT_EQ(operation(), E_OUTOFMEMORY);
-        EXPECT_TRUE(hasMemory) << "asks for none";
-    }
-}
-
 // Scan is the first operation behind those of IShellExtInit in the primary interface's table.
 TEST_F(ShellHandler, Layout_ScanInTheFifthSlot_AndTheInterfacesInTheirOrder) {
     ComPtr<IUnknown> identity;
