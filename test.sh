@@ -83,6 +83,7 @@ if is_part fuzz || [ "$part" = host ]; then
     is_part host || say "Fuzzing"
     [ "$part" = fuzz ] || checks["fuzz targets"]="scripts/fuzz.sh 5"
     check "fuzz targets"
+    sed -n 's/ ok (\(.*\))$/: \1/p' "$(check_log "fuzz targets")" | grep -v 'fuzz targets' | sed 's/^ */    /; s/  *:/:/'
 fi
 
 if is_part windows; then
@@ -127,6 +128,7 @@ case "$part" in
     hygiene)
         say "Hygiene"
         build_windows
+        export HALVORA_SWEEP_STEP=1
         suite "what is the host's, and what stays" each_alone 'Hygiene.*:*Leak*:FailureBox.*'
         ;;
     attacks)
