@@ -110,10 +110,10 @@ expect 1 '~fault  [^~]*\(registration.handlers\)~[^~]*OrloMenu is missing~.*~1 f
 libraries /s
 map="HKLM\\Software\\Corvane\\Isolation\\{6F1D2C3A-8B4E-4A57-9C60-D1E2F3A4B5C6}\\Tessel\\PathExpansionMap"
 wine reg delete "$map" /v INSTALLDIR /f >/dev/null
-expect 1 '~fault  [^~]*\(paths.tokens\)~[^~]*%installdir% is not in the map.*~1 fault, 2 not known, ' "" doctor
+expect 1 '~fault  [^~]*\(paths.tokens\)~[^~]*%installdir% is not in the map.*~1 fault, 3 not known, ' "" doctor
 wine regedit /S "$(windows_path "$OUT/install.reg")"
 mv "$PRODUCT/ScanAgent.exe" "$OUT/cli.scanner"
-expect 1 '~fault  [^~]*\(scan.scanner\)~[^~]*is not there, error 2~.*~1 fault, 1 not known, ' "" doctor
+expect 1 '~fault  [^~]*\(scan.scanner\)~[^~]*is not there, error 2~.*~1 fault, 2 not known, ' "" doctor
 mv "$OUT/cli.scanner" "$PRODUCT/ScanAgent.exe"
 printf 'x' | dd of="$PRODUCT/zebshell2.dll" bs=1 seek=5000 conv=notrunc status=none
 expect 1 '~fault  [^~]*\(library.signature\)~[^~]*0x80096010~.*~1 fault, 2 not known, ' "" doctor

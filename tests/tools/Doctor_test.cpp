@@ -227,6 +227,8 @@ TEST(Doctor, WhatIsBroken_IsNamed_AndNothingElse) {
         {"scan.orientation", "error 2", [](W& world) { world.RemoveValue(HVR::kProductKey, u"Orientation"); }},
         {"scan.scanner", "not there, error 2", [](W& world) { world.disk.Remove(kAgent); }},
         {"scan.signature", "0x800B0100", [](W& world) { world.PutUnsigned(kAgent); }},
+        {"scan.start", "no plain path",
+         [](W& world) { world.PutToken(u"installdir", u"\\\\?\\C:\\Program Files\\Halvora"); }},
         {"scan.temporary", "longer than 260", [](W& world) { world.system.temporaryLength = 261; }},
         {"scan.temporary", "C:\\Temp is not there", [](W& world) { world.disk.Remove(u"C:\\Temp"); }},
         {"scan.temporary", "written, error 5", [](W& world) { world.writing = AccessDenied; }},
@@ -269,10 +271,12 @@ TEST(Doctor, Whole_IsFine_AndTellsWhatItFound) {
          {"zebshell2.dll, the registered one\n", "\n           2.1.4.3\n", "\"&Scan\" was added",
           "2 modules, trusted and with all texts: 1031, 1033", "32-bit view\n",
           "catalog: error 0, C:\\Windows\\one.cat; end of the catalogs: error 1168; verdict by the first: 0x0000",
-          "\n0 fault, 0 not known, 0 remark, 2"}) {
+          "a click would start \"C:\\Program Files\\Halvora\\ScanAgent.exe\" /UTF8",
+          "\n0 fault, 0 not known, 0 remark, "}) {
         EXPECT_NE(world.out.find(fact), std::string::npos) << fact << "\n" << world.out;
     }
     EXPECT_EQ(world.out.find('\x1B'), std::string::npos);
+    EXPECT_TRUE(world.processes.asked.empty());
     world.hasColours = true;
     EXPECT_EQ(world.Run({}), ExitCode::Yes);
     EXPECT_TRUE(world.out.starts_with("\x1B[32mfine       \x1B[0mThe library (library.file)\n"));

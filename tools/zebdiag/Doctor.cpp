@@ -62,6 +62,7 @@ Diagnosis Diagnose(const Platform& platform, DoctorMachine& machine, std::u16str
     ExamineOrientation(exam);
     ExamineScanner(exam);
     ExamineTemporaryFolder(exam);
+    ExamineStart(exam);
     ExamineComponents(exam);
     ExamineProtection(exam);
     ExaminePolicy(exam);

@@ -122,4 +122,32 @@ void ExamineTemporaryFolder(Examination& exam) {
              Failed(error) ? advice : "");
 }
 
+// All that the library does before a process is made.
+void ExamineStart(Examination& exam) {
+    if (const DoctorCheck* const cause =
+            exam.FirstInTheWay({&kScannerCheck, &kScannerSignatureCheck, &kTemporaryCheck})) {
+        exam.NotKnown(kStartCheck, *cause);
+        return;
+    }
+    ScanRequest request(exam.platform, exam.sight.expansion, exam.sight.verifiers);
+    std::u16string list;
+    exam.sight.trace.Clear();
+    exam.sight.processes.withheld.reset();
+    if (Succeeded(request.NameListFile(list))) {
+        static_cast<void>(request.LaunchScanner(list));
+    }
+    if (const auto& commandLine = exam.sight.processes.withheld) {
+        exam.Add(kStartCheck, Verdict::Fine, "a click would start " + ToUtf8(*commandLine));
+        return;
+    }
+    const KeptTrace::Record* const record =
+        exam.sight.trace.Find(TraceEvent::ProcessPathRefused, TraceEvent::ProcessFileRefused);
+    exam.Add(kStartCheck, Verdict::Fault,
+             record == nullptr ? "the library starts nothing"
+             : record->event == TraceEvent::ProcessPathRefused
+                 ? ToUtf8(record->texts.front()) + " is no plain path on a drive or a share"
+                 : ToUtf8(record->texts.front()) + " cannot be held open, error " + std::to_string(record->number),
+             "Repair the installation, so that the scanner lies in a plain folder that nobody writes to.");
+}
+
 }  // namespace HVR::zebdiag

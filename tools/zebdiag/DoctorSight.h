@@ -74,6 +74,31 @@ private:
     const std::u16string library_;
 };
 
+// Starts nothing, and keeps what would have been started.
+class WithheldProcesses final : public tsLib::platform::Processes {
+    using SystemError = tsLib::platform::SystemError;
+
+public:
+    explicit WithheldProcesses(Processes& real) noexcept : real_(real) {}
+
+    [[nodiscard]] std::uint32_t CurrentId() const noexcept override { return real_.CurrentId(); }
+    SystemError ParentId(std::uint32_t& parent) override { return real_.ParentId(parent); }
+    SystemError ImageFileName(std::uint32_t processId, std::u16string& path) override {
+        return real_.ImageFileName(processId, path);
+    }
+    SystemError Start(const std::u16string& commandLine, std::uint32_t, tsLib::platform::StartedProcess&) override {
+        withheld = commandLine;
+        return SystemError::NotSupported;
+    }
+    void CloseThread(tsLib::platform::ThreadHandle thread) noexcept override { real_.CloseThread(thread); }
+    void CloseProcess(tsLib::platform::ProcessHandle process) noexcept override { real_.CloseProcess(process); }
+
+    std::optional<std::u16string> withheld;
+
+private:
+    Processes& real_;
+};
+
 // Why the product's code gave the answer that it gave: the records of its trace. They go on to the real output. One
 // thread.
 class KeptTrace final : public tsLib::platform::TraceOutput {
@@ -129,13 +154,15 @@ private:
 struct DoctorSight {
     DoctorSight(const tsLib::platform::Platform& real, const std::u16string& library)
         : modules(real.modules, library),
+          processes(real.processes),
           trace(real.trace),
-          platform{real.registry, real.files,  modules,       real.processes,  real.pathForms,     real.textRules,
+          platform{real.registry, real.files,  modules,       processes,       real.pathForms,     real.textRules,
                    real.desktop,  real.system, real.catalogs, real.signatures, real.trustProvider, trace} {}
     DoctorSight(const DoctorSight&) = delete;
     DoctorSight& operator=(const DoctorSight&) = delete;
 
     LibraryModules modules;
+    WithheldProcesses processes;
     KeptTrace trace;
     const tsLib::platform::Platform platform;
     tsLib::Isolation isolation{platform};
