@@ -52,6 +52,10 @@ void EndInBackslash(std::u16string& folder) {
 
 }  // namespace
 
+std::u16string_view FolderToken(std::uint32_t kind) noexcept {
+    return kind < kFolderRules.size() ? kFolderRules[kind].token : std::u16string_view();
+}
+
 HResult CProductInstallPathResolver::GetPath(std::uint32_t kind, const char* fileName, char16_t** path,
                                              std::uint32_t /*flags*/) noexcept {
     return AtBoundary(kind, [&] {

@@ -15,6 +15,9 @@
 
 namespace HVR {
 
+// The token that the folders of a kind come from; empty for a kind that there is none of. For diagnosis.
+[[nodiscard]] std::u16string_view FolderToken(std::uint32_t kind) noexcept;
+
 // Keeps nothing between calls. Made by `new`, as every component; what is passed to it must outlive it.
 class CProductInstallPathResolver
     : public tsLib::IVaneBaseImpl<tsLib::CVaneThreadSafeRefCount, IProductInstallPathResolver,

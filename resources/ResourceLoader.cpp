@@ -161,6 +161,13 @@ HResult CResourceLoader::GetInstallDir(std::u16string& directory) {
     return HResult::Ok;
 }
 
+std::uint32_t CResourceLoader::LocaleOf(const tsLib::platform::FoundEntry& entry) const noexcept {
+    const auto localeId = static_cast<std::uint32_t>(LeadingNumber(entry.name));
+    const bool isLanguage = (entry.attributes & tsLib::platform::kAttributeDirectory) != 0 && localeId != 0 &&
+                            platform_.desktop.IsLocale(localeId);
+    return isLanguage ? localeId : 0;
+}
+
 // The lists hold what was met before an exact match; a match that fails to load is not made up for by what comes after
 // it in the enumeration.
 HResult CResourceLoader::LoadResUsingExactLocale(std::u16string_view installDir, LocaleList& sameLanguage,
@@ -175,9 +182,8 @@ HResult CResourceLoader::LoadResUsingExactLocale(std::u16string_view installDir,
     }
     const Language wanted = LanguageOf(GetLanguageId());
     for (; Succeeded(error); error = platform_.files.FindNext(search.Get(), entry)) {
-        const auto localeId = static_cast<std::uint32_t>(LeadingNumber(entry.name));
-        if ((entry.attributes & tsLib::platform::kAttributeDirectory) == 0 || localeId == 0 ||
-            !platform_.desktop.IsLocale(localeId)) {
+        const std::uint32_t localeId = LocaleOf(entry);
+        if (localeId == 0) {
             continue;
         }
         const Language language = LanguageOf(localeId);

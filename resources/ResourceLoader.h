@@ -52,6 +52,8 @@ public:
     [[nodiscard]] virtual bool UseRegistry64View() const noexcept { return false; }
     [[nodiscard]] virtual bool UseRegistry32View() const noexcept { return false; }
     [[nodiscard]] virtual std::u16string_view GetRegistryValueName() const noexcept;
+    // The locale identifier that an entry of res\ stands for; 0 for what is no language's folder.
+    [[nodiscard]] std::uint32_t LocaleOf(const tsLib::platform::FoundEntry& entry) const noexcept;
     // The language to look for.
     [[nodiscard]] virtual std::uint16_t GetLanguageId() const noexcept;
 

@@ -55,7 +55,7 @@ expect 0 '"result":"0x00000000","path":"C:\\\\Program Files\\\\Halvora\\\\"' "" 
 expect 2 "" "0x80070057" path 13
 
 expect 2 "usage: zebdiag .OPTIONS. VERB" ""
-for verb in verify expand path scan objects create protection menu page; do expect 0 "usage: zebdiag $verb" "" "$verb" --help; done
+for verb in verify expand path scan objects create protection menu page doctor; do expect 0 "usage: zebdiag $verb" "" "$verb" --help; done
 expect 2 "" "--level takes a number from 1 to 5" verify x --level 6
 expect 2 "" "is needed" verify
 expect 2 "" "PATH is required" scan
@@ -100,7 +100,30 @@ expect 0 '"invoked":"OrloMenu","result":"0x00000000","started":true,"ended":true
 expect 1 'result 0x80004005' "refused" menu --invoke nimshellscan 'C:\windows\win.ini'
 expect 3 "" "there is no C:.missing" menu 'C:\missing'
 expect 3 'Orlo Shell Extensions, .*: 1 page~' "the property sheet could not be made" page
+
+# The doctor: a whole installation, then one broken in one place at a time.
+expect 0 'zebshell2.dll, the registered one~.*"&Scan with Halvora" was added.*~0 fault, 0 not known, ' "" doctor
+expect 0 '^\{"version":"[0-9.]+","library":"C:.*"id":"handler.item",.*"worst":"remark"\}~$' "" doctor --json
+# The folder with the newer Wine has no Python.
+if command -v python3 >/dev/null && ! python3 -m json.tool "$OUT/cli.out" >/dev/null; then
+    echo "[  FAILED  ] that is no JSON"
+    passed=$((passed - 1))
+fi
+wine reg delete 'HKCR\*\Shellex\ContextMenuHandlers\OrloMenu' /f >/dev/null
+expect 1 '~fault  [^~]*\(registration.handlers\)~[^~]*OrloMenu is missing~.*~1 fault, 0 not known, ' "" doctor
+libraries /s
+map="HKLM\\Software\\Corvane\\Isolation\\{6F1D2C3A-8B4E-4A57-9C60-D1E2F3A4B5C6}\\Tessel\\PathExpansionMap"
+wine reg delete "$map" /v INSTALLDIR /f >/dev/null
+expect 1 '~fault  [^~]*\(paths.tokens\)~[^~]*%installdir% is not in the map.*~1 fault, 3 not known, ' "" doctor
+wine regedit /S "$(windows_path "$OUT/install.reg")"
+mv "$PRODUCT/ScanAgent.exe" "$OUT/cli.scanner"
+expect 1 '~fault  [^~]*\(scan.scanner\)~[^~]*is not there, error 2~.*~1 fault, 2 not known, ' "" doctor
+mv "$OUT/cli.scanner" "$PRODUCT/ScanAgent.exe"
+printf 'x' | dd of="$PRODUCT/zebshell2.dll" bs=1 seek=5000 conv=notrunc status=none
+expect 1 '~fault  [^~]*\(library.signature\)~[^~]*0x80096010~.*~1 fault, 2 not known, ' "" doctor
+cp "$OUT/windows/stage/zebshell2.dll" "$PRODUCT/zebshell2.dll"
 libraries /u /s
+expect 1 '\(library.file\)~ *C:.no.dll, the one that was named, is not there, error 2~' "" doctor 'C:\no.dll'
 expect 1 "" "no handler added a page" page
 
 echo "[==========] $ran tests from 1 test suite ran."

@@ -7,7 +7,8 @@
 # All that is mounted, and all that runs, is in name spaces that end with the command, however it ends.
 source "$(dirname "$0")/common.sh"
 FOLDER="$OUT/wine10/debian"
-export HALVORA_WINEPREFIX="$OUT/wine10/prefix" HOME=/root
+# This Wine looks for a session's folder, and a program's stderr says so where there is none.
+export HALVORA_WINEPREFIX="$OUT/wine10/prefix" HOME=/root XDG_RUNTIME_DIR=/tmp
 cannot() {
     printf 'note: %s\n' "$*"
     exit 77

@@ -31,6 +31,9 @@ public:
 
     // The steps of Scan. Each may throw std::bad_alloc and nothing else, and leaves nothing open then.
 
+    // A new name in the temporary folder, where nothing is made yet. Unexpected when the folder cannot be told or is
+    // too long; `listFile` is untouched then.
+    tsLib::HResult NameListFile(std::u16string& listFile);
     // One line for each selected path, in order, as UTF-8 ending in CR LF. InvalidArgument without a drop list or
     // when the stream is bad after opening, Fail for an empty drop list. A list file that merely could not be opened
     // is Ok.
@@ -44,7 +47,6 @@ public:
     tsLib::HResult LaunchScanner(const std::u16string& listFile);
 
 private:
-    tsLib::HResult NameListFile(std::u16string& listFile);
     tsLib::HResult AskResolver(std::u16string& scanner);
     tsLib::HResult ReadInstalledApps(std::u16string& scanner);
 

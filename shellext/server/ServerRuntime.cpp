@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "resources/ProductKey.h"
 #include "shellext/server/ServerIds.h"
 #include "shellext/server/ServerModule.h"
 #include "tslib/platform/Locks.h"
@@ -53,7 +54,7 @@ bool ServerRuntime::LetGo() noexcept {
 ServerRuntime::ServerRuntime()
     : instance_(product_.Platform().modules.Own()),
       failureBox_(product_.Platform().desktop),
-      loader_(product_.Platform(), instance_.Get(), u"ZebShellRes.dll", product_.TrustVerifiers(),
+      loader_(product_.Platform(), instance_.Get(), kResourceModuleName, product_.TrustVerifiers(),
               product_.Components()),
       sharedLoader_(&loader_, kReportFailure, instance_, product_.Platform().trace, &failureBox_),
       scan_(product_.Platform(), product_.PathExpansion(), product_.TrustVerifiers()),

@@ -17,19 +17,6 @@ using tsLib::ToUtf8;
 using tsLib::TrustResult;
 using tsLib::VaneResult;
 
-std::string_view Name(KnownObject::Source source) {
-    switch (source) {
-        case KnownObject::Source::BuiltIn:
-            return "built-in";
-        case KnownObject::Source::FixedPlace:
-            return "fixed-place";
-        case KnownObject::Source::SettingsStore:
-            return "settings-store";
-        default:
-            return "registry";
-    }
-}
-
 std::string_view Name(VaneResult result) {
     switch (result) {
         case VaneResult::Success:
@@ -55,44 +42,19 @@ std::string_view Name(VaneResult result) {
     }
 }
 
-enum class Entries : std::uint8_t { NotLookedAt, NotLoaded, BothMissing, NoFactory, NoCount, Both };
-
-std::string_view Name(Entries entries) {
-    switch (entries) {
-        case Entries::NotLookedAt:
-            return "not looked at";
-        case Entries::NotLoaded:
-            return "module cannot be loaded";
-        case Entries::BothMissing:
-            return "both missing";
-        case Entries::NoFactory:
-            return "GetFactory missing";
-        case Entries::NoCount:
-            return "GetObjectCount missing";
-        default:
-            return "both there";
-    }
-}
-
-struct Look {
-    std::optional<std::u16string> path;  // nothing when the stored one cannot be expanded
-    std::optional<TrustResult> verdict;
-    Entries entries = Entries::NotLookedAt;
-};
-
-Entries FindEntries(tsLib::platform::Modules& modules, const std::u16string& path) {
+ObjectEntries FindEntries(tsLib::platform::Modules& modules, const std::u16string& path) {
     tsLib::platform::OwnedModule module(modules);
     if (Failed(modules.LoadAltered(path, module.Receive()))) {
-        return Entries::NotLoaded;
+        return ObjectEntries::NotLoaded;
     }
     const auto found = tsLib::ComponentEntryPoints::Find(modules, module.Get());
     if (found.getFactory == nullptr) {
-        return found.getObjectCount == nullptr ? Entries::BothMissing : Entries::NoFactory;
+        return found.getObjectCount == nullptr ? ObjectEntries::BothMissing : ObjectEntries::NoFactory;
     }
-    return found.getObjectCount == nullptr ? Entries::NoCount : Entries::Both;
+    return found.getObjectCount == nullptr ? ObjectEntries::NoCount : ObjectEntries::Both;
 }
 
-JsonObject ToJson(const KnownObject& object, const Look& look) {
+JsonObject ToJson(const KnownObject& object, const ObjectLook& look) {
     JsonObject json{{"id", ToUtf8(tsLib::ToText(object.id))}, {"source", Name(object.source)}};
     if (object.source == KnownObject::Source::BuiltIn) {
         return json;
@@ -111,7 +73,7 @@ JsonObject ToJson(const KnownObject& object, const Look& look) {
     return json;
 }
 
-void Print(const KnownObject& object, const Look& look, const Output& output) {
+void Print(const KnownObject& object, const ObjectLook& look, const Output& output) {
     output.Line(ToUtf8(tsLib::ToText(object.id)) + "  " + std::string(Name(object.source)));
     if (object.source == KnownObject::Source::BuiltIn) {
         return;
@@ -128,6 +90,50 @@ void Print(const KnownObject& object, const Look& look, const Output& output) {
 
 }  // namespace
 
+std::string_view Name(KnownObject::Source source) {
+    switch (source) {
+        case KnownObject::Source::BuiltIn:
+            return "built-in";
+        case KnownObject::Source::FixedPlace:
+            return "fixed-place";
+        case KnownObject::Source::SettingsStore:
+            return "settings-store";
+        default:
+            return "registry";
+    }
+}
+
+std::string_view Name(ObjectEntries entries) {
+    switch (entries) {
+        case ObjectEntries::NotLookedAt:
+            return "not looked at";
+        case ObjectEntries::NotLoaded:
+            return "module cannot be loaded";
+        case ObjectEntries::BothMissing:
+            return "both missing";
+        case ObjectEntries::NoFactory:
+            return "GetFactory missing";
+        case ObjectEntries::NoCount:
+            return "GetObjectCount missing";
+        default:
+            return "both there";
+    }
+}
+
+std::optional<ObjectLook> LookAt(const KnownObject& object, const Expander& expand, tsLib::TrustVerifiers& verifiers,
+                                 tsLib::platform::Modules& modules) {
+    std::u16string path;
+    if (!expand(object.storedPath, path)) {
+        return ObjectLook();
+    }
+    const tsLib::FileUse use = tsLib::JudgeFile(verifiers, path.c_str(), tsLib::kProductTrustLevel);
+    if (!use.judged) {
+        return std::nullopt;
+    }
+    return ObjectLook{path, use.verdict,
+                      use.verdict == TrustResult::Trusted ? FindEntries(modules, path) : ObjectEntries::NotLookedAt};
+}
+
 void AddObjectsVerb(Program& program, const ObjectLister& list, const Expander& expand,
                     tsLib::TrustVerifiers& verifiers, tsLib::platform::Modules& modules) {
     const Syntax verb{
@@ -141,22 +147,18 @@ void AddObjectsVerb(Program& program, const ObjectLister& list, const Expander& 
     program.Add(verb, [list, expand, &verifiers, &modules](const Given&, const Output& output) {
         std::vector<KnownObject> objects;
         const bool isRead = list(objects);
-        std::vector<Look> looks(objects.size());
+        std::vector<ObjectLook> looks(objects.size());
         bool areUsable = true;
         for (std::size_t i = 0; i < objects.size(); ++i) {
             if (objects[i].source == KnownObject::Source::BuiltIn) {
                 continue;
             }
-            Look& look = looks[i];
-            if (std::u16string path; expand(objects[i].storedPath, path)) {
-                const tsLib::FileUse use = tsLib::JudgeFile(verifiers, path.c_str(), tsLib::kProductTrustLevel);
-                if (!use.judged) {
-                    return output.Answer(ExitCode::Error, "no trust verifier could be made");
-                }
-                look = {path, use.verdict,
-                        use.verdict == TrustResult::Trusted ? FindEntries(modules, path) : Entries::NotLookedAt};
+            const auto look = LookAt(objects[i], expand, verifiers, modules);
+            if (!look) {
+                return output.Answer(ExitCode::Error, "no trust verifier could be made");
             }
-            areUsable = areUsable && look.entries == Entries::Both;
+            looks[i] = *look;
+            areUsable = areUsable && look->entries == ObjectEntries::Both;
         }
         JsonList members;
         for (std::size_t i = 0; i < objects.size(); ++i) {

@@ -23,6 +23,8 @@ class Console {
 public:
     virtual void Out(std::string_view line) = 0;
     virtual void Err(std::string_view line) = 0;
+    // Whether people read what Out is given, on a terminal that shows colours, and want them.
+    [[nodiscard]] virtual bool ShowsColours() const { return false; }
 
 protected:
     ~Console() = default;
@@ -45,6 +47,7 @@ public:
 
     [[nodiscard]] bool IsJson() const noexcept { return isJson_; }
     void Line(std::string_view line) const { console_.Out(line); }
+    [[nodiscard]] bool IsColoured() const { return !isJson_ && console_.ShowsColours(); }
     // On one line; U+FFFD takes the place of what is not UTF-8.
     void Object(const JsonObject& object) const;
     // Each line of the text, moved to the right.

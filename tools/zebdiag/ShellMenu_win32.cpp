@@ -60,11 +60,18 @@ std::u16string CommandText(IContextMenu& menu, std::uint32_t offset, UINT type) 
 
 class Win32ShellMenu final : public ShellMenu {
 public:
-    Win32ShellMenu(const tsLib::platform::Platform& platform, std::vector<std::u16string> paths)
+    // With `only`, no other handler is asked, and the menu has no items of the shell's own.
+    Win32ShellMenu(const tsLib::platform::Platform& platform, std::vector<std::u16string> paths,
+                   const RegisteredHandler* only = nullptr)
         : paths_(std::move(paths)),
           watch_(platform),
           selection_(std::make_unique<ShellSelection>(MakeSelection(paths_))) {
         contents_.whyOwnObject = selection_->whyOwn;
+        if (only != nullptr) {
+            Ask(*only);
+            ReadItems();
+            return;
+        }
         AppendMenuW(menu_.Get(), MF_STRING, kOpenId, L"&Open");
         SetMenuDefaultItem(menu_.Get(), kOpenId, FALSE);
         for (const RegisteredHandler& registration :
@@ -227,6 +234,11 @@ std::unique_ptr<ShellMenu> MakeWin32ShellMenu(const tsLib::platform::Platform& p
         }
     }
     return std::make_unique<Win32ShellMenu>(platform, std::move(paths));
+}
+
+std::unique_ptr<ShellMenu> MakeWin32HandlerMenu(const tsLib::platform::Platform& platform,
+                                                const RegisteredHandler& handler, std::u16string path) {
+    return std::make_unique<Win32ShellMenu>(platform, std::vector<std::u16string>{std::move(path)}, &handler);
 }
 
 }  // namespace HVR::zebdiag

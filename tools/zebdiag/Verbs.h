@@ -69,6 +69,20 @@ struct KnownObject {
     Source source{};
     std::u16string storedPath;  // path tokens included; empty for a built-in object
 };
+[[nodiscard]] std::string_view Name(KnownObject::Source source);
+
+enum class ObjectEntries : std::uint8_t { NotLookedAt, NotLoaded, BothMissing, NoFactory, NoCount, Both };
+[[nodiscard]] std::string_view Name(ObjectEntries entries);
+
+struct ObjectLook {
+    std::optional<std::u16string> path;  // nothing when the stored one cannot be expanded
+    std::optional<tsLib::TrustResult> verdict;
+    ObjectEntries entries = ObjectEntries::NotLookedAt;
+};
+// Nothing when no trust verifier could be made. Not for built-in objects.
+[[nodiscard]] std::optional<ObjectLook> LookAt(const KnownObject& object, const Expander& expand,
+                                               tsLib::TrustVerifiers& verifiers, tsLib::platform::Modules& modules);
+
 using ObjectLister = std::function<bool(std::vector<KnownObject>& objects)>;
 void AddObjectsVerb(Program& program, const ObjectLister& list, const Expander& expand,
                     tsLib::TrustVerifiers& verifiers, tsLib::platform::Modules& modules);

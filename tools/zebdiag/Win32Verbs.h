@@ -20,6 +20,10 @@ namespace HVR::zebdiag {
 [[nodiscard]] std::unique_ptr<ShellMenu> MakeWin32ShellMenu(const tsLib::platform::Platform& platform,
                                                             std::vector<std::u16string> paths);
 
+// The same, but empty before this handler alone is asked.
+[[nodiscard]] std::unique_ptr<ShellMenu> MakeWin32HandlerMenu(const tsLib::platform::Platform& platform,
+                                                              const RegisteredHandler& handler, std::u16string path);
+
 // The Display control panel's property sheet, made as a control panel makes it.
 [[nodiscard]] PageSheet RunDisplaySheet(tsLib::platform::Registry& registry, bool show,
                                         const std::function<void()>& onShown);

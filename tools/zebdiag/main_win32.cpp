@@ -3,6 +3,7 @@
 
 #include "AgentCore/ProductInstallPathResolver.h"
 #include "companions/protection/Win32SuspensionMarks_win32.h"
+#include "tools/zebdiag/DoctorMachine_win32.h"
 #include "tools/zebdiag/Win32Verbs.h"
 #include "tslib/ISettingsStore.h"
 #include "tslib/IVerifyTrust.h"
@@ -26,6 +27,14 @@ class Win32Console final : public Console {
 public:
     void Out(std::string_view line) override { Write(STD_OUTPUT_HANDLE, line); }
     void Err(std::string_view line) override { Write(STD_ERROR_HANDLE, line); }
+    // NO_COLOR with any text in it asks for none. Consoles that do not take escape sequences refuse the mode.
+    [[nodiscard]] bool ShowsColours() const override {
+        constexpr DWORD kEscapeSequences = 0x4;  // ENABLE_VIRTUAL_TERMINAL_PROCESSING
+        const HANDLE handle = GetStdHandle(STD_OUTPUT_HANDLE);
+        DWORD mode = 0;
+        return GetEnvironmentVariableW(L"NO_COLOR", nullptr, 0) <= 1 && GetConsoleMode(handle, &mode) != 0 &&
+               SetConsoleMode(handle, mode | kEscapeSequences) != 0;
+    }
 
 private:
     static void Write(DWORD standardHandle, std::string_view line) {
@@ -115,6 +124,7 @@ ExitCode Run(int count, wchar_t** values) {
         return runtime.PathExpansion().Expand(text, expanded);
     };
     static Win32Console console;  // trace records may come until the process ends
+    Win32DoctorMachine machine(platform);
     Program program(console, [&] { ShowTrace(console); });
     AddVerifyVerb(program, platform, runtime.TrustVerifiers(), FindLoadedModule);
     AddExpandVerb(program, expand);
@@ -137,6 +147,7 @@ ExitCode Run(int count, wchar_t** values) {
         return runtime.Components().Create(objectId, interfaceId, object);
     });
     AddProtectionVerb(program, [](bool& isSuspended) { return Win32SuspensionMarks().IsAnySet(isSuspended); });
+    AddDoctorVerb(program, platform, machine, Win32FullPath);
     return program.Call(arguments);
 }
 
