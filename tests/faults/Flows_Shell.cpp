@@ -1,5 +1,6 @@
 // What the shell extension does: registration, a click, the strings of its language, its page.
 #include "companions/pages/PageContent.h"
+#include "companions/pages/resource.h"
 #include "resources/RefCountedAtlResourceLoader.h"
 #include "resources/ResourceLoader.h"
 #include "shellext/MenuCommand.h"
@@ -8,6 +9,7 @@
 #include "shellext/ScanRequest.h"
 #include "tests/fakes/FakeShell.h"
 #include "tests/faults/Flow.h"
+#include "tslib/Utf8.h"
 
 namespace tests {
 namespace {
@@ -223,13 +225,24 @@ struct Page : Flow {
     Page() {
         registry.PutText(kMachine, HVR::kProductKey, u"Home Directory", u"C:\\Prog");
         registry.PutValue(kMachine, HVR::kProductKey, HVR::kOrientationValue, DwordValue(HVR::kOrientationRefusal));
+        disk.PutStrings(u"C:\\zebpages.dll", {{TEXT_UNKNOWN, u"not known"}, {TEXT_ALLOWED, u"allowed"}});
+        EXPECT_EQ(modules.MapResources(u"C:\\zebpages.dll", module), SystemError::Success);
     }
+    ~Page() override { modules.DropResources(module); }
     std::string Run() override {
-        const HVR::PageContent page = HVR::MakePageContent(registry, u"1.2.3", HVR::kSelectionPage);
-        EXPECT_NE(page.state.find(u"not allowed"), page.state.npos);
-        return page.folder == u"C:\\Prog" ? "known" : page.folder == u"not known" ? "not known" : "wrong";
+        std::string folder;
+        for (const auto& [control, text] :
+             HVR::MakePageContent(registry, modules, module, u"1.2.3", HVR::kSelectionPage)) {
+            EXPECT_NE(text, u"allowed");
+            folder = control == PAGE_FOLDER ? tsLib::ToUtf8(text) : folder;
+        }
+        return folder;
     }
-    bool IsDocumented(const std::string& answer, SystemError) const override { return answer == "not known"; }
+    bool IsDocumented(const std::string& answer, SystemError) const override {
+        return answer == "not known" || answer.empty();
+    }
+
+    ModuleHandle module{};
 };
 
 }  // namespace
