@@ -11,6 +11,26 @@ namespace {
 using namespace tsLib::platform;
 win32::Win32Platform& platform = win32::Win32Platform::Instance();
 
+TEST(Win32Classes, MemoryRunningOut_LeavesNothingOpen) {
+    const ScratchFolder folder(L"hvw");
+    const std::u16string path = folder.Path() + u"good.exe";
+    ASSERT_TRUE(PutBytes(path, GetBytes(Sample(u"good.exe"))));
+    bool fired = true;
+    for (std::uint32_t n = 1; fired && n < 1000; ++n) {
+        const FailingNew failing(n);
+        try {
+            OwnedSignature signature(platform.signatures);
+            EXPECT_EQ(platform.signatures.Open(path, signature.Receive()), SystemError::Success);
+            OwnedSearch search(platform.files);
+            FoundEntry entry;
+            EXPECT_EQ(platform.files.FindFirst(folder.Path() + u"*.exe", search.Receive(), entry),
+                      SystemError::Success);
+            EXPECT_FALSE(fired = failing.Fired()) << "swallowed";
+        } catch (const std::bad_alloc&) {
+        }
+    }
+}
+
 TEST(Win32Classes, PathThatHoldsANul_IsNeverCutToAnotherName) {
     const std::u16string whole = Sample(u"good.exe");
     const std::u16string path = whole + std::u16string(u"\0x", 2);
