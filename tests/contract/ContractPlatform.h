@@ -6,12 +6,10 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <map>
 #include <memory>
 
 #include "SignerNamesConfig.h"
-#include "tslib/platform/DropList.h"
 #include "tslib/platform/Platform.h"
 #include "tslib/platform/TextOutput.h"
 
@@ -38,16 +36,12 @@ struct ContractTest : testing::Test, protected Platform {
     [[nodiscard]] static std::pair<SystemError, std::shared_ptr<void>> TryWrite(const std::u16string& path);
     // What somebody is answered who exchanges two files or folders by renaming, which he then has done.
     [[nodiscard]] static SystemError TrySwap(const std::u16string& one, const std::u16string& other);
-    // Another name of an existing file.
-    static void Link(const std::u16string& path, const std::u16string& existing);
     // A binary value of any size in the scratch key, which is made in the 64-bit view.
     void PutBinaryValue(const char16_t* name, std::size_t bytes);
     // The name lives as long as the process.
     static void SetEnvironment(const char16_t* name, const std::u16string& value);
     // An unsigned catalog in the system's catalog folder that lists the SHA-1 hash of unsigned.exe.
     static void PutCatalog(const char16_t* name);
-    // Makes a drop list of wide paths for the length of `use`.
-    static void WithDropList(const std::vector<std::u16string>& items, const std::function<void(DropList&)>& use);
 
     // A folder in the scratch folder whose path is longer than 260 characters, ending in a backslash.
     [[nodiscard]] std::u16string MakeDeepFolder() {

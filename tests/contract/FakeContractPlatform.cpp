@@ -66,9 +66,6 @@ std::pair<SystemError, std::shared_ptr<void>> ContractTest::TryWrite(const std::
 SystemError ContractTest::TrySwap(const std::u16string& one, const std::u16string& other) {
     return world->disk.TrySwap(one, other);
 }
-void ContractTest::Link(const std::u16string& path, const std::u16string& existing) {
-    world->disk.Link(path, existing);
-}
 void ContractTest::PutBinaryValue(const char16_t* name, std::size_t bytes) {
     world->registry.PutValue(RegistryRoot::LocalMachine, scratch, name, {kValueBinary, Bytes(bytes)});
 }
@@ -77,10 +74,6 @@ void ContractTest::SetEnvironment(const char16_t* name, const std::u16string& va
 }
 void ContractTest::PutCatalog(const char16_t* name) {
     world->disk.List(kSamples + u"unsigned.exe", u"C:\\Windows\\CatRoot\\" + std::u16string(name));
-}
-void ContractTest::WithDropList(const std::vector<std::u16string>& items, const std::function<void(DropList&)>& use) {
-    FakeDropList list(*world, items);
-    use(list);
 }
 
 }  // namespace tests

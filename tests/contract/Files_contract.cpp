@@ -1,4 +1,4 @@
-// Files, text outputs and drop lists.
+// Files and text outputs.
 #include "tests/contract/ContractPlatform.h"
 #include "tslib/platform/AsciiCase.h"
 
@@ -238,32 +238,9 @@ TEST_F(TextOutputContract, WhatCannotBeOpened_IsFailedOrBad_AndSwallowsLines_Unt
         EXPECT_EQ(output.State(), state);
     }
     reader.Reset();
-    Link(path + u"2", path);                             // its other name keeps the text
-    for (const char16_t* const suffix : {u"1", u"2"}) {  // starts anew
-        ASSERT_EQ(output.Open(path + suffix), StreamState::Good);
-        output.WriteLine("line");
-    }
-    EXPECT_EQ(FileText(path + u"1") + FileText(path + u"2") + FileText(path), "line\r\nline\r\nkept");
-}
-
-using DropListContract = ContractTest;
-
-TEST_F(DropListContract, Items_ComeWhole_InAnyOrder_AndAgain) {
-    const std::vector<std::u16string> items{u"C:\\b",
-                                            u"C:\\a",
-                                            u"C:\\b",
-                                            u"C:\\Gr\u00FC\u00DFe \u4F60\u597D \U0001F600",
-                                            {u'C', 0xD800, u'x', 0xDC00},
-                                            u"\\\\server\\x",
-                                            u"C:\\" + std::u16string(1000, u'n')};
-    WithDropList({}, [](DropList& list) { EXPECT_TRUE(list.IsPresent() && list.Count() == 0); });
-    WithDropList(items, [&](DropList& list) {
-        EXPECT_EQ(list.Count(), items.size());
-        for (const std::uint32_t index : {6U, 5U, 4U, 3U, 2U, 1U, 0U, 1U, 6U}) {
-            EXPECT_EQ(list.Item(index), items[index]);
-        }
-        EXPECT_EQ(list.Item(7) + list.Item(0xFFFFFFFF), u"");
-    });
+    ASSERT_EQ(output.Open(path), StreamState::Good);  // starts anew
+    output.WriteLine("line");
+    EXPECT_EQ(FileText(path), "line\r\n");
 }
 
 }  // namespace

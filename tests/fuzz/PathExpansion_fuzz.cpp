@@ -19,37 +19,17 @@ const std::u16string kMap =
 
 void PutEntry(FakeRegistry& registry, const std::u16string& line) {
     const auto [name, folder] = fuzz::Split(line.substr(1), u'=');
-    RegistryValue value = StoredText(folder);
-    switch (line.front()) {
-        case u'e':
-            value.type = kValueExpandText;
-            break;
-        case u'u':
-            value = StoredText(folder, kValueText, false);
-            break;
-        case u'o':
-            value.data.push_back(std::byte{0x41});
-            break;
-        case u'b':
-            value.type = kValueBinary;
-            break;
-        case u'd':
-            value.type = kValueDword;
-            break;
-        case u'n':
-            value.type = 0;
-            value.data.clear();
-            break;
-        case u'l':
-            value = StoredText(std::u16string(32'760, u'x') + folder);
-            break;
-        case u'k':
-            registry.PutValue(RegistryRoot::LocalMachine, kMap + u"\\" + name, u"Path64", std::move(value), kKeyView32);
-            return;
-        default:
-            break;
+    const char16_t kind = line.front();
+    RegistryValue value =
+        StoredText(kind == u'l' ? std::u16string(32'760, u'x') + folder : folder, kValueText, kind != u'u');
+    for (const auto& [letter, type] :
+         {std::pair(u'e', kValueExpandText), {u'b', kValueBinary}, {u'd', kValueDword}, {u'n', 0U}}) {
+        value.type = kind == letter ? type : value.type;
     }
-    registry.PutValue(RegistryRoot::LocalMachine, kMap, name, std::move(value), kKeyView32);
+    value.data.resize(kind == u'n' ? 0 : value.data.size() + (kind == u'o' ? 1 : 0));
+    const bool isKey = kind == u'k';
+    registry.PutValue(RegistryRoot::LocalMachine, isKey ? kMap + u"\\" + name : kMap, isKey ? u"Path64" : name,
+                      std::move(value), kKeyView32);
 }
 
 // Pairs of backslashes become single ones for as long as there are any; a leading pair stays.

@@ -1,6 +1,6 @@
 // What somebody else may have put where the library looks, or where others would: no crash and no hang, nothing of his
 // is loaded or started, and when it is gone all is as before.
-#include "tests/wine/ScanClick.h"
+#include "tests/wine/ShellServer.h"
 
 namespace tests {
 namespace {
@@ -9,18 +9,56 @@ using namespace std::string_literals;
 
 const std::wstring kItem = L"&Scan with Halvora";
 
-// With everything that a click uses.
-struct Attacks : testing::Test, ScanWorld {
+// Of the processes that the library started, which have ended.
+std::u16string commandLines;
+DWORD exitCode = 0;
+bool isStarting = true;  // otherwise none is
+
+template <class... Rest>
+BOOL WINAPI StartAndWait(const wchar_t* application, wchar_t* commandLine, Rest... rest) {
+    commandLines += FromWide(commandLine);
+    const BOOL made = isStarting && CreateProcessW(application, commandLine, rest...);
+    const HANDLE process = std::get<PROCESS_INFORMATION*>(std::tuple(rest...))->hProcess;
+    if (made && WaitForSingleObject(process, 60000) == WAIT_OBJECT_0) {
+        GetExitCodeProcess(process, &exitCode);
+    }
+    return made;
+}
+
+// An installation with everything that a click uses.
+struct Attacks : testing::Test {
     Attacks() {
+        isStarting = true;
+        installation.PutOrientation(1);
         installation.PutEnglishStrings();
+        for (const std::u16string& folder : {product, temporary}) {
+            EXPECT_TRUE(CreateDirectoryW(ToWide(folder), nullptr));
+        }
         for (const char16_t* const name : {u"tsVrTrst.dll", u"tsSet.dll", u"tsQrtCtl.dll"}) {
             installation.PutProduct(name);
         }
         PutControl(u"%TSROOTX64%\\tsQrtCtl.dll");
-        PutScanner(Sample(u"good.exe"));
+        PutPlace(product);
+        PutScanner(u"good.exe");
     }
-    void PutControl(const std::u16string& module) { installation.PutObject(tsLib::OBJID_QrtControl, module); }
     static void TearDownTestSuite() { std::cout << "note: " << clicks << " clicks\n"; }
+    void PutControl(const std::u16string& module) { installation.PutObject(tsLib::OBJID_QrtControl, module); }
+    void PutPlace(const std::u16string& folder) {
+        installation.PutText(u"Tessel\\PathExpansionMap\\INSTALLDIR", L"Path64", folder);
+    }
+    void PutScanner(const char16_t* sample) { installation.Put(Sample(sample), u"The Product\\ScanAgent.exe"); }
+    HRESULT Click(const std::vector<std::u16string>& items = {u"C:\\a"}) {
+        const ShellLibrary library(path);
+        const ImportPatch createProcess(library.Get(), &CreateProcessW, &StartAndWait);
+        const ImportPatch clock(library.Get(), &GetSystemTime, time);
+        TestDataObject data(items);
+        const auto init = library.NewHandler<IShellExtInit>();
+        EXPECT_EQ(init->Initialize(nullptr, &data, nullptr), S_OK);
+        ComPtr<IContextMenu> handler;
+        EXPECT_EQ(init.As(&handler), S_OK);
+        item = MenuItem(*handler.Get());
+        return Invoke(*handler.Get());
+    }
     // The item and the scanner, as "item started", "item", "started" or "". Nothing else may come of a click.
     std::string WhatComes() {
         commandLines.clear();
@@ -28,14 +66,39 @@ struct Attacks : testing::Test, ScanWorld {
         EXPECT_EQ(Click(), S_OK);
         EXPECT_TRUE(item.empty() || item == kItem) << testing::PrintToString(item);
         const bool isStarted = !commandLines.empty();
-        EXPECT_TRUE(!isStarted || ((exitCode == 7 || start != &StartAndWait) &&
-                                   commandLines.starts_with(u'"' + product + u"ScanAgent.exe\" ")));
+        EXPECT_TRUE(!isStarted ||
+                    ((exitCode == 7 || !isStarting) && commandLines.starts_with(u'"' + product + u"ScanAgent.exe\" ")));
         return std::string(item.empty() ? "" : "item") + (!item.empty() && isStarted ? " " : "") +
                (isStarted ? "started" : "");
     }
 
     static inline std::size_t clicks = 0;
+    Installation installation;
+    const std::u16string product = installation.Folder() + u"The Product\\";
+    const std::u16string temporary = installation.Folder() + u"temp\\";
+    const std::u16string path = installation.PutProduct(u"zebshell2.dll");
+    const VariableForTest variable{L"TMP", temporary};
+    decltype(&GetSystemTime) time = &GetSystemTime;
+    std::wstring item;  // of the last click
 };
+
+struct ScanClick : Attacks {
+    static void TearDownTestSuite() {}
+};
+
+TEST_F(ScanClick, StartsTheVerifiedScannerOnTheList_AndNoOther) {
+    PutScanner(u"tampered.exe");
+    EXPECT_EQ(WhatComes(), "item");
+    PutScanner(u"good.exe");
+    EXPECT_EQ(Click({u"C:\\", u"C:\\" + std::u16string(400, u'x') + u"\\\u65E5\u672C"}), S_OK);
+    EXPECT_EQ(exitCode, 7U);
+    const std::u16string list = temporary + u"ScanList";
+    const std::u16string line = u"\"" + product + u"ScanAgent.exe\" /UTF8 /Async /RightClickScan \"" + list;
+    ASSERT_TRUE(commandLines.starts_with(line) && commandLines.ends_with(u'"'));
+    commandLines.pop_back();
+    EXPECT_EQ(GetBytes(commandLines.substr(line.size() - list.size())),
+              "C:\\\r\nC:\\" + std::string(400, 'x') + "\\\xE6\x97\xA5\xE6\x9C\xAC\r\n");
+}
 
 TEST_F(Attacks, FilesPlantedWhereOthersLook_AreNotTaken) {
     const ScratchFolder planted(L"hvp");
@@ -70,7 +133,7 @@ TEST_F(Attacks, FilesPlantedWhereOthersLook_AreNotTaken) {
     // What a command line without quotes would start.
     installation.Put(Staged(u"zebdiag.exe"), u"The.exe");
     PutPlace(product);
-    PutScanner(Sample(u"good.exe"));
+    PutScanner(u"good.exe");
     EXPECT_EQ(WhatComes(), "started");
 }
 
@@ -90,7 +153,7 @@ void WINAPI StopTheClock(SYSTEMTIME* now) { *now = {2026, 1, 4, 1, 0, 0, 0, 0}; 
 TEST_F(Attacks, WhatHasTheListsName_IsReplaced_AndLostUnderNoOtherName) {
     time = &StopTheClock;
     EXPECT_EQ(WhatComes(), "item started");
-    start = &KeepCommandLine;
+    isStarting = false;
     const std::size_t at = commandLines.find(temporary);
     ASSERT_NE(at, commandLines.npos);
     const std::u16string list = commandLines.substr(at, commandLines.size() - at - 1);
@@ -117,7 +180,7 @@ TEST_F(Attacks, WhatHasTheListsName_IsReplaced_AndLostUnderNoOtherName) {
 }
 
 TEST_F(Attacks, RegistryValuesOfAnyTypeAndSize_NeverLeadElsewhere) {
-    start = &KeepCommandLine;
+    isStarting = false;
     const std::wstring map = installation.Key(u"Tessel\\PathExpansionMap");
     const std::tuple<std::wstring, const wchar_t*, std::u16string> values[] = {
         {map, L"TSROOTX64", installation.Folder()},

@@ -146,6 +146,13 @@ private:
     return text;
 }
 
+// A call of the first command.
+[[nodiscard]] inline HRESULT Invoke(IContextMenu& handler) {
+    CMINVOKECOMMANDINFO information{};
+    information.cbSize = sizeof(information);
+    return handler.InvokeCommand(&information);
+}
+
 // A data object that gives drop lists away, or answers as it is told. Lives on the stack: counts references but frees
 // nothing.
 class TestDataObject final : public IDataObject {
@@ -184,8 +191,6 @@ public:
     std::function<HRESULT(STGMEDIUM&)> answer;
     ULONG references = 1;
     std::vector<FORMATETC> asked;
-
-private:
 };
 
 }  // namespace tests

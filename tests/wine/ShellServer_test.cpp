@@ -1,7 +1,6 @@
 // COM's rules on the real library.
 #include "tests/wine/ShellServer.h"
 
-#include <atomic>
 #include <set>
 #include <thread>
 
@@ -112,38 +111,6 @@ TEST_F(ShellServer, Aggregated_TheOuterObjectCountsAndAnswers) {
     }
     EXPECT_EQ(outer.references, 1U);
     EXPECT_EQ(library.CanUnloadNow(), S_FALSE);
-}
-
-// Two apartments make and release handlers of the registered library: it comes with the first one, loads strings and
-// the verified control component, and goes when it is asked to between two objects.
-TEST(RegisteredServer, TwoApartments_ComponentsAndStringsComeAndGoWithTheModule) {
-    Installation installation;
-    const std::u16string path = installation.PutProduct(u"zebshell2.dll");
-    installation.PutProduct(u"tsVrTrst.dll");
-    installation.PutEnglishStrings();
-    installation.PutObject(tsLib::OBJID_QrtControl, installation.PutSample(u"component.dll"));
-    EXPECT_EQ(ShellLibrary(path).Call("DllRegisterServer"), S_OK);
-    std::atomic<int> items{0};
-    const auto apartment = [&] {
-        ASSERT_TRUE(SUCCEEDED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)));
-        for (int i = 0; i < 50; ++i) {
-            ComPtr<IContextMenu> menu;
-            if (SUCCEEDED(CoCreateInstance(HVR::kHandlerClassId, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&menu)))) {
-                items += MenuItem(*menu.Get()) == L"&Scan with Halvora" ? 1 : 0;
-            }
-            menu.Reset();
-            CoFreeUnusedLibrariesEx(0, 0);
-        }
-        CoUninitialize();
-    };
-    std::thread other(apartment);
-    apartment();
-    other.join();
-    EXPECT_EQ(items, 100);
-    CoFreeUnusedLibrariesEx(0, 0);
-    CoFreeUnusedLibrariesEx(0, 0);
-    EXPECT_FALSE(IsLoaded(path));
-    EXPECT_EQ(ShellLibrary(path).Call("DllUnregisterServer"), S_OK);
 }
 
 }  // namespace

@@ -81,8 +81,7 @@ TEST(VerifierWithCatalogs, Member_IsTrustedThroughASha256Catalog) {
     if (!win32::Win32Platform::Instance().catalogs.HasSha256Hash()) {
         GTEST_SKIP() << "this platform has none";
     }
-    const auto imported = reinterpret_cast<decltype(&Search)>(
-        reinterpret_cast<void*>(GetProcAddress(LoadLibraryW(L"wintrust.dll"), "CryptCATAdminEnumCatalogFromHash")));
+    const auto imported = SystemFunction<decltype(Search)>(L"wintrust.dll", "CryptCATAdminEnumCatalogFromHash");
     const ImportPatch search(GetModuleHandleW(nullptr), imported, &Search);
     ExpectVerdicts(u"-sha256");
 }

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
-#include <array>
 #include <cstring>
 
 #include "tslib/platform/win32/CallArguments.h"
@@ -14,77 +13,43 @@ namespace {
 using namespace tsLib::platform;
 using namespace tsLib::platform::win32;
 
-constexpr GUID kGenericVerify{0x00AAC56B, 0xCD44, 0x11D0, {0x8C, 0xC2, 0x00, 0xC0, 0x4F, 0xC2, 0x95, 0xEE}};
-constexpr GUID kDriverVerify{0xF750E6C3, 0x38EE, 0x11D1, {0x85, 0xE5, 0x00, 0xC0, 0x4F, 0xC2, 0x95, 0xEE}};
-
-constexpr struct {
-    TrustAction action;
-    RevocationCheck revocation;
-    const GUID& id;
-    DWORD revocationChecks, providerFlags;
-} kTrustRows[] = {
-    {TrustAction::GenericVerifyV2, RevocationCheck::None, kGenericVerify, 0, 0x10},
-    {TrustAction::DriverVerify, RevocationCheck::WholeChain, kDriverVerify, 1, 0x40},
-};
-
 template <class Structure>
 bool Same(const Structure& one, const Structure& other) {
     return std::memcmp(&one, &other, sizeof(one)) == 0;
 }
 
-// Fields that are not named here are zero.
-void ExpectTrust(const TrustArguments& arguments, const decltype(kTrustRows[0])& row, DWORD unionChoice,
-                 WINTRUST_FILE_INFO* subject) {
-    WINTRUST_DATA data{};
-    data.cbStruct = sizeof(data);
-    data.dwUIChoice = 2;
-    data.fdwRevocationChecks = row.revocationChecks;
-    data.dwUnionChoice = unionChoice;
-    data.pFile = subject;
-    data.dwProvFlags = row.providerFlags;
-    EXPECT_TRUE(Same(arguments.data, data));
-    EXPECT_TRUE(IsEqualGUID(arguments.id, row.id));
-    EXPECT_EQ(reinterpret_cast<std::intptr_t>(arguments.window), -1);
-}
-
-TEST(Win32Arguments, TrustInAFile) {
+// That the right paths, tags and hashes are told, verdicts show.
+TEST(Win32Arguments, Trust_IsAskedWithoutAWindowOrState_OverTheWholeChainOrNoRevocationAtAll) {
+    constexpr GUID kGenericVerify{0x00AAC56B, 0xCD44, 0x11D0, {0x8C, 0xC2, 0x00, 0xC0, 0x4F, 0xC2, 0x95, 0xEE}};
+    constexpr GUID kDriverVerify{0xF750E6C3, 0x38EE, 0x11D1, {0x85, 0xE5, 0x00, 0xC0, 0x4F, 0xC2, 0x95, 0xEE}};
     const std::u16string path = u"C:\\a.exe";
-    WINTRUST_FILE_INFO file{};
-    file.cbStruct = sizeof(file);
-    file.pcwszFilePath = ToWide(path);
-    file.hFile = reinterpret_cast<HANDLE>(0x5678);
-    for (const auto& row : kTrustRows) {
-        FileTrustArguments arguments(path, FileHandle{0x5678}, row.action, row.revocation);
-        ExpectTrust(arguments, row, 1, &arguments.file);
-        EXPECT_TRUE(Same(arguments.file, file));
-    }
-}
-
-TEST(Win32Arguments, TrustInACatalogMember) {
-    const std::u16string catalog = u"C:\\a.cat";
-    const std::u16string path = u"C:\\a.exe";
-    const std::u16string tag = u"0A0B";
-    std::array<std::byte, 20> hash{};
-    const CatalogMember member{catalog, path, FileHandle{0x5678}, tag, hash, CatalogContextHandle{0x1234}};
-    WINTRUST_CATALOG_INFO info{};
-    info.cbStruct = sizeof(WINTRUST_CATALOG_INFO) + sizeof(HCATADMIN);
-    info.pcwszCatalogFilePath = ToWide(catalog);
-    info.pcwszMemberTag = ToWide(tag);
-    info.pcwszMemberFilePath = ToWide(path);
-    info.hMemberFile = reinterpret_cast<HANDLE>(0x5678);
-    info.pbCalculatedFileHash = reinterpret_cast<BYTE*>(hash.data());
-    info.cbCalculatedFileHash = 20;
-    for (const auto& row : kTrustRows) {
-        CatalogTrustArguments arguments(member, row.action, row.revocation);
-        ExpectTrust(arguments, row, 2, reinterpret_cast<WINTRUST_FILE_INFO*>(&arguments.catalog));
-        EXPECT_TRUE(Same(arguments.catalog.base, info));
-        EXPECT_EQ(arguments.catalog.admin, reinterpret_cast<HCATADMIN>(0x1234));
+    const CatalogMember member{path, path, FileHandle{0x5678}, path, {}, CatalogContextHandle{0x1234}};
+    for (const auto& [action, revocation, id, wholeChain, flags] :
+         {std::tuple(TrustAction::GenericVerifyV2, RevocationCheck::None, kGenericVerify, 0U, 0x10U),
+          std::tuple(TrustAction::DriverVerify, RevocationCheck::WholeChain, kDriverVerify, 1U, 0x40U)}) {
+        FileTrustArguments file(path, FileHandle{0x5678}, action, revocation);
+        CatalogTrustArguments catalog(member, action, revocation);
+        WINTRUST_DATA data{};  // what is not named here is zero
+        data.cbStruct = sizeof(data);
+        data.dwUIChoice = 2;
+        data.fdwRevocationChecks = wholeChain;
+        data.dwProvFlags = flags;
+        for (TrustArguments* const arguments :
+             {static_cast<TrustArguments*>(&file), static_cast<TrustArguments*>(&catalog)}) {
+            data.dwUnionChoice = arguments == &file ? 1 : 2;
+            data.pFile = arguments->data.pFile;
+            EXPECT_TRUE(Same(arguments->data, data) && IsEqualGUID(arguments->id, id));
+            EXPECT_EQ(reinterpret_cast<std::intptr_t>(arguments->window), -1);
+        }
+        EXPECT_TRUE(file.data.pFile == &file.file && catalog.data.pCatalog == &catalog.catalog.base);
+        EXPECT_EQ(file.file.hFile, reinterpret_cast<HANDLE>(0x5678));
+        EXPECT_EQ(catalog.catalog.base.hMemberFile, reinterpret_cast<HANDLE>(0x5678));
+        EXPECT_EQ(catalog.catalog.base.cbStruct, sizeof(WINTRUST_CATALOG_INFO) + sizeof(HCATADMIN));
+        EXPECT_EQ(catalog.catalog.admin, reinterpret_cast<HCATADMIN>(0x1234));
     }
     // The end of the catalogs is no other error.
-    EXPECT_TRUE(IsEndOfCatalogs(1168, true) && IsEndOfCatalogs(1168, false));
-    EXPECT_TRUE(IsEndOfCatalogs(18, true) && IsEndOfCatalogs(18, false));
-    EXPECT_TRUE(IsEndOfCatalogs(2, true) && !IsEndOfCatalogs(2, false));
-    EXPECT_FALSE(IsEndOfCatalogs(0, true) || IsEndOfCatalogs(5, true) || IsEndOfCatalogs(259, false));
+    EXPECT_TRUE(IsEndOfCatalogs(1168, false) && IsEndOfCatalogs(18, false) && IsEndOfCatalogs(2, true));
+    EXPECT_FALSE(IsEndOfCatalogs(2, false) || IsEndOfCatalogs(0, true) || IsEndOfCatalogs(5, true));
 }
 
 TEST(Win32Arguments, AProcess_InheritsNoHandles_AndStartsPlainly) {

@@ -1,4 +1,5 @@
 // What the Win32 classes promise beyond the contract suites.
+#include "companions/protection/Win32SuspensionMarks_win32.h"
 #include "tests/fakes/FailingNew.h"
 #include "tests/wine/WinStaging.h"
 #include "tslib/platform/win32/PlatformPath.h"
@@ -10,47 +11,22 @@ namespace {
 using namespace tsLib::platform;
 win32::Win32Platform& platform = win32::Win32Platform::Instance();
 
-// Each operation opens something, and closes what is open at its end.
-TEST(Win32Classes, MemoryRunningOut_IsBadAllocAndLeavesNothingOpen_AndClosingKeepsTheLastError) {
+TEST(Win32Classes, MemoryRunningOut_LeavesNothingOpen) {
     const ScratchFolder folder(L"hvw");
     const std::u16string path = folder.Path() + u"good.exe";
     ASSERT_TRUE(PutBytes(path, GetBytes(Sample(u"good.exe"))));
-    FoundEntry entry;
-    const auto good = [](SystemError error) {
-        EXPECT_EQ(error, SystemError::Success);
-        SetLastError(4711);
-    };
-    const std::function<void()> operations[] = {
-        [&] {
+    bool fired = true;
+    for (std::uint32_t n = 1; fired && n < 1000; ++n) {
+        const FailingNew failing(n);
+        try {
             OwnedSignature signature(platform.signatures);
-            good(platform.signatures.Open(path, signature.Receive()));
-        },
-        [&] {
+            EXPECT_EQ(platform.signatures.Open(path, signature.Receive()), SystemError::Success);
             OwnedSearch search(platform.files);
-            good(platform.files.FindFirst(folder.Path() + u"*", search.Receive(), entry));
-        },
-        // What is invalid at the seam is invalid behind it.
-        [&] {
-            OwnedRegistryKey key(platform.registry);
-            good(platform.registry.OpenKey(RegistryRoot::LocalMachine, u"Software", kKeyRead, key.Receive()));
-            platform.files.Close({});
-            platform.registry.CloseKey({});
-            platform.processes.CloseProcess({});
-            platform.catalogs.ReleaseContext({});
-            platform.signatures.Close({});
-            platform.modules.Free({});
-        },
-    };
-    for (const auto& operation : operations) {
-        bool fired = true;
-        for (std::uint32_t n = 1; fired && n < 1000; ++n) {
-            const FailingNew failing(n);
-            try {
-                operation();
-                EXPECT_EQ(GetLastError(), 4711U);
-                EXPECT_FALSE(fired = failing.Fired()) << "swallowed";
-            } catch (const std::bad_alloc&) {
-            }
+            FoundEntry entry;
+            EXPECT_EQ(platform.files.FindFirst(folder.Path() + u"*.exe", search.Receive(), entry),
+                      SystemError::Success);
+            EXPECT_FALSE(fired = failing.Fired()) << "swallowed";
+        } catch (const std::bad_alloc&) {
         }
     }
 }
@@ -169,6 +145,33 @@ TEST(TraceLines, RecordsOfTheLevel_BecomeOneLineEach_WhateverTheirTexts_WithoutA
     const FailingNew failing(1);
     output.Write({TraceLevel::Error, 1, others});
     EXPECT_FALSE(failing.Fired());
+}
+
+// As other processes see them.
+TEST(SuspensionMarksOnWindows, AreThereUntilTheLastIsRemoved_AndNotInPlaceOfAnotherObject) {
+    constexpr char16_t kName[] = u"Local\\HalvoraSuspensionTest";
+    HVR::Win32SuspensionMarks marks(kName);
+    HVR::Win32SuspensionMarks others(kName);
+    const auto isSet = [&] {
+        bool answer = false;
+        EXPECT_EQ(others.IsAnySet(answer), SystemError::Success);
+        return answer;
+    };
+    EXPECT_FALSE(isSet());
+    HVR::MarkHandle first{};
+    HVR::MarkHandle second{};
+    ASSERT_EQ(marks.Set(first), SystemError::Success);
+    ASSERT_EQ(others.Set(second), SystemError::Success);
+    EXPECT_EQ(marks.Remove(first), SystemError::Success);
+    EXPECT_TRUE(isSet());
+    EXPECT_EQ(others.Remove(second), SystemError::Success);
+    EXPECT_FALSE(isSet());
+    const HANDLE hostile = CreateMutexW(nullptr, FALSE, L"Local\\HalvoraSuspensionTest");
+    bool answer = true;
+    EXPECT_EQ(marks.Set(first), SystemError::InvalidHandle);
+    EXPECT_EQ(marks.IsAnySet(answer), SystemError::InvalidHandle);
+    EXPECT_TRUE(answer);
+    CloseHandle(hostile);
 }
 
 }  // namespace

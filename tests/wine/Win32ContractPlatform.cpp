@@ -4,7 +4,6 @@
 
 #include "tests/contract/ContractPlatform.h"
 #include "tests/wine/WinStaging.h"
-#include "tslib/platform/win32/Win32DropList.h"
 #include "tslib/platform/win32/Win32TextOutput.h"
 
 namespace tests {
@@ -71,9 +70,6 @@ SystemError ContractTest::TryRemove(const std::u16string& path) {
 SystemError ContractTest::TrySwap(const std::u16string& one, const std::u16string& other) {
     return Answer(SwapNames(AnyLength(one), AnyLength(other)));
 }
-void ContractTest::Link(const std::u16string& path, const std::u16string& existing) {
-    EXPECT_TRUE(CreateHardLinkW(AnyLength(path).c_str(), AnyLength(existing).c_str(), nullptr));
-}
 std::pair<SystemError, std::shared_ptr<void>> ContractTest::TryWrite(const std::u16string& path) {
     constexpr DWORD kSharing = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
     const HANDLE file = CreateFileW(AnyLength(path).c_str(), GENERIC_WRITE, kSharing, nullptr, OPEN_EXISTING,
@@ -91,10 +87,5 @@ void ContractTest::SetEnvironment(const char16_t* name, const std::u16string& va
     staging->variables.emplace_back(ToWide(name), value);
 }
 void ContractTest::PutCatalog(const char16_t* name) { staging->catalogs.emplace_back(Sample(u"unsigned.cat"), name); }
-void ContractTest::WithDropList(const std::vector<std::u16string>& items, const std::function<void(DropList&)>& use) {
-    const DropMemory memory(WideDropBlock(items));
-    win32::Win32DropList list(memory.Get());
-    use(list);
-}
 
 }  // namespace tests

@@ -47,6 +47,12 @@ inline bool PutBytes(const std::u16string& path, std::string_view bytes) {
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
+// A function of a module of the system, which stays loaded.
+template <class Function>
+Function* SystemFunction(const wchar_t* module, const char* name) {
+    return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(LoadLibraryW(module), name)));
+}
+
 // Exchanges two files or folders by renaming; neither has changed when that fails.
 inline bool SwapNames(const std::wstring& one, const std::wstring& other) {
     const std::wstring aside = one + L".aside";
@@ -153,26 +159,19 @@ inline void SetText(HKEY root, const std::wstring& key, const wchar_t* name, con
 
 inline const wchar_t* const kProductKey = ToWide(HVR::kProductKey);
 
-// How isolate.ini is written: with "Native64=1", without it, which means the 32-bit view of the registry, or with it in
-// UTF-16.
-enum class IniKind { Native64, View32, Utf16 };
-
 // An installation of the product: a folder, which is the install directory too, with isolate.ini, a registry root of
 // its own with %TSROOTX64% for it, and the product's key, which only one can have. No module is installed.
 class Installation : ForTest {
 public:
-    explicit Installation(IniKind kind = IniKind::Native64) {
+    Installation() {
         static unsigned made = 0;
-        const std::wstring name =
-            L"Corvane\\Test" + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++made);
-        hive_ = (kind == IniKind::View32 ? L"Software\\Wow6432Node\\" : L"Software\\") + name;
-        std::wstring text = std::wstring(L"[isolation]\r\nsilo=") + kSilo + L"\r\nreghive=Software\\" + name + L"\r\n";
-        text += kind == IniKind::View32 ? L"" : L"Native64=1\r\n";
-        std::string ini(text.begin(), text.end());
-        if (kind == IniKind::Utf16) {
-            ini = "\xFF\xFE" + std::string(reinterpret_cast<const char*>(text.data()), text.size() * sizeof(wchar_t));
-        }
-        EXPECT_TRUE(PutBytes(Folder() + u"isolate.ini", ini));
+        const std::string name =
+            "Software\\Corvane\\Test" + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(++made);
+        hive_.assign(name.begin(), name.end());
+        EXPECT_TRUE(PutBytes(Folder() + u"isolate.ini",
+                             "[isolation]\r\nsilo={0A1B2C3D-4E5F-4A6B-8C7D-9E0F1A2B3C4D}\r\n"
+                             "reghive=" +
+                                 name + "\r\nNative64=1\r\n"));
         PutText(u"Tessel\\PathExpansionMap", L"TSROOTX64", Folder());
         SetText(HKEY_LOCAL_MACHINE, kProductKey, L"Home Directory", Folder());
     }
@@ -206,7 +205,7 @@ public:
     }
     // The full path below HKEY_LOCAL_MACHINE of a key below the root.
     [[nodiscard]] std::wstring Key(const std::u16string& key) const {
-        return hive_ + L'\\' + kSilo + L'\\' + ToWide(key);
+        return hive_ + L"\\{0A1B2C3D-4E5F-4A6B-8C7D-9E0F1A2B3C4D}\\" + ToWide(key);
     }
     // A text below the root, and an entry of a list of objects, the registry's or the settings store's.
     void PutText(const std::u16string& key, const wchar_t* name, const std::u16string& text) {
@@ -217,8 +216,6 @@ public:
     }
 
 private:
-    static constexpr wchar_t kSilo[] = L"{0A1B2C3D-4E5F-4A6B-8C7D-9E0F1A2B3C4D}";
-
     ScratchFolder folder_{L"hvi"};
     std::wstring hive_;  // below HKEY_LOCAL_MACHINE
 };

@@ -1,6 +1,7 @@
 // What hosts do with each of our modules, from its loading to its unloading.
 #pragma once
 
+#include <concepts>
 #include <initializer_list>
 #include <memory>
 #include <type_traits>
@@ -20,7 +21,25 @@ namespace tests {
 // Judges what operations answer: when nothing fails the right answer, else also the others that are documented.
 class Answers {
 public:
-    explicit Answers(bool isWhole) : isWhole_(isWhole) {}
+    using Watch = void (*)(const char* operation, const std::function<void()>& call);
+    explicit Answers(bool isWhole, Watch watch = nullptr) : isWhole_(isWhole), watch_(watch) {}
+    // Makes a call, watched if somebody wants to.
+    template <std::invocable Call, class Answer = std::invoke_result_t<Call>>
+    Answer Of(const char* operation, Call&& call) const {
+        Answer answer{};
+        const auto make = [&] { answer = call(); };
+        watch_ != nullptr ? watch_(operation, make) : make();
+        return answer;
+    }
+    template <std::invocable Call>
+    void Are(const char* operation, Call&& call) const {
+        Are(operation, Of(operation, call));
+    }
+    template <std::invocable Call, class Answer = std::invoke_result_t<Call>>
+    void Are(const char* operation, Call&& call, const std::type_identity_t<Answer>& right,
+             std::initializer_list<std::type_identity_t<Answer>> others = {}) const {
+        Are(operation, Of(operation, call), right, others);
+    }
     template <class Answer>
     void Are(const char* operation, const Answer& answer, const std::type_identity_t<Answer>& right,
              std::initializer_list<std::type_identity_t<Answer>> others = {}) const {
@@ -35,6 +54,7 @@ public:
 
 private:
     bool isWhole_;
+    Watch watch_;
 };
 
 // Of one module: Prepare, Begin, Use (by several threads, as often as wanted), End, CleanUp, MayGo.
@@ -70,21 +90,20 @@ private:
 inline bool isReal = false;
 inline std::atomic<int> scannerStarts = 0, boxes = 0;
 
-inline BOOL WINAPI StartScanner(const wchar_t* application, wchar_t* commandLine, SECURITY_ATTRIBUTES* ofProcess,
-                                SECURITY_ATTRIBUTES* ofThread, BOOL inherit, DWORD flags, void* environment,
-                                const wchar_t* folder, STARTUPINFOW* startUp, PROCESS_INFORMATION* process) {
+template <class... Rest>
+BOOL WINAPI StartScanner(const wchar_t* application, wchar_t* commandLine, Rest... rest) {
     ++scannerStarts;
+    PROCESS_INFORMATION& process = *std::get<PROCESS_INFORMATION*>(std::tuple(rest...));
     if (isReal) {
         DWORD code = 1;
-        EXPECT_TRUE(CreateProcessW(application, commandLine, ofProcess, ofThread, inherit, flags, environment, folder,
-                                   startUp, process) &&
-                    WaitForSingleObject(process->hProcess, 60000) == WAIT_OBJECT_0 &&
-                    GetExitCodeProcess(process->hProcess, &code) && code == 0);
+        EXPECT_TRUE(CreateProcessW(application, commandLine, rest...) &&
+                    WaitForSingleObject(process.hProcess, 60000) == WAIT_OBJECT_0 &&
+                    GetExitCodeProcess(process.hProcess, &code) && code == 0);
         return TRUE;
     }
     const HANDLE own = GetCurrentProcess();
-    DuplicateHandle(own, own, own, &process->hProcess, 0, FALSE, DUPLICATE_SAME_ACCESS);
-    DuplicateHandle(own, GetCurrentThread(), own, &process->hThread, 0, FALSE, DUPLICATE_SAME_ACCESS);
+    DuplicateHandle(own, own, own, &process.hProcess, 0, FALSE, DUPLICATE_SAME_ACCESS);
+    DuplicateHandle(own, GetCurrentThread(), own, &process.hThread, 0, FALSE, DUPLICATE_SAME_ACCESS);
     return TRUE;
 }
 inline HRESULT WINAPI RegisterTypes(ITypeLib* library, wchar_t* path, wchar_t* folder) {
@@ -126,34 +145,48 @@ public:
                              installation.Folder() + (isReal ? u"real\\" : u"small\\"));
     }
     void Begin(const LoadedModule& module, const Answers& answers) override {
-        answers.Are("register", module.Call("DllRegisterServer"));
+        answers.Are("register", [&] { return module.Call("DllRegisterServer"); });
     }
     void Use(const LoadedModule& module, const Answers& answers) override {
         TestDataObject data({item_});
-        const ComPtr<IShellExtInit> init = Create(module, answers);
+        TestDataObject failing([](STGMEDIUM&) -> HRESULT { throw std::bad_alloc(); });
+        ComPtr<IShellExtInit> init = Create(module, answers);
         ComPtr<IContextMenu> handler;
         ComPtr<IShellPropSheetExt> sheet;
         if (!init) {
             return;
         }
-        answers.Are("no selection", init->Initialize(nullptr, nullptr, nullptr), E_FAIL, {E_OUTOFMEMORY});
-        answers.Are("selection", init->Initialize(nullptr, &data, nullptr));
-        answers.Are("interfaces", init.As(&handler) | init.As(&sheet), S_OK);
-        answers.Are("item", MenuItem(*handler.Get()), L"&Scan with Halvora", {L""});
+        const auto select = [&](IDataObject* selection) {
+            return [&init, selection] { return init->Initialize(nullptr, selection, nullptr); };
+        };
+        answers.Are("no selection", select(nullptr), E_FAIL, {E_OUTOFMEMORY});
+        answers.Are("failing selection", select(&failing), E_OUTOFMEMORY);
+        answers.Are("selection", select(&data));
+        answers.Are(
+            "interfaces", [&] { return init.As(&handler) | init.As(&sheet); }, S_OK);
+        answers.Are("item", [&] { return MenuItem(*handler.Get()); }, L"&Scan with Halvora", {L""});
         char help[100] = {};
         wchar_t wideHelp[100] = {};
-        answers.Are("help", handler->GetCommandString(0, GCS_HELPTEXTA, nullptr, help, 100));
+        const auto tell = [&](UINT type, void* buffer) {
+            return
+                [=, &handler] { return handler->GetCommandString(0, type, nullptr, static_cast<char*>(buffer), 100); };
+        };
+        answers.Are("help", tell(GCS_HELPTEXTA, help));
         answers.Are("help text", std::string(help), "Scans the selected items for viruses and other threats.", {""});
-        answers.Are("wide help",
-                    handler->GetCommandString(0, GCS_HELPTEXTW, nullptr, reinterpret_cast<char*>(wideHelp), 100));
+        answers.Are("wide help", tell(GCS_HELPTEXTW, wideHelp));
         answers.Are("wide help text", std::wstring(wideHelp),
                     L"Scans the selected items for viruses and other threats.", {L""});
         int pages = 0;
-        answers.Are("pages", sheet->AddPages(&DestroyPage, reinterpret_cast<LPARAM>(&pages)), S_OK);
+        answers.Are(
+            "pages", [&] { return sheet->AddPages(&DestroyPage, reinterpret_cast<LPARAM>(&pages)); }, S_OK);
         answers.Are("page", pages, 1, {0});
         const int starts = scannerStarts;
-        answers.Are("scan", Invoke(*handler.Get()));
+        answers.Are("scan", [&] { return Invoke(*handler.Get()); });
         answers.Are("scanner", scannerStarts > starts, true, {false});
+        handler.Reset();
+        sheet.Reset();
+        answers.Are(
+            "the last release", [&] { return init.Reset(); }, 0U);
     }
     // With a refused scan, whose setting is every thread's.
     void End(const LoadedModule& module, const Answers& answers) override {
@@ -161,12 +194,13 @@ public:
         if (const ComPtr<IShellExtInit> init = Create(module, answers); init && SUCCEEDED(init.As(&handler))) {
             const int starts = scannerStarts, before = boxes;
             installation.PutOrientation(kRefused);
-            answers.Are("refused scan", Invoke(*handler.Get()));
+            answers.Are("refused scan", [&] { return Invoke(*handler.Get()); });
             installation.PutOrientation(kAllowed);
             answers.Are("refusal", boxes > before, true, {false});
             answers.Are("no scanner", scannerStarts == starts, true);
         }
-        answers.Are("unregister", module.Call("DllUnregisterServer"), S_OK);
+        answers.Are(
+            "unregister", [&] { return module.Call("DllUnregisterServer"); }, S_OK);
     }
     void CleanUp() override {
         patches_.reset();
@@ -205,14 +239,14 @@ private:
     static ComPtr<IShellExtInit> Create(const LoadedModule& module, const Answers& answers) {
         ComPtr<IClassFactory> factory;
         ComPtr<IShellExtInit> init;
-        answers.Are("class object", module.GetClassObject(HVR::kHandlerClassId, IID_PPV_ARGS(&factory)));
-        answers.Are("create", factory->CreateInstance(nullptr, IID_PPV_ARGS(&init)));
+        const auto getClass = [&](const CLSID& id) {
+            return [&] { return module.GetClassObject(id, IID_PPV_ARGS(&factory)); };
+        };
+        answers.Are("no class", getClass({}), CLASS_E_CLASSNOTAVAILABLE);
+        answers.Are("class object", getClass(HVR::kHandlerClassId));
+        answers.Are("lock", [&] { return factory->LockServer(TRUE) | factory->LockServer(FALSE); });
+        answers.Are("create", [&] { return factory->CreateInstance(nullptr, IID_PPV_ARGS(&init)); });
         return init;
-    }
-    static HRESULT Invoke(IContextMenu& handler) {
-        CMINVOKECOMMANDINFO information{};
-        information.cbSize = sizeof(information);
-        return handler.InvokeCommand(&information);
     }
 
     const std::u16string temporary_ = installation.Folder() + u"temp\\";

@@ -1,18 +1,15 @@
 // What the process holds, and allocations that fail.
 #pragma once
 
-#include "tests/wine/WinStaging.h"
+#include "tests/wine/ShellServer.h"
 
 // After windows.h.
 #include <winternl.h>
 
-#include <array>
 #include <atomic>
 #include <bit>
 #include <cstddef>
 #include <sstream>
-
-#include "tests/wine/ShellServer.h"
 
 namespace tests {
 
@@ -20,12 +17,6 @@ namespace tests {
 [[nodiscard]] inline unsigned SweepStep() {
     const std::wstring text = VariableText(L"HALVORA_SWEEP_STEP");
     return text.empty() ? 1 : static_cast<unsigned>(std::stoul(text));
-}
-
-// A function of a loaded module of the system.
-template <class Function>
-Function* SystemFunction(const wchar_t* module, const char* name) {
-    return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(module), name)));
 }
 
 // The busy blocks of all heaps, and the open handles. Taking one allocates nothing.
@@ -40,20 +31,12 @@ public:
     [[nodiscard]] std::string Since(const Holdings& before) const {
         std::ostringstream text;
         text << std::showpos << static_cast<std::ptrdiff_t>(handles_ - before.handles_) << " handles, "
+             << static_cast<std::ptrdiff_t>(blocks_ - before.blocks_) << " blocks, "
              << static_cast<std::ptrdiff_t>(bytes_ - before.bytes_) << " bytes";
-        for (std::size_t i = 0; i < bySize_.size(); ++i) {
-            if (bySize_[i] != before.bySize_[i]) {
-                text << ", " << static_cast<std::int32_t>(bySize_[i] - before.bySize_[i]) << " blocks of "
-                     << std::noshowpos << i * kStep << (i + 1 == bySize_.size() ? " or more" : " and some")
-                     << std::showpos;
-            }
-        }
         return text.str();
     }
 
 private:
-    static constexpr std::size_t kStep = 8;
-
     void CountBlocks() {
         HANDLE heaps[64] = {};
         const DWORD count = std::min<DWORD>(GetProcessHeaps(64, heaps), 64);
@@ -70,8 +53,8 @@ private:
         }
     }
     void Add(std::size_t size, int count) {
+        blocks_ += static_cast<std::size_t>(count);
         bytes_ += size * static_cast<std::size_t>(count);
-        bySize_[std::min(size / kStep, bySize_.size() - 1)] += static_cast<std::uint32_t>(count);
     }
 
     // Wine 10 takes small blocks from groups of 31 of one size, each of which is a block for HeapWalk. Groups come and
@@ -120,8 +103,8 @@ private:
     }
 
     std::size_t handles_ = 0;
+    std::size_t blocks_ = 0;
     std::size_t bytes_ = 0;
-    std::array<std::uint32_t, 1024> bySize_{};
 };
 
 // In place of all allocations that one of our modules imports; its operator new asks malloc. One of them, or all from

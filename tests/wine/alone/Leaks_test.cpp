@@ -18,6 +18,7 @@ DWORD WINAPI UseOnThread(void* work) {
     const Work& the = *static_cast<const Work*>(work);
     EXPECT_TRUE(SUCCEEDED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)));
     the.isWhole ? the.flow.Use(the.module, the.answers) : the.flow.UseBriefly(the.module, the.answers);
+    static_cast<void>(the.flow.MayGo(the.module));  // asked while others are at work
     CoUninitialize();
     return 0;
 }
