@@ -98,6 +98,21 @@ TEST_F(ScanClick, StartsTheVerifiedScannerOnTheList_AndNoOther) {
     commandLines.pop_back();
     EXPECT_EQ(GetBytes(commandLines.substr(line.size() - list.size())),
               "C:\\\r\nC:\\" + std::string(400, 'x') + "\\\xE6\x97\xA5\xE6\x9C\xAC\r\n");
+    // The same with isolate.ini in UTF-16, and without a view, which then is the 32-bit one.
+    const std::u16string ini = installation.Folder() + u"isolate.ini";
+    const std::string native = GetBytes(ini);
+    std::string wide = "\xFF\xFE";
+    for (const char letter : native) {
+        wide += {letter, '\0'};
+    }
+    ASSERT_TRUE(PutBytes(ini, wide));
+    EXPECT_EQ(WhatComes(), "item started");
+    ASSERT_TRUE(PutBytes(ini, native.substr(0, native.find("Native64"))));
+    EXPECT_EQ(WhatComes(), "item");
+    const std::wstring map = installation.Key(u"Tessel\\PathExpansionMap").substr(std::size(L"Software"));
+    SetText(HKEY_LOCAL_MACHINE, L"Software\\Wow6432Node\\" + map, L"INSTALLDIR", product);
+    EXPECT_EQ(WhatComes(), "item started");
+    RegDeleteTreeW(HKEY_LOCAL_MACHINE, L"Software\\Wow6432Node\\Corvane");
 }
 
 TEST_F(Attacks, FilesPlantedWhereOthersLook_AreNotTaken) {
