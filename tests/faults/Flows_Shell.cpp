@@ -1,5 +1,6 @@
 // What the shell extension does: registration, a click, the strings of its language, its page.
 #include "companions/pages/PageContent.h"
+#include "companions/pages/resource.h"
 #include "resources/RefCountedAtlResourceLoader.h"
 #include "resources/ResourceLoader.h"
 #include "shellext/MenuCommand.h"
@@ -223,13 +224,23 @@ struct Page : Flow {
     Page() {
         registry.PutText(kMachine, HVR::kProductKey, u"Home Directory", u"C:\\Prog");
         registry.PutValue(kMachine, HVR::kProductKey, HVR::kOrientationValue, DwordValue(HVR::kOrientationRefusal));
+        disk.PutStrings(u"C:\\pages.dll",
+                        {{TEXT_UNKNOWN, u"not known"}, {TEXT_ALLOWED, u"yes"}, {TEXT_REFUSED, u"no"}});
+        EXPECT_EQ(modules.MapResources(u"C:\\pages.dll", words), SystemError::Success);
     }
+    ~Page() override { modules.DropResources(words); }
     std::string Run() override {
-        const HVR::PageContent page = HVR::MakePageContent(registry, u"1.2.3", HVR::kSelectionPage);
-        EXPECT_NE(page.state.find(u"not allowed"), page.state.npos);
-        return page.folder == u"C:\\Prog" ? "known" : page.folder == u"not known" ? "not known" : "wrong";
+        std::map<int, std::u16string> page;
+        for (const auto& [control, text] : HVR::MakePageContent(registry, modules, words, u"1", HVR::kSelectionPage)) {
+            page[control] = text;
+        }
+        EXPECT_NE(page[PAGE_STATE], u"yes");
+        const std::u16string& folder = page[PAGE_FOLDER];
+        return folder == u"C:\\Prog" ? "known" : folder.empty() || folder == u"not known" ? "not known" : "wrong";
     }
     bool IsDocumented(const std::string& answer, SystemError) const override { return answer == "not known"; }
+
+    ModuleHandle words{};
 };
 
 }  // namespace
