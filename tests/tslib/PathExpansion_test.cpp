@@ -1,7 +1,5 @@
 #include "tslib/tsPathExpansion.h"
 
-#include <set>
-
 #include "tests/tslib/PathWorld.h"
 #include "tslib/BuiltinFolders.h"
 #include "tslib/platform/AsciiCase.h"
