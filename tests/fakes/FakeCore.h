@@ -94,12 +94,6 @@ public:
         heard_ = heard;
         struck_ = struck;
     }
-    // Something that happens just before the n-th seam call from now on, n counting from 1; null takes that back.
-    void AtCall(std::uint32_t n, std::function<void()> event) {
-        calls_ = 0;
-        eventAt_ = n;
-        event_ = std::move(event);
-    }
     // Whether the n-th call was reached; a sweep ends when a whole run leaves this false.
     [[nodiscard]] bool Fired() const { return failing_ != 0 && calls_ >= failing_; }
     // Every call of the operation fails from now on, or only those about this path or name; Success takes that back.
@@ -110,9 +104,7 @@ public:
 
     // For fakes: the error of this call, or Success.
     [[nodiscard]] SystemError Next(std::string_view operation, std::u16string_view about = {}) {
-        if (++calls_ == eventAt_ && event_) {
-            event_();
-        }
+        ++calls_;
         if (heard_ != nullptr) {
             heard_->push_back(operation);
         }
@@ -144,8 +136,6 @@ private:
     std::vector<std::string_view>* heard_ = nullptr;
     std::vector<std::string_view>* struck_ = nullptr;
     std::uint32_t calls_ = 0;
-    std::uint32_t eventAt_ = 0;
-    std::function<void()> event_;
     SystemError error_ = SystemError::Success;
     std::map<std::pair<std::string, std::u16string>, SystemError> rules_;  // by operation and plain path
 };

@@ -58,14 +58,9 @@ public:
     SystemError WindowStationFlags(std::uint32_t& flags) noexcept override {
         return Call("WindowStationFlags", [&] { flags = windowStation; });
     }
-    void ShowError(const std::u16string& text, const std::u16string* caption) noexcept override {
-        try {
-            Keep(boxes, {text, caption == nullptr ? std::nullopt : std::optional(*caption)});
-        } catch (const std::bad_alloc&) {
-        }
-        if (onBox) {
-            onBox();
-        }
+    void ShowError(const std::u16string& text, const std::u16string* caption) noexcept override try {
+        Keep(boxes, {text, caption == nullptr ? std::nullopt : std::optional(*caption)});
+    } catch (const std::bad_alloc&) {
     }
     [[nodiscard]] bool MarkProcess(const char16_t* mark) noexcept override try {
         bool isNew = true;
@@ -90,7 +85,6 @@ public:
     };
     std::set<std::u16string> marks;
     std::vector<Box> boxes;
-    std::function<void()> onBox;  // what else the thread does while the box is up
     std::vector<std::u16string> debugTexts;
 
 private:

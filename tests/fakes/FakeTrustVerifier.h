@@ -11,9 +11,7 @@ namespace tests {
 // One thread. What is asked of any of its verifiers is kept here.
 class FakeTrustVerifiers final : public tsLib::TrustVerifiers {
 public:
-    [[nodiscard]] tsLib::IVerifyTrust* Create() noexcept override {
-        return none ? nullptr : new (std::nothrow) Verifier(*this);
-    }
+    [[nodiscard]] tsLib::IVerifyTrust* Create() noexcept override { return none ? nullptr : new Verifier(*this); }
 
     [[nodiscard]] bool AsksForRevocation() noexcept override { return asksForRevocation; }
 
@@ -41,22 +39,18 @@ private:
         explicit Verifier(FakeTrustVerifiers& theScript) noexcept : script(theScript) { ++script.alive; }
         ~Verifier() override { --script.alive; }
 
-        std::uint32_t Initialize(bool loadSettings) noexcept override try {
+        std::uint32_t Initialize(bool loadSettings) noexcept override {
             script.initialized.push_back(loadSettings);
             isReady = script.initializeAnswer == 1;
             return script.initializeAnswer;
-        } catch (const std::bad_alloc&) {
-            return 0;
         }
-        TrustResult VerifyFile(const char16_t* path, TrustLevel level) noexcept override try {
+        TrustResult VerifyFile(const char16_t* path, TrustLevel level) noexcept override {
             script.unprepared += isReady ? 0U : 1U;
             script.asked.push_back({path, level});
             if (script.onVerify) {
                 script.onVerify();
             }
             return script.verdict;
-        } catch (const std::bad_alloc&) {
-            return TrustResult::OutOfMemory;
         }
 #define UNASKED(result, operation) \
     result operation noexcept override { return result(); }

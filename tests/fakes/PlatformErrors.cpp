@@ -38,23 +38,21 @@ Create 3 5 32 112; Write 64 112 1117; Rename 5 32 112; RemoveFile 2 5 32; Insert
 InsertItem 8 1401; TakeDropList 0x80040064 0x80040069 0x8007000E
 )";
 
-std::map<std::string, std::vector<SystemError>, std::less<>> ReadTable() {
-    std::map<std::string, std::vector<SystemError>, std::less<>> table;
-    std::istringstream rows(kTable);
-    for (std::string row, operation, number; std::getline(rows, row, ';');) {
-        std::istringstream words(row);
-        words >> operation;
-        while (words >> number) {
-            table[operation].push_back(SystemError{static_cast<std::uint32_t>(std::stoul(number, nullptr, 0))});
-        }
-    }
-    return table;
-}
-
 }  // namespace
 
 std::span<const SystemError> ErrorsOf(std::string_view operation) {
-    static const auto table = ReadTable();
+    static const auto table = [] {
+        std::map<std::string, std::vector<SystemError>, std::less<>> read;
+        std::istringstream rows(kTable);
+        for (std::string row, name, number; std::getline(rows, row, ';');) {
+            std::istringstream words(row);
+            words >> name;
+            while (words >> number) {
+                read[name].push_back(SystemError{static_cast<std::uint32_t>(std::stoul(number, nullptr, 0))});
+            }
+        }
+        return read;
+    }();
     const auto row = table.find(operation);
     return row == table.end() ? std::span<const SystemError>() : std::span<const SystemError>(row->second);
 }

@@ -79,9 +79,16 @@ struct Flow : Installation {
     virtual std::string Run() = 0;
     // Whether the answer is one that the rules give to such a failure: the one error that was met, or kAll for many of
     // them, or for memory.
-    [[nodiscard]] virtual bool IsDocumented(const std::string& answer, SystemError met) const = 0;
+    [[nodiscard]] virtual bool IsDocumented(const std::string& answer, SystemError) const {
+        return answer.starts_with("result ");
+    }
     static constexpr SystemError kAll = SystemError::Success;
 };
+
+// What came of an operation, in words.
+inline std::string Told(auto result, const char* success) {
+    return Succeeded(result) ? success : "result " + std::to_string(Number(result));
+}
 
 // Words for an answer; memory running out is thrown out of it.
 struct Words : std::ostringstream {

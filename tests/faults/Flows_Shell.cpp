@@ -9,7 +9,6 @@
 #include "shellext/ScanRequest.h"
 #include "tests/fakes/FakeShell.h"
 #include "tests/faults/Flow.h"
-#include "tslib/Utf8.h"
 
 namespace tests {
 namespace {
@@ -25,7 +24,6 @@ struct ScriptFlow : Flow {
         script = HVR::ParseRegistryScript(kScript, module, problem).value();
         registry.PutKey(RegistryRoot::ClassesRoot, u"CLSID\\{X}\\Old\\Deep");
         registry.PutKey(RegistryRoot::ClassesRoot, u"Old\\Deep");
-        before = Classes();
         FakePlatform other;
         EXPECT_EQ(HVR::RegistryScriptRunner(other.registry, other.trace).Register(script), SystemError::Success);
         complete = other.registry.Contents();
@@ -37,19 +35,15 @@ struct ScriptFlow : Flow {
         std::erase_if(contents, [](const auto& key) { return !IsClass(key.first); });
         return contents;
     }
-    bool IsDocumented(const std::string& answer, SystemError) const override { return answer.starts_with("error "); }
-
     HVR::RegistryScript script;
     HVR::RegistryScriptRunner runner{registry, trace};
-    std::map<std::u16string, FakeRegistry::Values> before, complete;
+    std::map<std::u16string, FakeRegistry::Values> complete;
 };
 
 struct Registering : ScriptFlow {
     std::string Run() override {
         const SystemError error = runner.Register(script);
-        return Failed(error)           ? "error " + std::to_string(Number(error))
-               : Classes() == complete ? "complete"
-                                       : "not all";
+        return Told(error, Classes() == complete ? "complete" : "not all");
     }
     bool IsDocumented(const std::string& answer, SystemError met) const override {
         // What the platform calls absent counts as taken away.
@@ -63,7 +57,7 @@ struct Unregistering : ScriptFlow {
         const SystemError error = runner.Remove(script);
         const auto left = Classes();
         EXPECT_TRUE(left.contains(u"hklm\\software\\classes\\clsid"));
-        return Failed(error) ? "error " + std::to_string(Number(error)) : left.size() == 2 ? "gone" : "not all";
+        return Told(error, left.size() == 2 ? "gone" : "not all");
     }
     bool IsDocumented(const std::string& answer, SystemError met) const override {
         const bool isLeft = met == SystemError::FileNotFound || met == SystemError::KeyHasChildren || met == kAll;
@@ -225,24 +219,23 @@ struct Page : Flow {
     Page() {
         registry.PutText(kMachine, HVR::kProductKey, u"Home Directory", u"C:\\Prog");
         registry.PutValue(kMachine, HVR::kProductKey, HVR::kOrientationValue, DwordValue(HVR::kOrientationRefusal));
-        disk.PutStrings(u"C:\\zebpages.dll", {{TEXT_UNKNOWN, u"not known"}, {TEXT_ALLOWED, u"allowed"}});
-        EXPECT_EQ(modules.MapResources(u"C:\\zebpages.dll", module), SystemError::Success);
+        disk.PutStrings(u"C:\\pages.dll",
+                        {{TEXT_UNKNOWN, u"not known"}, {TEXT_ALLOWED, u"yes"}, {TEXT_REFUSED, u"no"}});
+        EXPECT_EQ(modules.MapResources(u"C:\\pages.dll", words), SystemError::Success);
     }
-    ~Page() override { modules.DropResources(module); }
+    ~Page() override { modules.DropResources(words); }
     std::string Run() override {
-        std::string folder;
-        for (const auto& [control, text] :
-             HVR::MakePageContent(registry, modules, module, u"1.2.3", HVR::kSelectionPage)) {
-            EXPECT_NE(text, u"allowed");
-            folder = control == PAGE_FOLDER ? tsLib::ToUtf8(text) : folder;
+        std::map<int, std::u16string> page;
+        for (const auto& [control, text] : HVR::MakePageContent(registry, modules, words, u"1", HVR::kSelectionPage)) {
+            page[control] = text;
         }
-        return folder;
+        EXPECT_NE(page[PAGE_STATE], u"yes");
+        const std::u16string& folder = page[PAGE_FOLDER];
+        return folder == u"C:\\Prog" ? "known" : folder.empty() || folder == u"not known" ? "not known" : "wrong";
     }
-    bool IsDocumented(const std::string& answer, SystemError) const override {
-        return answer == "not known" || answer.empty();
-    }
+    bool IsDocumented(const std::string& answer, SystemError) const override { return answer == "not known"; }
 
-    ModuleHandle module{};
+    ModuleHandle words{};
 };
 
 }  // namespace

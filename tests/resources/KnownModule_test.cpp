@@ -63,15 +63,6 @@ TEST_F(KnownModule, IsLoadedAgain_UntilSomethingThatItWasFoundFromChanges) {
     }
 }
 
-TEST_F(KnownModule, ExchangedForARefusedOne_WithItsTimes_IsRefused) {
-    EXPECT_FALSE(IsKnown());
-    disk.NodeAt(kFound).bytes[0] = std::byte{1};
-    refused = {kFound};
-    EXPECT_FALSE(IsKnown(LanguagePath(u"1033")));
-    EXPECT_FALSE(IsKnown(LanguagePath(u"1033")));  // it may be a good one again next time
-    EXPECT_EQ(OpenHandles("mapped resources"), 1U);
-}
-
 TEST_F(KnownModule, IsNotKept_WhereAChangeWouldNotShow) {
     struct Row {
         const char* what;

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "resources/Inserts.h"
-
 namespace {
 
 using namespace HVR;
@@ -44,17 +42,6 @@ TEST(ResourcePaths, FullPathsAreIndependentOfTheCurrentDirectory_CutAndPutTogeth
         EXPECT_EQ(PathBeside(fits + u"x.dll", u"R.dll"), fits + u"R.dll");
         EXPECT_EQ(PathBeside(root + std::u16string(rest + 1, u'd') + u"\\x.dll", u"R.dll"), std::nullopt);
     }
-}
-
-TEST(Inserts, EveryInsertMustBeAGivenText) {
-    for (const auto& format : Texts{u"", u"no insert", u"%1", u"%1!s! %2", u"%%9", u"%b%.%!%n%0", u"100%", u"%2%2",
-                                    u"%021", u"%1:", u"%2/"}) {
-        EXPECT_TRUE(AsksOnlyForTexts(format, 2)) << ::testing::PrintToString(format);
-    }
-    for (const auto& format : Texts{u"%3", u"%10", u"%12x", u"%99", u"%1!d!", u"%1!*s!", u"%1!s", u"%1!", u"%%%3"}) {
-        EXPECT_FALSE(AsksOnlyForTexts(format, 2)) << ::testing::PrintToString(format);
-    }
-    EXPECT_TRUE(AsksOnlyForTexts(u"%12!s!", 12));
 }
 
 }  // namespace

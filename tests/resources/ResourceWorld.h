@@ -26,9 +26,9 @@ public:
             return tsLib::VaneResult::NoInterface;
         }
         if (!yieldsNothing) {
-            *object = static_cast<tsLib::IProtectionControl*>(new (std::nothrow) Control(*this));
+            *object = static_cast<tsLib::IProtectionControl*>(new Control(*this));
         }
-        return *object == nullptr && !yieldsNothing ? tsLib::VaneResult::OutOfMemory : tsLib::VaneResult::Success;
+        return tsLib::VaneResult::Success;
     }
 
     bool yieldsNothing = false;  // and calls that a success

@@ -126,23 +126,6 @@ TEST(RegistryScript, Rules) {
         EXPECT_EQ(world.trace.Count(TraceEvent::ScriptKeyLeft), script == rows[0][0] ? 1U : 0U);
         EXPECT_EQ(world.Remove(script), SystemError::Success) << "nothing left to remove is no failure";
     }
-    // Keys that are everybody's are never taken whole.
-    for (const std::u16string name : {u"*", u"appid", u"CLSID", u"Component Categories", u"Directory", u"Drive",
-                                      u"Folder", u"Interface", u"Mime", u"TypeLib", u"Hardware", u"System"}) {
-        // By the way of the classes, too.
-        const auto within = [&](const std::u16string& before, const std::u16string& below) {
-            const std::u16string key = before + u" '" + name + u"' { " + below + u" } ";
-            return u"HKCU { " + key + u"NoRemove SOFTWARE { NoRemove Classes { " + key + u"} } }";
-        };
-        const std::u16string script = within(u"ForceRemove", u"X");
-        ScriptWorld world;
-        ScriptWorld expected;
-        ASSERT_EQ(world.Register(within(u"", u"T")), SystemError::Success);
-        ASSERT_EQ(expected.Register(within(u"", u"T X")), SystemError::Success);
-        EXPECT_EQ(world.Register(script), SystemError::Success);
-        EXPECT_EQ(world.Remove(script), SystemError::Success);
-        EXPECT_EQ(world.registry.Contents(), expected.registry.Contents());
-    }
 }
 
 TEST(RegistryScript, Removal_GoesOnAfterAFailure) {

@@ -168,22 +168,12 @@ TEST_F(ZebdiagMenu, Commands_ReachTheirHandlers) {
     Run({u"--show"}, ExitCode::Yes, {"1#1"}, "chosen      &Later\n");
     menu_.chosen = 0;
     Run({u"--show", u"--json"}, ExitCode::No, {}, "\"chosen\":\"&Open\"}\n");
-    for (const Words& words : {Words{u""}, {u"--list", u"--show"}, {u"--show", u"--invoke=0"}, {u"--invoke="}}) {
+    for (const Words& words :
+         {Words{u""}, {u"--list", u"--show"}, {u"--show", u"--invoke=0"}, {u"--invoke="}, {u"--wait=86401"}}) {
         Run(words, ExitCode::Usage, {});
     }
-}
-
-TEST_F(ZebdiagMenu, Wait_TellsWhatBecameOfTheScanner) {
-    const Words words{u"--invoke", u"0", u"--wait", u"7"};
-    const Calls calls{"1#0"};
-    Run(words, ExitCode::No, calls, "scanner     not started\n");
-    menu_.scanner = {true, 12, false, 0, std::nullopt};
-    Run(words, ExitCode::Error, calls, "scanner     started as process 12\nzebdiag menu: the scanner did not end");
-    menu_.scanner = {true, 12, true, 1, "infected\tC:\\a\r\nend"};
-    Run(words, ExitCode::Yes, calls, "ended       with exit code 1\nreport\n  infected\tC:\\a\n  end\n");
-    menu_.scanner.processId.reset();  // gone before it was looked for
-    Run(words, ExitCode::Yes, calls, "started, gone already\nreport\n");
-    Run({u"--wait=86401"}, ExitCode::Usage, {});
+    menu_.scanner = {true, std::nullopt, true, 1, "infected\tC:\\a\r\nend"};  // gone before it was looked for
+    Run({u"--invoke=0", u"--wait=7"}, ExitCode::Yes, {"1#0"}, "gone already\nreport\n  infected\tC:\\a\n  end\n");
 }
 
 // Without a display the command-line suite sees no sheet.

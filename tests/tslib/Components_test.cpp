@@ -93,49 +93,27 @@ TEST(VaneBase, Objects_AnswerToEachOfTheirInterfaces_AndAreCounted) {
     EXPECT_EQ(gone.Decrease().count, 0u);
 }
 
-TEST(ComponentModule, ObjectsAndFactories_AreCountedWhileTheyLive) {
-    struct CThrowing : CSample {
-        CThrowing() { throw std::bad_alloc(); }
-    };
+TEST(ComponentModule, WhatCannotBeMade_HasItsResult_AndIsNotCounted) {
     constexpr ObjectId kThrowingId{2, 0, 0, {}}, kNullId{3, 0, 0, {}}, kBadId{4, 0, 0, {}};
     ComponentModule module{{{kSampleId, &MakeCounted<CSample>},
-                            {kThrowingId, &MakeCounted<CThrowing>},
+                            {kThrowingId, [](ModuleObjectCount&) -> IVaneBase* { throw std::bad_alloc(); }},
                             {kNullId, [](ModuleObjectCount&) -> IVaneBase* { return nullptr; }},
                             {kBadId, [](ModuleObjectCount&) -> IVaneBase* { throw std::runtime_error("no"); }}}};
-    VaneRef<IFactory> factory;
-    void* made = nullptr;
-    ASSERT_EQ(module.GetFactory(kSampleId, factory.Receive()), Success);
-    EXPECT_EQ(module.GetObjectCount(), 1u);
-    ASSERT_EQ(factory->CreateInstance(kISampleId, &made), Success);
-    EXPECT_EQ(module.GetObjectCount(), 2u);
-    factory.Reset();
-    VaneRef<ISample> sample(static_cast<ISample*>(made));
-    EXPECT_EQ(module.GetObjectCount(), 1u);  // the object outlives its factory
-    sample.Reset();
-    const std::tuple<ObjectId, InterfaceId, VaneResult> failures[] = {
+    const std::tuple<ObjectId, InterfaceId, VaneResult> rows[] = {
         {kSampleId, kIFactoryId, NoInterface},   {kThrowingId, kISampleId, OutOfMemory},
         {kNullId, kISampleId, OutOfMemory},      {kBadId, kISampleId, InternalFailure},
         {kOtherId, kISampleId, InvalidArgument},
     };
-    for (const auto& [id, interfaceId, result] : failures) {
+    for (const auto& [id, interfaceId, result] : rows) {
         EXPECT_EQ(Created(module, id, interfaceId), result);
         EXPECT_EQ(module.CreateInstance(id, interfaceId, nullptr), InvalidArgument);
         EXPECT_EQ(module.GetObjectCount(), 0u);
     }
-    auto* none = reinterpret_cast<IFactory*>(&module);
-    EXPECT_EQ(module.GetFactory(kOtherId, &none), InvalidArgument);
-    EXPECT_EQ(none, nullptr);
     EXPECT_EQ(module.GetFactory(kSampleId, nullptr), InvalidArgument);
 }
 
 // What other people's modules may answer.
 TEST(ComponentEntryPoints, AnswersOfForeignModules_AreNotTakenOnTrust) {
-    struct EmptyFactory : IVaneBaseImpl<CVaneThreadSafeRefCount, IFactory, kIFactoryId> {
-        VaneResult CreateInstance(const InterfaceId&, void**) override { return Success; }
-    };
-    struct ThrowingFactory : EmptyFactory {
-        VaneResult CreateInstance(const InterfaceId&, void**) override { throw std::bad_alloc(); }
-    };
     const std::pair<GetFactoryFunction, VaneResult> rows[] = {
         {nullptr, InvalidArgument},
         {[](const ObjectId&, IFactory**) { return Success; }, InternalFailure},
@@ -145,16 +123,6 @@ TEST(ComponentEntryPoints, AnswersOfForeignModules_AreNotTakenOnTrust) {
              return ModuleMissing;
          },
          ModuleMissing},
-        {[](const ObjectId&, IFactory** factory) {
-             *factory = new EmptyFactory;
-             return Success;
-         },
-         InternalFailure},
-        {[](const ObjectId&, IFactory** factory) {
-             *factory = new ThrowingFactory;
-             return Success;
-         },
-         OutOfMemory},
     };
     for (const auto& [getFactory, result] : rows) {
         ComponentEntryPoints points{getFactory, []() -> std::uint32_t { throw 1; }};

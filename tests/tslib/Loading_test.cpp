@@ -70,12 +70,16 @@ TEST_F(LoadingTest, TrustedLoader_RefusesOnlyWhatTheVerifierRefuses) {
 }
 
 TEST_F(LoadingTest, NoVerifier_LoadsUncheckedAndTakesALaterOneUp) {
+    const std::u16string folder = u"D:\\" + std::u16string(200, u'r') + u"\\" + std::u16string(200, u'r');
+    const std::u16string verifier = folder + u"\\tsVrTrst.dll";  // of any length
+    PutToken(u"tsrootx64", folder);
     verifiers.verdict = TrustResult::NotTrusted;
+    modules.onUnload = [&](const std::u16string&) { EXPECT_EQ(verifiers.alive, 0u) << "goes before its module"; };
     ComponentModule wrong{{{kTrustVerifierObjectId, &MakeCounted<CSample>}}};  // lacks the verifier's interface
     ComponentModule empty{{}};
-    const auto put = [&](auto& objects) { disk.PutModule(kVerifierPath, ModuleExports<0>::Both(objects)); };
+    const auto put = [&](auto& objects) { disk.PutModule(verifier, ModuleExports<0>::Both(objects)); };
     const std::function<void()> breaks[] = {
-        [&] { disk.Remove(kVerifierPath); },
+        [] {},  // there is none
         [&] { put(wrong); },
         [&] { put(empty); },
         [&] { verifiers.none = true; },
@@ -92,28 +96,10 @@ TEST_F(LoadingTest, NoVerifier_LoadsUncheckedAndTakesALaterOneUp) {
         EXPECT_EQ(loader.VerifyModule(u"D:\\none.dll"), ModuleMissing);
         verifiers.none = false;
         verifiers.initializeAnswer = 1;
-        PutToken(u"tsrootx64", u"D:\\Root");
+        PutToken(u"tsrootx64", folder);
         put(verifierObjects);
         EXPECT_EQ(loader.VerifyModule(kSamplePath.c_str()), ModuleNotTrusted);
     }
-}
-
-TEST_F(LoadingTest, TrustedLoader_GivesUpVerifierThenItsModuleThenTheModule) {
-    const std::u16string folder = u"D:\\" + std::u16string(200, u'r') + u"\\" + std::u16string(200, u'r');
-    const std::u16string verifier = folder + u"\\tsVrTrst.dll";  // of any length
-    PutToken(u"tsrootx64", folder);
-    disk.PutModule(verifier, ModuleExports<0>::Both(verifierObjects));
-    Texts order;
-    {
-        tsVaneTrustedModuleLoader loader(*this, expansion);
-        ASSERT_EQ(loader.Load(kSamplePath.c_str()), Success);
-        EXPECT_EQ(verifiers.alive, 1u);
-        modules.onUnload = [&](const std::u16string& path) {
-            EXPECT_EQ(verifiers.alive + verifierObjects.GetObjectCount(), 0u);
-            order.push_back(path);
-        };
-    }
-    EXPECT_EQ(order, (Texts{u"\\\\?\\" + verifier, kSamplePath}));
     modules.onUnload = nullptr;
 }
 
@@ -143,6 +129,7 @@ TEST_F(LoadingTest, Cache_GivesOneFactoryForOneModule_AndFreesItUnlessInUse) {
 }
 
 TEST_F(LoadingTest, Cache_VerifiesBeforeTheFirstLoadWhereAskedTo) {
+    verifiers.onVerify = [&] { EXPECT_EQ(disk.TryWrite(kSamplePath), SystemError::SharingViolation) << "it is held"; };
     EXPECT_EQ(GetFactory(kSamplePath.c_str(), true, 0), InvalidArgument);
     EXPECT_EQ(TakeRecord(TraceEvent::ModuleLevelUnusable), kSamplePath);  // a level that judges nothing
     verifiers.verdict = TrustResult::NotTrusted;
@@ -166,38 +153,13 @@ TEST_F(LoadingTest, Cache_VerifiesBeforeTheFirstLoadWhereAskedTo) {
     verifiers.verdict = TrustResult::NotTrusted;  // loaded is loaded
     EXPECT_EQ(GetFactory(kSamplePath.c_str(), true, 3), Success);
     EXPECT_EQ(verifiers.alive, 0u);
-}
-
-// A neighbour who tries to exchange the file at every call of the platform while it is verified and loaded: he gets his
-// chance only before it is held, and then it is his file that the verifier sees.
-TEST_F(LoadingTest, NobodyExchangesAFileBetweenItsVerificationAndItsLoading) {
-    const std::u16string evil = u"D:\\Evil\\sample.dll";
-    const ModuleHandle evilModule = disk.PutModule(evil, ModuleExports<2>::Both(sampleObjects));
-    const std::pair<std::u16string, std::u16string> exchanges[] = {{kSamplePath, evil}, {u"D:\\Root", u"D:\\Evil"}};
-    verifiers.onVerify = [&] {
-        const bool isEvil = ModuleHandle{disk.NodeAt(kSamplePath).number} == evilModule;
-        verifiers.verdict = isEvil ? TrustResult::NotTrusted : TrustResult::Trusted;
-    };
-    for (const auto& [one, other] : exchanges) {
-        bool done = false;
-        for (std::uint32_t n = 1; n < 60; ++n) {
-            done = false;
-            faults.AtCall(n, [&] { done = Succeeded(disk.TrySwap(one, other)); });
-            tsInstanceFactory own(*this, verifiers);
-            static_cast<void>(own.GetFactory(kSamplePath.c_str(), true, 3, &found));
-            EXPECT_EQ(modules.References(evilModule), 0u) << n;
-            faults.AtCall(0, nullptr);
-            EXPECT_TRUE(!done || Succeeded(disk.TrySwap(one, other)));
-        }
-        EXPECT_FALSE(done);  // at the last of these calls everything was over
-    }
     verifiers.onVerify = nullptr;
 }
 
 // What the platform would read otherwise than it was verified.
 TEST_F(LoadingTest, NamesThatThePlatformChanges_LoadTheVerifiedFileOrNothing) {
-    const ModuleHandle plug = disk.PutModule(u"D:\\plug", ModuleExports<2>::Both(sampleObjects));
-    const ModuleHandle other = disk.PutModule(u"D:\\plug.dll", ModuleExports<2>::Both(sampleObjects));
+    disk.PutModule(u"D:\\plug", ModuleExports<2>::Both(sampleObjects));
+    disk.PutModule(u"D:\\plug.dll");
     disk.PutModule(u"D:\\%OS%\\%OS%", ModuleExports<2>::Both(sampleObjects));
     disk.PutModule(u"D:\\%OS%\\a.dll", ModuleExports<2>::Both(sampleObjects));
     const std::tuple<const char16_t*, VaneResult, const char16_t*> rows[] = {
@@ -215,8 +177,6 @@ TEST_F(LoadingTest, NamesThatThePlatformChanges_LoadTheVerifiedFileOrNothing) {
         tsVaneModuleLoader loader(*this);
         EXPECT_EQ(loader.Load(path), result) << testing::PrintToString(std::u16string(path));
         EXPECT_EQ(modules.alteredLoads, *loadedBy == u'\0' ? Texts{} : Texts{loadedBy});
-        EXPECT_EQ(modules.References(plug), path == std::u16string_view(u"D:\\plug") ? 1u : 0u);
-        EXPECT_EQ(modules.References(other), 0u);
     }
     // A platform that comes back with another file's module all the same.
     modules.comesBackWith = u"D:\\plug.dll";
@@ -262,18 +222,14 @@ TEST_F(LoadingTest, CreationById_HasItsResultsAndOneRecord) {
     }
     EXPECT_EQ(SampleReferences(), 1u);  // stays loaded for later objects, and is not verified again
     EXPECT_EQ(std::ranges::count(verifiers.asked, kSamplePath, &FakeTrustVerifiers::Asked::path), 1);
-}
-
-TEST_F(LoadingTest, CreationById_VerifiesByTheTrustedLoadersRulesAndNeedsASource) {
-    PutObject(kSampleId, kSamplePath);
+    disk.PutModule(u"D:\\other.dll", ModuleExports<3>::Both(sampleObjects));
+    PutSetting(kOtherId, u"D:\\other.dll");
+    EXPECT_FALSE(repository.Exists(kUnknownId));  // reads the lists again
     verifiers.verdict = TrustResult::NotTrusted;
-    EXPECT_EQ(Create(), ModuleNotTrusted);
-    disk.Remove(kVerifierPath);
-    EXPECT_EQ(Create(), ModuleNotTrusted);  // the verifier at hand stays in use
-    EXPECT_EQ(SampleReferences(), 0u);
+    disk.Remove(kVerifierPath);  // the verifier at hand stays in use
+    EXPECT_EQ(Create(kOtherId), ModuleNotTrusted);
     tsVaneInstanceFactoryImpl without(*this, nullptr, repository, cache, expansion);
     components.Install(&without);
-    EXPECT_EQ(Create(), Success);
     EXPECT_EQ(Create(kOwnId), ModuleMissing);
     components.Install(nullptr);
     EXPECT_EQ(components.CreateInstance(kOwnId, kISampleId, nullptr), InvalidArgument);

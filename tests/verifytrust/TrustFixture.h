@@ -41,12 +41,12 @@ inline FakeCertificate OurCertificate(std::vector<std::string> usages = {}) {
 }
 inline FakeCertificate ForeignCertificate() { return {{kCodeSigning}, {{subject::O, u"Others"}}, {}}; }
 
-// Providers that keep one word for every file. For the fault switch: "OpenRecord", "OpenResult", "ReadNumber".
+// Providers that keep one word for every file. One thread. For the fault switch: "OpenRecord", "OpenResult",
+// "ReadNumber".
 class FakeHashProviders final : public HashProviders, FakePart {
 public:
     explicit FakeHashProviders(FakePlatform& platform) : FakePart(platform), platform_(platform) {}
     [[nodiscard]] std::unique_ptr<HashProvider> Create() override {
-        const auto lock = Lock();
         ThrowIn("creation");
         ++created;
         return exists ? std::make_unique<Object>(*this) : nullptr;
@@ -62,26 +62,19 @@ public:
 private:
     // A provider, a record or a result.
     struct Object final : HashProvider, HashRecord, HashResult {
-        explicit Object(FakeHashProviders& theOwner) : owner(theOwner) { Count(1); }
-        ~Object() override { Count(-1); }
-        void Count(int change) const {
-            const auto lock = owner.Lock();
-            owner.tally_.open += static_cast<std::size_t>(change);
-        }
+        explicit Object(FakeHashProviders& theOwner) : owner(theOwner) {}
         SystemError Step(std::string_view operation, const std::function<void()>& body) {
             owner.platform_.system.ticks += owner.milliseconds;
             return owner.Call(operation, body);
         }
         SystemError OpenRecord(const HeldFile& file, CheckKind, std::u16string_view by,
                                std::unique_ptr<HashRecord>& record) override {
-            const auto lock = owner.Lock();
             owner.ThrowIn("record");
             owner.asked.emplace_back(owner.platform_.files.PathOf(file.Handle()), by, HashResultMode{});
             return Step("OpenRecord", [&] { record = std::make_unique<Object>(owner); });
         }
         void Keep(const HeldFile&, CheckKind, std::uint32_t) override { owner.ThrowIn("keeping"); }
         SystemError OpenResult(HashResultMode mode, std::unique_ptr<HashResult>& result) override {
-            const auto lock = owner.Lock();
             std::get<HashResultMode>(owner.asked.back()) = mode;
             return Step("OpenResult", [&] { result = std::make_unique<Object>(owner); });
         }
@@ -96,7 +89,6 @@ private:
     void ThrowIn(std::string_view step) const { broken == step ? throw std::runtime_error("broken") : void(); }
 
     FakePlatform& platform_;
-    Tally& tally_ = NewTally("hash provider's object");
 };
 
 struct TrustSystem : PathWorld {

@@ -20,19 +20,6 @@ std::u16string LongPath(std::size_t length) {
 
 using VerifierTest = TrustTest;
 
-TEST_F(VerifierTest, EveryMaker_GivesOneReferenceAndTheInterface) {
-    ComponentModule module({VerifierComponent(trust)});
-    void* made = nullptr;
-    ASSERT_EQ(module.CreateInstance(kTrustVerifierObjectId, kIVerifyTrustId, &made), VaneResult::Success);
-    for (IVerifyTrust* const object : {static_cast<IVerifyTrust*>(made), trust.Create()}) {
-        EXPECT_EQ(object->Initialize(false), 1u);
-        EXPECT_EQ(object->Release(), 0u);
-    }
-    EXPECT_EQ(hashProviders.created, 2u);
-    const FailingNew failing(1);
-    EXPECT_TRUE(trust.Create() == nullptr && module.GetObjectCount() == 0);
-}
-
 TEST_F(VerifierTest, Initialize_ResetsTheOptionsAndLoadsThePolicyOnRequest) {
     PutPolicy(u"AlternateTrustPolicy", DwordValue(0));
     TrustContext without(*this, nullptr, hashProviders);  // the alternate policy counts as on
