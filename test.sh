@@ -13,6 +13,7 @@
 #   ./test.sh hygiene      what belongs to the host program, after every call, and what stays after many
 #   ./test.sh attacks      what others put where the library looks, and who changes it meanwhile
 #   ./test.sh binaries     what the modules are made of: headers, imports, locks, the same bytes when built twice
+#                          ("everything": the libraries; the programs take as long again)
 #   ./test.sh lint         formatting and static checks
 #   ./test.sh presets      builds every preset that no other part builds (not part of "everything" either)
 #   ./test.sh bench        the benchmarks (not part of "everything": they measure, they do not judge)
@@ -89,6 +90,7 @@ fi
 if is_part windows; then
     say "Windows under Wine"
     build_windows
+    checks["modules built twice"]="scripts/check-reproducible.sh loaded"
     begin "modules built twice"
     begin "installer"
     suite "contracts and Windows suites" windows_tests

@@ -10,7 +10,7 @@ case "${1:-}" in
     tidy)
         [ -f "$OUT/host/build.ninja" ] || cmake --preset host
         mkdir -p "$OUT/lint"
-        # The sources of a folder one behind the other in one file, eight at most: the checks look at the standard
+        # The sources of a folder one behind the other in one file, 24 at most: the checks look at the standard
         # library's headers as long as at all of them. (An including file would not do: the analyzer looks at nothing
         # that is included.)
         look() {
@@ -46,7 +46,7 @@ case "${1:-}" in
                     sub(/\/[^\/]*$/, "", folder)
                     gsub(/\//, "-", folder)
                     seen[folder] += 1
-                    name = folder "-" int((seen[folder] + 7) / 8)
+                    name = folder "-" int((seen[folder] + 23) / 24)
                     files[name] = files[name] " " $0
                 }
                 END { for (name in files) print name files[name] }' |

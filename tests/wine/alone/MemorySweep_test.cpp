@@ -52,7 +52,7 @@ void Sweep(const char* name) {
     isReal = false;
     Live(flow, 0, false);
     const std::size_t all = Shortage::asked;
-    const std::size_t step = all < 200 ? 1 : SweepStep();
+    const std::size_t step = all < 100 ? 1 : SweepStep();
     Holdings before;
     std::size_t swept = 0;
     for (const bool goesOn : {false, true}) {
