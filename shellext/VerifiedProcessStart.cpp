@@ -29,13 +29,12 @@ bool MayStart(tsLib::TrustVerifiers& verifiers, const std::u16string& executable
         tracer.Error(TraceEvent::ProcessVerifierMissing, executable);
         return false;
     }
-    const auto verdict = static_cast<std::uint32_t>(use.verdict);
     if (use.IsRefused()) {
-        tracer.Error(TraceEvent::ProcessFileRefused, executable, verdict);
+        tracer.Error(TraceEvent::ProcessFileRefused, executable, use.verdict);
         return false;
     }
     if (use.verdict != tsLib::TrustResult::Trusted) {
-        tracer.Warning(TraceEvent::ProcessStartedUnproven, executable, verdict);
+        tracer.Warning(TraceEvent::ProcessStartedUnproven, executable, use.verdict);
     }
     return true;
 }

@@ -103,12 +103,14 @@ VaneResult tsInstanceFactory::Verify(const char16_t* name, TrustLevel level) noe
     constexpr TrustLevel kHighestLevel = 5;
     const FileUse use = level <= kHighestLevel ? JudgeFile(verifiers_, name, level) : FileUse{};
     if (!use.judged) {
-        tracer_.Error(level <= kHighestLevel ? TraceEvent::ModuleVerifierNotMade : TraceEvent::ModuleLevelUnusable,
-                      std::u16string_view(name));
+        using Event = CheckedEvent<trace_table::Error, std::u16string_view>;
+        tracer_.Error(
+            level <= kHighestLevel ? Event(TraceEvent::ModuleVerifierNotMade) : Event(TraceEvent::ModuleLevelUnusable),
+            std::u16string_view(name));
         return VaneResult::ModuleNotTrusted;
     }
     if (use.verdict != TrustResult::Trusted) {
-        tracer_.Error(TraceEvent::ModuleRefused, static_cast<std::uint32_t>(use.verdict), std::u16string_view(name));
+        tracer_.Error(TraceEvent::ModuleRefused, use.verdict, std::u16string_view(name));
         return VaneResult::ModuleNotTrusted;
     }
     return VaneResult::Success;

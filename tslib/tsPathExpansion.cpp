@@ -66,11 +66,12 @@ bool ReplaceAll(std::u16string& text, std::size_t from, std::u16string_view toke
 
 // Expansions inside an expansion may fail without harm, so their records are no errors.
 template <class... Arguments>
-bool tsPathExpansion::Fail(const Source& source, TraceEvent event, const Arguments&... arguments) const noexcept {
+bool tsPathExpansion::Fail(const Source& source, CheckedEvent<kFailureLevels, std::type_identity_t<Arguments>...> event,
+                           const Arguments&... arguments) const noexcept {
     if (source.forVendorFolder) {
-        tracer_.Verbose(event, arguments...);
+        tracer_.Verbose<Arguments...>(event, arguments...);
     } else {
-        tracer_.Error(event, arguments...);
+        tracer_.Error<Arguments...>(event, arguments...);
     }
     return false;
 }

@@ -105,8 +105,10 @@ private:
                              std::uint32_t& error);
     platform::SystemError CurrentVersionText(const std::u16string& name, std::uint32_t viewFlag, std::u16string& text);
     bool ExpandOrKeep(std::u16string_view input, std::u16string& folder) noexcept;
+    static constexpr auto kFailureLevels = trace_table::Error | trace_table::Verbose;
     template <class... Arguments>
-    bool Fail(const Source& source, TraceEvent event, const Arguments&... arguments) const noexcept;
+    bool Fail(const Source& source, CheckedEvent<kFailureLevels, std::type_identity_t<Arguments>...> event,
+              const Arguments&... arguments) const noexcept;
 
     const platform::Platform& platform_;
     Isolation& isolation_;

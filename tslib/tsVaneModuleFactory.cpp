@@ -58,7 +58,8 @@ std::uint32_t ComponentEntryPoints::ObjectCount() const noexcept {
 VaneResult tsVaneModuleFactory::Load(const VerifiedLoad& file, const std::u16string& path) {
     platform::OwnedModule module(modules_);
     if (const auto error = file.LoadToRun(module); Failed(error)) {
-        tracer_.Error(file ? TraceEvent::ModuleNotLoaded : TraceEvent::ModuleNotHeld, error, path);
+        using Event = CheckedEvent<trace_table::Error, platform::SystemError, std::u16string>;
+        tracer_.Error(file ? Event(TraceEvent::ModuleNotLoaded) : Event(TraceEvent::ModuleNotHeld), error, path);
         return VaneResult::ModuleMissing;
     }
     const auto entryPoints = ComponentEntryPoints::Find(modules_, module.Get());

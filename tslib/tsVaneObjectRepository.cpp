@@ -184,7 +184,7 @@ VaneResult tsVaneObjectRepository::LoadStoreEntry(ISettingsStore& store, ISettin
 SystemError tsVaneObjectRepository::LoadFromRegistry(Entries& entries) {
     std::u16string path;
     if (!settings_.Root(path)) {
-        tracer_.Warning(TraceEvent::RepositoryRegistryFailed, SystemError::NotFound);
+        tracer_.Warning(TraceEvent::RepositoryRegistryFailed, SystemError::NotFound, path);
         return SystemError::NotFound;
     }
     path += kRegistryKey;

@@ -20,7 +20,7 @@ VaneResult tsVaneTrustedModuleLoader::VerifyModule(const char16_t* path) noexcep
         if (verifier_) {
             const TrustResult verdict = verifier_->VerifyFile(path, kProductTrustLevel);
             if (RefusesFile(verdict)) {
-                tracer_.Error(TraceEvent::ModuleRefused, static_cast<std::uint32_t>(verdict), file);
+                tracer_.Error(TraceEvent::ModuleRefused, verdict, file);
                 return VaneResult::ModuleNotTrusted;
             }
         }

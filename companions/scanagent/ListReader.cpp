@@ -34,9 +34,9 @@ SystemError ListReader::Next(std::u16string& path) {
         if (const auto error = NextLine(); Failed(error)) {
             return error;
         }
-        if (lineTooLong_) {
+        if (lineCut_ || lineTooLong_) {
             path = Printable(line_);
-            return kTooLong;
+            return lineCut_ ? kCut : kTooLong;
         }
         if (line_.ends_with('\r')) {
             line_.pop_back();
@@ -44,9 +44,10 @@ SystemError ListReader::Next(std::u16string& path) {
         if (line_.empty()) {
             continue;
         }
-        if (!tsLib::FromUtf8(line_, path)) {
+        const bool holdsNul = line_.find('\0') != std::string::npos;  // the platform would take what is before it
+        if (holdsNul || !tsLib::FromUtf8(line_, path)) {
             path = Printable(line_);
-            return kInvalidText;
+            return holdsNul ? kHoldsNul : kInvalidText;
         }
         return SystemError::Success;
     }
@@ -55,7 +56,7 @@ SystemError ListReader::Next(std::u16string& path) {
 // One line without its LF, of which no more than the limit is kept.
 SystemError ListReader::NextLine() {
     line_.clear();
-    lineTooLong_ = false;
+    lineTooLong_ = lineCut_ = false;
     bool any = false;
     for (;;) {
         if (position_ == buffer_.size()) {
@@ -63,6 +64,7 @@ SystemError ListReader::NextLine() {
                 return error;
             }
             if (buffer_.empty()) {
+                lineCut_ = any;
                 return any ? SystemError::Success : SystemError::NoMoreItems;
             }
         }

@@ -8,12 +8,15 @@
 namespace HVR {
 
 // Memory is bounded by the longest line that is accepted; time is linear in the list's size. Lines end in CR LF or LF,
-// the last one may lack its end, and empty ones are passed over. Throws std::bad_alloc only.
+// and empty ones are passed over. Throws std::bad_alloc only.
 class ListReader {
 public:
     // What the platform's own conversion and path functions answer.
     static constexpr auto kInvalidText = static_cast<tsLib::platform::SystemError>(1113);
     static constexpr auto kTooLong = static_cast<tsLib::platform::SystemError>(206);
+    static constexpr auto kHoldsNul = static_cast<tsLib::platform::SystemError>(123);
+    // The last line lacks its end: the list was cut, and that line may be the beginning of another path.
+    static constexpr auto kCut = static_cast<tsLib::platform::SystemError>(38);
     // The platform's longest path, 32,767 units, in UTF-8.
     static constexpr std::size_t kMaximumLineBytes = 32767 * 3;
 
@@ -21,8 +24,8 @@ public:
 
     tsLib::platform::SystemError Open(const std::u16string& path);
 
-    // The next line's path. NoMoreItems at the end. For kInvalidText and kTooLong `path` is a printable rendering of
-    // the line's start and reading goes on behind the line; after any other failure there is nothing more to read.
+    // The next line's path. NoMoreItems at the end. For the codes above `path` is a printable rendering of the line's
+    // start, and reading goes on behind the line; after any other failure there is nothing more to read.
     tsLib::platform::SystemError Next(std::u16string& path);
 
 private:
@@ -35,6 +38,7 @@ private:
     std::size_t position_ = 0;
     std::string line_;
     bool lineTooLong_ = false;
+    bool lineCut_ = false;
 };
 
 }  // namespace HVR

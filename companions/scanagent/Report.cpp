@@ -58,6 +58,7 @@ SystemError Report::Commit(const ScanCounts& counts) {
     add("infected", counts.infected);
     add("unreadable", counts.unreadable);
     add("skipped", counts.skipped);
+    buffer_ += counts.isListWhole ? "\tlist=complete" : "\tlist=cut";
     buffer_ += '\n';
     Flush();
     if (Failed(error_)) {

@@ -16,6 +16,7 @@ struct ScanCounts {
     std::uint64_t infected = 0;
     std::uint64_t unreadable = 0;
     std::uint64_t skipped = 0;  // links, which are not followed
+    bool isListWhole = false;   // read to its end, which is that of a line, and all of it looked at
 };
 
 // UTF-8 text, fields apart by tabs, lines ending in LF. Collected under a temporary name: the report appears under its

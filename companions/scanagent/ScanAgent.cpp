@@ -16,11 +16,12 @@ namespace {
 
 constexpr char kUsage[] =
     "usage: ScanAgent.exe /UTF8 [/Async] /RightClickScan LIST\n"
-    "Scans the files and folders named in LIST, one full path a line in UTF-8, removes LIST and writes a report.\n"
+    "Scans the files and folders named in LIST, one full path a line in UTF-8, and writes a report. Removes LIST\n"
+    "when it is called ScanList and a number.\n"
     "The report is named by the environment variable HALVORA_SCAN_REPORT, or else is ScanReport-<name of LIST>.txt\n"
     "in the temporary folder.\n"
     "Exit codes: 0 nothing found, 1 infected files found, 2 wrong arguments, 3 something could not be read or "
-    "written.\n";
+    "written, or LIST is cut.\n";
 
 // The list's path; empty when help is asked for. Throws UsageError.
 std::u16string ListFile(std::span<const std::u16string> arguments) {
@@ -40,16 +41,29 @@ std::string Unwritten(SystemError error) {
     return "the report cannot be written: system error " + std::to_string(Number(error));
 }
 
-std::u16string ReportPath(const ScanAgentInput& input, const std::u16string& listFile) {
-    if (!input.reportVariable.empty()) {
-        return input.reportVariable;
-    }
-    const auto name = listFile.substr(listFile.find_last_of(u"\\/:") + 1);  // npos + 1 is the start
-    return input.temporaryFolder + u"ScanReport-" + name + u".txt";
+std::u16string NameOf(const std::u16string& listFile) {
+    return listFile.substr(listFile.find_last_of(u"\\/:") + 1);  // npos + 1 is the start
 }
 
-void ScanList(const std::u16string& listFile, ScanFiles& files, Report& report, ScanCounts& counts) {
-    Walker walker(files, report, counts);
+// "ScanList" and digits.
+bool IsListName(const std::u16string& listFile) {
+    constexpr std::u16string_view kBegin = u"ScanList";
+    const std::u16string name = NameOf(listFile);
+    return name.starts_with(kBegin) && name.size() > kBegin.size() &&
+           name.find_first_not_of(u"0123456789", kBegin.size()) == std::u16string::npos;
+}
+
+// Empty when it cannot be told.
+std::u16string ReportPath(const ScanAgentInput& input, const std::u16string& listFile) {
+    if (!input.reportVariable.empty() || input.temporaryFolder.empty()) {
+        return input.reportVariable;
+    }
+    return input.temporaryFolder + u"ScanReport-" + NameOf(listFile) + u".txt";
+}
+
+void ScanList(const std::u16string& listFile, ScanFiles& files, ScanWatcher& watcher, Report& report,
+              ScanCounts& counts) {
+    Walker walker(files, report, counts, watcher);
     ListReader list(files);
     if (const auto error = list.Open(listFile); Failed(error)) {
         walker.Unreadable(listFile, error);
@@ -59,9 +73,15 @@ void ScanList(const std::u16string& listFile, ScanFiles& files, Report& report, 
     for (;;) {
         const auto error = list.Next(item);
         if (error == SystemError::NoMoreItems) {
+            counts.isListWhole = true;
             return;
         }
-        if (Failed(error) && error != ListReader::kInvalidText && error != ListReader::kTooLong) {
+        if (error == ListReader::kCut) {
+            report.Line("cut", item);  // which is no item: nobody selected the half of a path
+            return;
+        }
+        if (Failed(error) && error != ListReader::kInvalidText && error != ListReader::kTooLong &&
+            error != ListReader::kHoldsNul) {
             walker.Unreadable(listFile, error);
             return;
         }
@@ -69,22 +89,26 @@ void ScanList(const std::u16string& listFile, ScanFiles& files, Report& report, 
         report.Line("item", item);
         if (Failed(error)) {
             walker.Unreadable(item, error);
-        } else {
-            walker.Scan(item);
+        } else if (!walker.Scan(item)) {
+            report.Line("stopped", item);
+            return;
         }
     }
 }
 
-ScanExit Scan(const ScanAgentInput& input, const std::u16string& listFile, ScanFiles& files, std::string& message) {
+ScanExit Scan(const ScanAgentInput& input, const std::u16string& listFile, ScanFiles& files, ScanWatcher& watcher,
+              std::string& message) {
     Report report(files);
     ScanCounts counts;
-    const auto opened = report.Open(ReportPath(input, listFile));
+    const std::u16string path = ReportPath(input, listFile);
+    const auto opened = path.empty() ? SystemError::PathNotFound : report.Open(path);
     if (Succeeded(opened)) {
         report.Line("command", input.commandLine);
-        ScanList(listFile, files, report, counts);
+        ScanList(listFile, files, watcher, report, counts);
     }
-    // The list is ours to remove, whatever came of it.
-    auto removed = files.Remove(listFile);
+    // The list is ours to remove, whatever came of it; a file that is called otherwise is none of those that are made
+    // for us.
+    auto removed = IsListName(listFile) ? files.Remove(listFile) : SystemError::Success;
     if (removed == SystemError::FileNotFound || removed == SystemError::PathNotFound) {
         removed = SystemError::Success;  // there was none to read either
     }
@@ -102,17 +126,18 @@ ScanExit Scan(const ScanAgentInput& input, const std::u16string& listFile, ScanF
     if (counts.infected != 0) {
         return ScanExit::Infected;
     }
-    return counts.unreadable != 0 || Failed(removed) ? ScanExit::Errors : ScanExit::Clean;
+    return counts.unreadable != 0 || !counts.isListWhole || Failed(removed) ? ScanExit::Errors : ScanExit::Clean;
 }
 
 }  // namespace
 
-ScanExit RunScanAgent(const ScanAgentInput& input, ScanFiles& files, std::string& message) noexcept {
+ScanExit RunScanAgent(const ScanAgentInput& input, ScanFiles& files, ScanWatcher& watcher,
+                      std::string& message) noexcept {
     return tsLib::AtBoundary(ScanExit::Errors, [&] {
         try {
             const std::u16string list = ListFile(input.arguments);
             if (!list.empty()) {
-                return Scan(input, list, files, message);
+                return Scan(input, list, files, watcher, message);
             }
             message = kUsage;
             return ScanExit::Clean;

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "companions/scanagent/ScanFiles.h"
+#include "companions/scanagent/Walker.h"
 
 namespace HVR {
 
@@ -18,6 +19,7 @@ struct ScanAgentInput {
 };
 
 // One run. `message` is what to print: the usage text, or what went wrong.
-[[nodiscard]] ScanExit RunScanAgent(const ScanAgentInput& input, ScanFiles& files, std::string& message) noexcept;
+[[nodiscard]] ScanExit RunScanAgent(const ScanAgentInput& input, ScanFiles& files, ScanWatcher& watcher,
+                                    std::string& message) noexcept;
 
 }  // namespace HVR

@@ -18,18 +18,22 @@ struct Level {
 
 }  // namespace
 
-Walker::Walker(ScanFiles& files, Report& report, ScanCounts& counts)
-    : files_(files), report_(report), counts_(counts), pattern_(MakeTestPattern()) {}
+Walker::Walker(ScanFiles& files, Report& report, ScanCounts& counts, ScanWatcher& watcher)
+    : files_(files), report_(report), counts_(counts), watcher_(watcher), pattern_(MakeTestPattern()) {}
 
-void Walker::Scan(const std::u16string& item) {
+bool Walker::Scan(const std::u16string& item) {
+    if (!watcher_.GoesOn(counts_)) {
+        return false;
+    }
     EntryKind kind{};
     if (const auto error = files_.Kind(item, kind); Failed(error)) {
         Unreadable(item, error);
     } else if (kind == EntryKind::Folder) {
-        ScanFolder(item);
+        return ScanFolder(item);
     } else {
         ScanFileOrLink(item, kind);
     }
+    return true;
 }
 
 void Walker::Unreadable(std::u16string_view path, SystemError error) {
@@ -69,7 +73,7 @@ void Walker::ScanFileOrLink(const std::u16string& path, EntryKind kind) {
 }
 
 // Depth first, with the open folders on a stack of their own: a tree may be deeper than the thread's stack allows.
-void Walker::ScanFolder(std::u16string path) {
+bool Walker::ScanFolder(std::u16string path) {
     std::vector<Level> levels;
     const auto enter = [&] {
         OwnedFolder folder(files_);
@@ -95,6 +99,9 @@ void Walker::ScanFolder(std::u16string path) {
             levels.pop_back();
             continue;
         }
+        if (!watcher_.GoesOn(counts_)) {
+            return false;
+        }
         path += entry.name;
         if (entry.kind == EntryKind::Folder) {
             enter();
@@ -102,6 +109,7 @@ void Walker::ScanFolder(std::u16string path) {
             ScanFileOrLink(path, entry.kind);
         }
     }
+    return true;
 }
 
 }  // namespace HVR

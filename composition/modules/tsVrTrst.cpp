@@ -1,6 +1,7 @@
 // tsVrTrst.dll: the trust verifier as a component.
 #include "composition/modules/ComponentExports.h"
 #include "tslib/Isolation.h"
+#include "tslib/platform/win32/EventTracing.h"
 #include "tslib/platform/win32/Win32Platform.h"
 #include "tslib/verifytrust/TrustRecords.h"
 #include "tslib/verifytrust/tsVerifyTrustStatic.h"
@@ -9,6 +10,8 @@ namespace {
 
 struct VerifierModule {
     tsLib::platform::win32::Win32Platform platform;
+    tsLib::platform::win32::EventTracing tracing{platform.trace};
+    tsLib::platform::win32::EventTracingUse use{tracing};
     tsLib::Isolation isolation{platform};
     tsLib::TrustRecords hashProviders{platform.files, platform.system};
     tsLib::TrustContext trust{platform, &isolation, hashProviders};

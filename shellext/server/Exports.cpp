@@ -24,8 +24,11 @@ constinit HVR::ClassFactory handlerFactory{HVR::serverLock, &CreateHandler};
 
 }  // namespace
 
-BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID) {
+BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID processEnds) {
     HVR::KeepModuleInstance(module, reason);
+    if (reason == DLL_PROCESS_DETACH && processEnds == nullptr) {
+        HVR::ServerRuntime::EndTracing();
+    }
     return TRUE;
 }
 

@@ -7,6 +7,7 @@
 #include "shellext/server/ServerModule.h"
 #include "tslib/platform/Locks.h"
 #include "tslib/platform/win32/LastError.h"
+#include "tslib/platform/win32/Win32Platform.h"
 
 namespace HVR {
 
@@ -17,6 +18,8 @@ namespace {
 // A load failure is shown to the user on a visible desktop.
 constexpr bool kReportFailure = true;
 
+// Not of a runtime: two of them may be there for a moment, while one is given back.
+constinit tsLib::platform::win32::EventTracing tracing{tsLib::platform::win32::Win32Platform::Instance().trace};
 constinit tsLib::platform::Lock runtimeLock;
 constinit ServerRuntime* runtime = nullptr;  // under the lock
 
@@ -51,8 +54,11 @@ bool ServerRuntime::LetGo() noexcept {
     }
 }
 
+void ServerRuntime::EndTracing() noexcept { tracing.End(); }
+
 ServerRuntime::ServerRuntime()
-    : instance_(product_.Platform().modules.Own()),
+    : tracing_(tracing),
+      instance_(product_.Platform().modules.Own()),
       failureBox_(product_.Platform().desktop),
       loader_(product_.Platform(), instance_.Get(), kResourceModuleName, product_.TrustVerifiers(),
               product_.Components()),

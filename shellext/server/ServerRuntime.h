@@ -8,6 +8,7 @@
 #include "shellext/server/CZebshellEx.h"
 #include "shellext/server/Registration.h"
 #include "shellext/server/Win32Shell.h"
+#include "tslib/platform/win32/EventTracing.h"
 
 namespace HVR {
 
@@ -20,6 +21,9 @@ public:
     // DllCanUnloadNow: whether nobody uses the module any more. Everything that was taken for it is given back then,
     // because at the unloading itself, under the loader lock, it could not be. Any thread.
     [[nodiscard]] static bool LetGo() noexcept;
+    // For a host that unloads the module unasked: nothing of the system calls into it any more. Also under the loader
+    // lock.
+    static void EndTracing() noexcept;
 
     [[nodiscard]] const HandlerContext& Handler() const noexcept { return handler_; }
     // DllRegisterServer and DllUnregisterServer.
@@ -29,6 +33,7 @@ public:
 private:
     ServerRuntime();
 
+    tsLib::platform::win32::EventTracingUse tracing_;
     ProductRuntime product_;
     ResourceInstance instance_;
     FailureBox failureBox_;

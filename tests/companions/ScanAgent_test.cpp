@@ -14,15 +14,18 @@ using HVR::ScanExit;
 constexpr char16_t kList[] = u"C:\\Temp\\ScanList742";
 constexpr char16_t kReport[] = u"C:\\Temp\\ScanReport-ScanList742.txt";
 
-struct Agent : FakePlatform {
+struct Agent final : FakePlatform, HVR::ScanWatcher {
     Agent() { disk.PutFolder(u"C:\\Temp"); }
     ~Agent() { EXPECT_EQ(Leftovers(), ""); }
 
-    ScanExit Run() { return HVR::RunScanAgent(input, scanFiles, message); }
+    ScanExit Run() { return HVR::RunScanAgent(input, scanFiles, *this, message); }
     ScanExit RunOn(std::string_view list) {
         disk.PutFile(kList, list);
         return Run();
     }
+    [[nodiscard]] bool GoesOn(const HVR::ScanCounts& counts) noexcept override { return counts.files < lastFile; }
+
+    std::uint64_t lastFile = 1000;
     FakeScanFiles scanFiles{*this};
     std::vector<std::u16string> arguments{u"/UTF8", u"/Async", u"/RightClickScan", kList};
     HVR::ScanAgentInput input{u"agent.exe /x", arguments, u"", u"C:\\Temp\\"};
@@ -90,16 +93,23 @@ TEST(ScanAgent, Walk_FoldersRootsLinksAndUnreadableEntries) {
               "skipped\tD:\\loop\n"
               "item\tD:\\loop\n"
               "skipped\tD:\\loop\n"
-              "summary\titems=2\tfolders=3\tfiles=1\tinfected=1\tunreadable=2\tskipped=2\n");
+              "summary\titems=2\tfolders=3\tfiles=1\tinfected=1\tunreadable=2\tskipped=2\tlist=complete\n");
     EXPECT_FALSE(agent.disk.Exists(kList));
+    agent.lastFile = 1;
+    EXPECT_EQ(agent.RunOn("D:\\\r\nD:\\loop\r\n"), ScanExit::Infected);
+    EXPECT_NE(agent.disk.Text(kReport).find("stopped\tD:\\\nsummary\titems=1\t"), std::string::npos);
+    agent.lastFile = 0;
+    EXPECT_EQ(agent.RunOn("D:\\\r\n"), ScanExit::Errors);
 }
 
-TEST(ScanAgent, List_LineEndsInvalidTextAndTooLongLines) {
+TEST(ScanAgent, List_LineEndsAndLinesThatAreNoPaths_ACutOneIsNotTaken) {
     Agent agent;
     const std::string fits(HVR::ListReader::kMaximumLineBytes, 'x');
     agent.files.maximumRead = 50'000;
     agent.disk.PutFile(u"C:\\ok", "");
-    EXPECT_EQ(agent.RunOn("C:\\ok\r\n\r\none\nb\xFF\xC0\t\r\n" + fits + "\r\n" + fits + "yy\r\nlast\r\n\xED\xA0\x80"),
+    const std::string nul("C:\\ok\0x", 7);
+    EXPECT_EQ(agent.RunOn("C:\\ok\r\n\r\none\nb\xFF\xC0\t\r\n" + fits + "\r\n" + fits + "yy\r\n\xED\xA0\x80\r\n" + nul +
+                          "\r\nC:\\o"),
               ScanExit::Errors);
     const std::string unknown = "\xEF\xBF\xBD";
     std::string expected = "command\tagent.exe /x\nitem\tC:\\ok\n";
@@ -107,16 +117,23 @@ TEST(ScanAgent, List_LineEndsInvalidTextAndTooLongLines) {
                                       {"b" + unknown + unknown + "?", "1113"},
                                       {fits, "123"},
                                       {fits.substr(0, 256), "206"},
-                                      {"last", "3"},
-                                      {unknown + unknown + unknown, "1113"}}) {
+                                      {unknown + unknown + unknown, "1113"},
+                                      {"C:\\ok?x", "123"}}) {
         expected.append("item\t").append(text).append("\nunreadable\t").append(text).append("\t" + error + "\n");
     }
-    EXPECT_EQ(agent.disk.Text(kReport),
-              expected + "summary\titems=7\tfolders=0\tfiles=1\tinfected=0\tunreadable=6\tskipped=0\n");
+    EXPECT_EQ(
+        agent.disk.Text(kReport),
+        expected + "cut\tC:\\o\nsummary\titems=7\tfolders=0\tfiles=1\tinfected=0\tunreadable=6\tskipped=0\tlist=cut\n");
+    EXPECT_EQ(agent.RunOn("C:\\ok\r\nC:\\ok"), ScanExit::Errors) << "though all that was read is clean";
 }
 
-TEST(ScanAgent, Report_VariableNamesIt_MissingListIsReported) {
+TEST(ScanAgent, Report_VariableNamesIt_MissingListIsReported_AnotherFileIsLeft) {
     Agent agent;
+    agent.arguments.back() = u"C:\\Temp\\ScanList7.txt";
+    agent.disk.PutFile(u"C:\\Temp\\ScanList7.txt", "C:\\\n");
+    EXPECT_EQ(agent.Run(), ScanExit::Clean);
+    EXPECT_TRUE(agent.disk.Exists(u"C:\\Temp\\ScanList7.txt"));
+    agent.arguments.back() = kList;
     agent.input.reportVariable = u"C:\\Temp\\out.txt";
     EXPECT_EQ(agent.Run(), ScanExit::Errors);
     EXPECT_NE(agent.disk.Text(u"C:\\Temp\\out.txt").find("unreadable\tC:\\Temp\\ScanList742\t2\n"), std::string::npos);

@@ -151,11 +151,12 @@ struct Suspending : Flow {
     bool IsDocumented(const std::string& answer, SystemError) const override { return answer == "not suspended"; }
 };
 
-struct AgentRun : Flow {
+struct AgentRun : Flow, HVR::ScanWatcher {
     inline static const std::u16string kList = u"C:\\Temp\\ScanList742";
     inline static const std::u16string kReport = u"C:\\Temp\\ScanReport-ScanList742.txt";
 
     AgentRun() { disk.PutFile(u"C:\\d\\f", "x"); }
+    [[nodiscard]] bool GoesOn(const HVR::ScanCounts&) noexcept override { return true; }
     void Prepare() override {
         disk.PutFile(kList, "C:\\d\r\n");
         disk.Remove(kReport);
@@ -168,7 +169,7 @@ struct AgentRun : Flow {
         input.temporaryFolder = u"C:\\Temp\\";
         std::string message;
         FakeScanFiles scanFiles(*this);
-        const auto exit = HVR::RunScanAgent(input, scanFiles, message);
+        const auto exit = HVR::RunScanAgent(input, scanFiles, *this, message);
         EXPECT_TRUE(exit == HVR::ScanExit::Clean || exit == HVR::ScanExit::Errors);
         EXPECT_TRUE(exit == HVR::ScanExit::Errors || disk.Exists(kReport)) << "clean without a report";
         return exit == HVR::ScanExit::Clean ? "clean" : "errors";

@@ -47,7 +47,7 @@ struct AskedMenu final : ShellMenu {
     MenuContents contents;
 };
 
-struct DoctorWorld final : TrustSystem, DoctorMachine, Console {
+struct DoctorWorld final : TrustSystem, DoctorMachine, Console, Tracing {
     DoctorWorld() {
         PutLibrary(0x8664);
         HVR::ScriptProblem problem;
@@ -125,10 +125,12 @@ struct DoctorWorld final : TrustSystem, DoctorMachine, Console {
     }
     void Out(std::string_view line) override { out.append(line).append("\n"); }
     void Err(std::string_view line) override { out.append("! ").append(line).append("\n"); }
+    void Show() override {}
+    [[nodiscard]] std::string LastError() const override { return {}; }
     [[nodiscard]] bool ShowsColours() const override { return hasColours; }
     ExitCode Run(Texts arguments) {
         out.clear();
-        Program program(*this, [] {});
+        Program program(*this, *this);
         AddDoctorVerb(program, *this, *this, [](const std::u16string& path) { return u"C:\\" + path; });
         arguments.insert(arguments.begin(), u"doctor");
         return program.Call(arguments);

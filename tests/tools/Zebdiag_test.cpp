@@ -17,15 +17,18 @@ using Words = std::vector<std::u16string>;
 bool Holds(const std::string& text, std::string_view part) { return text.find(part) != text.npos; }
 
 // One call of zebdiag with the verbs that a test adds.
-struct Called final : Console {
+struct Called final : Console, Tracing {
     template <class AddVerbs>
     Called(AddVerbs&& addVerbs, const Words& arguments) {
-        Program program(*this, [this] { Err("tracing"); });
+        Program program(*this, *this);
         addVerbs(program);
         code = program.Call(arguments);
     }
     void Out(std::string_view line) override { out.append(line).append("\n"); }
     void Err(std::string_view line) override { err.append(line).append("\n"); }
+
+    void Show() override { Err("tracing"); }
+    [[nodiscard]] std::string LastError() const override { return "error 103: why"; }
 
     ExitCode code{};
     std::string out;
@@ -188,18 +191,71 @@ TEST(ZebdiagPage, ShownSheet_IsToldWithItsPages) {
     EXPECT_EQ(called.err, "shown\nzebdiag page: C:\\x.dll stays loaded\n");
 }
 
-TEST(ZebdiagOutcomes, OfAScanAndOfProtection_BecomeExitCodes) {
-    StartedScanner scanner;
-    const auto scan = [&](const Words&, std::optional<std::uint32_t>) {
-        return ScanOutcome{HResult::Ok, u"C:\\l", std::vector<std::string>(22, "x"), std::nullopt, scanner};
-    };
-    const auto add = [&](Program& program) { AddScanVerb(program, scan, InC); };
-    const Called called(add, {u"scan", u"a", u"--wait", u"1"});
-    EXPECT_EQ(called.code, ExitCode::No);
-    EXPECT_TRUE(Holds(called.out, "  x\n  and 2 more\nscanner     not started\n")) << called.out;
-    scanner.started = true;
-    EXPECT_EQ(Called(add, {u"scan", u"a"}).code, ExitCode::Yes);
-    EXPECT_EQ(Called(add, {u"scan", u"a", u"--wait", u"1"}).code, ExitCode::Error);
+struct ZebdiagScan : testing::Test {
+    Called Run(const Words& more) {
+        Words words{u"scan"};
+        words.insert(words.end(), more.begin(), more.end());
+        const auto scan = [this](const Words& paths, std::optional<std::uint32_t>) {
+            selected_ = paths;
+            return ScanOutcome{HResult::Ok, paths.size(), u"C:\\l", lines_, std::nullopt, scanner_};
+        };
+        return {[&](Program& program) { AddScanVerb(program, scan, InC, fake_.files); }, words};
+    }
+
+    FakePlatform fake_;
+    StartedScanner scanner_{true, 1, true, 0, "item\tC:\\a\nsummary\titems=1\tlist=complete\n"};
+    std::vector<std::string> lines_{"C:\\a"};
+    Words selected_;
+};
+
+TEST_F(ZebdiagScan, Outcome_IsToldByTextAndExitCode) {
+    EXPECT_EQ(Run({u"a", u"--wait=1"}).code, ExitCode::Yes);
+    scanner_.report = "item\tC:\\a\nunreadable\tC:\\a\t5\nsummary\titems=1\tlist=complete\n";
+    EXPECT_TRUE(Holds(Run({u"a", u"--wait=1"}).err, "not everything was scanned: the scanner could not read"));
+    scanner_.report = "item\tC:\\a\nsummary\titems=1\tlist=cut\n";
+    EXPECT_TRUE(Holds(Run({u"a", u"--wait=1"}).err, "not everything was scanned: the scanner found the list cut"));
+    scanner_.report = "summary\titems=0\tlist=complete\n";
+    EXPECT_TRUE(Holds(Run({u"a", u"--wait=1"}).err, "0 of 1 lines of the list are in the report"));
+    scanner_.report.reset();
+    EXPECT_TRUE(Holds(Run({u"a", u"--wait=1", u"--json"}).out, "\"missing\":\"the scanner wrote no report\""));
+    scanner_.ended = false;
+    EXPECT_EQ(Run({u"a"}).code, ExitCode::Yes);
+    EXPECT_EQ(Run({u"a", u"--wait", u"1"}).code, ExitCode::Error);
+    const Called cut = Run({u"a", u"b"});
+    EXPECT_EQ(cut.code, ExitCode::No);
+    EXPECT_TRUE(Holds(cut.err, "1 of 2 paths are in the list")) << cut.err;
+    lines_.assign(22, "x");
+    scanner_.started = false;
+    const Called unstarted = Run({u"a"});
+    EXPECT_EQ(unstarted.code, ExitCode::No);
+    EXPECT_TRUE(Holds(unstarted.out, "  x\n  and 2 more\nscanner     not started\n")) << unstarted.out;
+}
+
+TEST_F(ZebdiagScan, PathsOfAFile_AreSelectedToo) {
+    fake_.disk.PutFile(u"C:\\list", "\xEF\xBB\xBFone\r\n\n\xC3\xA4");
+    fake_.disk.PutFile(u"C:\\wide", std::string_view("\xFF\xFE"
+                                                     "t\0w\0o\0\n\0",
+                                                     10));
+    Run({u"a", u"--from", u"list"});
+    EXPECT_EQ(selected_, (Words{u"C:\\a", u"C:\\one", u"C:\\ä"}));
+    Run({u"--from=wide"});
+    EXPECT_EQ(selected_, (Words{u"C:\\two"}));
+    for (const std::string_view bad : {std::string_view("\xFF\xFE"
+                                                        "a",
+                                                        3),
+                                       std::string_view("a\0", 2), std::string_view("\xFF")}) {
+        fake_.disk.PutFile(u"C:\\list", bad);
+        EXPECT_EQ(Run({u"--from=list"}).code, ExitCode::Error);
+    }
+    fake_.disk.PutFile(u"C:\\list", "\r\n");
+    for (const Words& words : {Words{}, {u"--from=list"}}) {
+        EXPECT_EQ(Run(words).code, ExitCode::Usage);
+    }
+    EXPECT_EQ(Run({u"--from=none"}).err, "zebdiag: cannot read none: system error 2\n");
+    EXPECT_EQ(fake_.Leftovers(), "");
+}
+
+TEST(ZebdiagOutcomes, OfProtection_BecomeExitCodes) {
     SystemError error = SystemError::Success;
     const auto protection = [&](Program& program) {
         AddProtectionVerb(program, [&](bool& isSuspended) {

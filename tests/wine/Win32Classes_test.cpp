@@ -1,7 +1,12 @@
 // What the Win32 classes promise beyond the contract suites.
+#include <functional>
+#include <utility>
+
 #include "companions/protection/Win32SuspensionMarks_win32.h"
 #include "tests/fakes/FailingNew.h"
 #include "tests/wine/WinStaging.h"
+#include "tslib/Tracer.h"
+#include "tslib/platform/win32/EventTracing.h"
 #include "tslib/platform/win32/PlatformPath.h"
 #include "tslib/platform/win32/Win32DropList.h"
 
@@ -9,6 +14,8 @@ namespace tests {
 namespace {
 
 using namespace tsLib::platform;
+using tsLib::TraceEvent;
+using tsLib::Tracer;
 win32::Win32Platform& platform = win32::Win32Platform::Instance();
 
 TEST(Win32Classes, MemoryRunningOut_LeavesNothingOpen) {
@@ -120,31 +127,72 @@ TEST(PlatformPath, LongPaths_GetThePrefix_AndComeBackWithoutIt) {
     EXPECT_EQ(WithoutLongPrefix(u"C:\\a"), u"C:\\a");
 }
 
-TEST(TraceLines, RecordsOfTheLevel_BecomeOneLineEach_WhateverTheirTexts_WithoutAllocating) {
-    std::vector<std::u16string> lines;
+// A session that is told to the provider as the platform tells it.
+struct StandInSession final : win32::EventTracingCalls {
+    ULONG Register(WMIDPREQUEST control, void* context, TRACEHANDLE& registration) const noexcept override {
+        control_ = [control, context](WMIDPREQUESTCODE request) {
+            ULONG reserved = 0;
+            return control(request, context, &reserved, nullptr);
+        };
+        registration = 7;
+        return ERROR_SUCCESS;
+    }
+    void Unregister(TRACEHANDLE registration) const noexcept override { unregistered_ += registration == 7 ? 1 : 0; }
+    bool Session(void*, TRACEHANDLE& session, ULONG& flags, UCHAR& level) const noexcept override {
+        session = 9;
+        flags = flags_;
+        level = 3;
+        return true;
+    }
+    void Message(TRACEHANDLE session, std::uint16_t event, std::span<std::byte> arguments) const noexcept override {
+        SetLastError(ERROR_INVALID_HANDLE);
+        messages_ +=
+            std::to_string(session) + ' ' + std::to_string(event) + ' ' + std::to_string(arguments.size()) + '\n';
+    }
+
+    ULONG flags_ = win32::kTraceFlag;
+    mutable std::function<ULONG(WMIDPREQUESTCODE)> control_;
+    mutable std::string messages_;
+    mutable int unregistered_ = 0;
+};
+
+TEST(EventTracing, RecordsGoToTheSessionUpToItsLevel_WhileThereIsOne) {
     win32::Win32TraceOutput output;
-    output.SetSink([](void* to, std::u16string_view line) { static_cast<decltype(&lines)>(to)->emplace_back(line); },
-                   &lines);
-    const std::u16string hostile = u"x\r\nHalvora trace 2 1 \"y" + std::u16string(5000, u'z');
-    const TraceArgument some[] = {std::uint32_t{7}, std::u16string_view(u"C:\\a b"), std::uint64_t{1} << 63};
-    const TraceArgument others[] = {std::u16string_view(hostile), std::uint32_t{7}};
-    SetLastError(4711);
-    output.Write({TraceLevel::Error, 301, some});
-    EXPECT_EQ(GetLastError(), 4711U);
-    output.Write({TraceLevel::Warning, 1, some});
-    output.Enable(true, TraceLevel::Warning);
-    output.Write({TraceLevel::Warning, 1, others});
-    output.Enable(false, TraceLevel::Warning);
-    output.Write({TraceLevel::Error, 1, some});
-    ASSERT_EQ(lines.size(), 2U);
-    EXPECT_EQ(lines[0], u"Halvora trace 2 301 7 \"C:\\a b\" 9223372036854775808");
-    EXPECT_TRUE(lines[1].starts_with(u"Halvora trace 3 1 \"x??Halvora trace 2 1 ?yzzz"));
-    EXPECT_EQ(lines[1].size(), 1022U);
-    output.SetSink(nullptr, nullptr);
-    output.Enable(true, TraceLevel::Error);
-    const FailingNew failing(1);
-    output.Write({TraceLevel::Error, 1, others});
-    EXPECT_FALSE(failing.Fired());
+    output.Enable(false, TraceLevel::Error);
+    StandInSession session;
+    const Tracer tracer(output);
+    const auto trace = [&] {
+        SetLastError(4711);
+        tracer.Error(TraceEvent::PathTokenUnknown, std::u16string_view(u"x"), std::u16string_view(u"%x%"));
+        tracer.Warning(TraceEvent::ModuleLeftLoaded, 5U);
+        tracer.Information(TraceEvent::MenuScanRefused);
+        EXPECT_EQ(GetLastError(), 4711U);
+        return std::exchange(session.messages_, {});
+    };
+    win32::EventTracing tracing(output, session);
+    EXPECT_EQ(trace(), "");
+    tracing.Start();
+    tracing.Start();
+    EXPECT_EQ(trace(), "");
+    EXPECT_EQ(session.control_(WMI_ENABLE_EVENTS), ERROR_SUCCESS);
+    EXPECT_EQ(trace(), "9 103 12\n9 707 8\n");
+    session.flags_ = 2;
+    EXPECT_EQ(session.control_(WMI_ENABLE_EVENTS), ERROR_SUCCESS);
+    EXPECT_EQ(trace(), "") << "not our flag";
+    session.flags_ = 3;
+    EXPECT_EQ(session.control_(WMI_ENABLE_EVENTS), ERROR_SUCCESS);
+    EXPECT_EQ(session.control_(WMI_DISABLE_EVENTS), ERROR_SUCCESS);
+    EXPECT_EQ(trace(), "");
+    EXPECT_EQ(session.control_(WMI_GET_ALL_DATA), ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(session.control_(WMI_ENABLE_EVENTS), ERROR_SUCCESS);
+    tracing.Stop();
+    EXPECT_EQ(session.unregistered_, 0);
+    tracing.End();
+    tracing.End();
+    EXPECT_EQ(session.unregistered_, 1);
+    EXPECT_EQ(trace(), "");
+    win32::EventTracing registered(output);
+    const win32::EventTracingUse use(registered);  // what the platform registers for real
 }
 
 // As other processes see them.

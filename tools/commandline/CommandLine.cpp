@@ -53,9 +53,10 @@ void Define(CLI::App& app, const Syntax& syntax, bool isStrict) {
         CLI::Option& option = argument.name.starts_with("--") && argument.value.empty()
                                   ? *app.add_flag(argument.name, argument.description)->disable_flag_override()
                                   : *app.add_option(argument.name, argument.description)->type_name(argument.value);
-        option.required(argument.times != Times::AtMostOnce);
-        if (argument.times == Times::OnceOrMore) {
-            option.expected(1, -1)->allow_extra_args();
+        const bool isRequired = argument.times == Times::Once || argument.times == Times::OnceOrMore;
+        option.required(isRequired);
+        if (argument.times == Times::OnceOrMore || argument.times == Times::Any) {
+            option.expected(isRequired ? 1 : 0, -1)->allow_extra_args();
         } else if (isStrict) {
             option.multi_option_policy(CLI::MultiOptionPolicy::Throw);
         }

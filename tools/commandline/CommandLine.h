@@ -13,7 +13,7 @@
 
 namespace HVR::commandline {
 
-enum class Times : std::uint8_t { AtMostOnce, Once, OnceOrMore };
+enum class Times : std::uint8_t { AtMostOnce, Once, OnceOrMore, Any };
 
 // An option when its name begins with two dashes, or else an operand.
 struct Argument {

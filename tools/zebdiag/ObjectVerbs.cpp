@@ -172,8 +172,7 @@ void AddObjectsVerb(Program& program, const ObjectLister& list, const Expander& 
             output.Object({{"objects", std::move(members)}, {"read", isRead}});
         }
         if (!isRead) {
-            return output.Answer(ExitCode::Error,
-                                 "neither the settings store nor the registry could be read; --trace tells why");
+            return output.AnswerFailure(ExitCode::Error, "neither the settings store nor the registry could be read");
         }
         return areUsable ? ExitCode::Yes : ExitCode::No;
     });

@@ -30,6 +30,18 @@ protected:
     ~Console() = default;
 };
 
+// The trace of the product's code in this process.
+class Tracing {
+public:
+    // From now on each record is shown to the user.
+    virtual void Show() = 0;
+    // The last error that was traced, in words; empty when none was.
+    [[nodiscard]] virtual std::string LastError() const = 0;
+
+protected:
+    ~Tracing() = default;
+};
+
 // Values for nlohmann-json to write. Its own take seconds to compile: only Output.cpp includes them.
 struct Json;
 using JsonList = std::vector<Json>;
@@ -42,8 +54,8 @@ struct Json : std::variant<std::string, std::uint32_t, bool, JsonList, JsonObjec
 // Where one run of a verb writes: lines for people, or one JSON object. What is passed must outlive it.
 class Output {
 public:
-    Output(Console& console, std::string_view verb, bool isJson) noexcept
-        : console_(console), verb_(verb), isJson_(isJson) {}
+    Output(Console& console, const Tracing& tracing, std::string_view verb, bool isJson) noexcept
+        : console_(console), tracing_(tracing), verb_(verb), isJson_(isJson) {}
 
     [[nodiscard]] bool IsJson() const noexcept { return isJson_; }
     void Line(std::string_view line) const { console_.Out(line); }
@@ -60,9 +72,15 @@ public:
         Warn(why);
         return code;
     }
+    // The same about a failure of the product's code, with the error that it traced.
+    [[nodiscard]] ExitCode AnswerFailure(ExitCode code, const std::string& what) const {
+        const std::string error = tracing_.LastError();
+        return Answer(code, error.empty() ? what : what + "; " + error);
+    }
 
 private:
     Console& console_;
+    const Tracing& tracing_;
     std::string_view verb_;
     bool isJson_;
 };

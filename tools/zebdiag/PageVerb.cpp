@@ -35,8 +35,9 @@ void AddPageVerb(Program& program, const PageHost& host) {
         "page",
         "shows the property pages of the Display control panel's handlers",
         "Creates the registered property-sheet handlers through COM and has them add their pages to one sheet.\n"
-        "--show writes a line to stderr when the sheet is on the screen. Exit code 1 when there is no page, 3 when\n"
-        "the sheet could not be made.",
+        "--show writes a line to stderr when the sheet is on the screen. Without a desktop the handlers are\n"
+        "listed with the numbers of their pages. Exit code 1 when there is no page, 3 when the sheet could not be "
+        "shown.",
         {{"--list", "list the pages by their titles (this is the default)"},
          {"--show", "show the property sheet until the user closes it", "", {"--list"}}}};
     program.Add(verb, [host](const Given& given, const Output& output) {
@@ -49,10 +50,12 @@ void AddPageVerb(Program& program, const PageHost& host) {
         for (const std::u16string& module : sheet.stayLoaded) {
             output.Warn(ToUtf8(module) + " stays loaded");
         }
-        if (!sheet.isShown) {
-            return output.Answer(ExitCode::Error, "the property sheet could not be made");
+        if (sheet.isShown) {
+            return sheet.titles.empty() ? output.Answer(ExitCode::No, "no handler added a page") : ExitCode::Yes;
         }
-        return sheet.titles.empty() ? output.Answer(ExitCode::No, "no handler added a page") : ExitCode::Yes;
+        return given.Has("--show")
+                   ? output.Answer(ExitCode::Error, "the property sheet could not be made")
+                   : output.Answer(ExitCode::Yes, "the titles are not known: no window can be made here");
     });
 }
 

@@ -25,8 +25,7 @@ void AddExpandVerb(Program& program, const Expander& expand) {
         } else if (done) {
             output.Line(ToUtf8(expanded));
         }
-        return done ? ExitCode::Yes
-                    : output.Answer(ExitCode::No, "cannot expand " + ToUtf8(text) + "; --trace tells why");
+        return done ? ExitCode::Yes : output.AnswerFailure(ExitCode::No, "cannot expand " + ToUtf8(text));
     });
 }
 
@@ -59,8 +58,8 @@ void AddPathVerb(Program& program, const PathResolver& resolve) {
         if (tsLib::Succeeded(result)) {
             return ExitCode::Yes;
         }
-        return output.Answer(result == tsLib::HResult::InvalidArgument ? ExitCode::Usage : ExitCode::No,
-                             "no path for kind " + std::to_string(*kind) + ": " + number + "; --trace tells why");
+        return output.AnswerFailure(result == tsLib::HResult::InvalidArgument ? ExitCode::Usage : ExitCode::No,
+                                    "no path for kind " + std::to_string(*kind) + ": " + number);
     });
 }
 

@@ -6,9 +6,9 @@
 
 namespace HVR::zebdiag {
 
-Program::Program(Console& console, std::function<void()> showTrace)
+Program::Program(Console& console, Tracing& tracing)
     : console_(console),
-      showTrace_(std::move(showTrace)),
+      tracing_(tracing),
       syntax_{"zebdiag", "Looks at a Halvora installation from a support engineer's side.",
               "zebdiag VERB --help tells more. Every verb takes --json (one JSON object on stdout) and --trace\n"
               "(trace records on stderr). Exit codes: 0 yes or done, 1 no, 2 wrong usage, 3 could not find out."} {}
@@ -30,9 +30,9 @@ ExitCode Program::Call(std::span<const std::u16string> arguments) const {
             return arguments.empty() ? ExitCode::Usage : ExitCode::Yes;
         }
         if (given.Has("--trace")) {
-            showTrace_();
+            tracing_.Show();
         }
-        return runs_.at(given.verb)(given, Output(console_, given.verb, given.Has("--json")));
+        return runs_.at(given.verb)(given, Output(console_, tracing_, given.verb, given.Has("--json")));
     } catch (const UsageError& mistake) {
         const std::string name = tsLib::ToUtf8(arguments.front());
         console_.Err(runs_.contains(name)

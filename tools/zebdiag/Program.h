@@ -21,8 +21,8 @@ public:
     // What a verb does. Throws UsageError when the command line turns out to make no sense.
     using Run = std::function<ExitCode(const Given&, const Output&)>;
 
-    // `showTrace` is called before a verb runs that was given --trace. The console must outlive the program.
-    Program(Console& console, std::function<void()> showTrace);
+    // What is passed must outlive the program.
+    Program(Console& console, Tracing& tracing);
 
     // A new verb; the options that every verb has are added.
     void Add(Syntax verb, Run run);
@@ -33,7 +33,7 @@ public:
 
 private:
     Console& console_;
-    std::function<void()> showTrace_;
+    Tracing& tracing_;
     Syntax syntax_;
     std::map<std::string, Run> runs_;
 };

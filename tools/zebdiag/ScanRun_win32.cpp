@@ -83,7 +83,8 @@ private:
 ScanOutcome RunScan(ProductRuntime& runtime, const std::vector<std::u16string>& paths,
                     std::optional<std::uint32_t> waitSeconds) {
     const Platform& real = runtime.Platform();
-    const ReportPlace report(real.system);
+    // Where nobody waits for a report it lies where every scanner leaves it.
+    const auto report = waitSeconds ? std::make_unique<ReportPlace>(real) : nullptr;
     const DropMemory memory(paths);
     win32::Win32DropList dropList(static_cast<HDROP>(memory.Get()));
     RecordingTextOutput output;
@@ -93,6 +94,7 @@ ScanOutcome RunScan(ProductRuntime& runtime, const std::vector<std::u16string>& 
                            real.catalogs,  real.signatures, real.trustProvider, real.trace};
 
     ScanOutcome outcome;
+    outcome.selected = paths.size();
     outcome.result = ScanRequest(watched, runtime.PathExpansion(), runtime.TrustVerifiers()).Scan(dropList, output);
     outcome.listFile = std::move(output.path);
     outcome.lines = std::move(output.lines);
@@ -101,10 +103,10 @@ ScanOutcome RunScan(ProductRuntime& runtime, const std::vector<std::u16string>& 
         outcome.scanner.started = true;
         outcome.scanner.processId = processes.started->processId;
         if (waitSeconds) {
-            WaitForEnd(win32::FromSeam<HANDLE>(processes.started->process), *waitSeconds, outcome.scanner);
+            report->WaitForEnd(win32::FromSeam<HANDLE>(processes.started->process), *waitSeconds, outcome.scanner);
         }
         if (outcome.scanner.ended) {
-            outcome.scanner.report = report.Read(real.files);
+            outcome.scanner.report = report->Read();
         }
     }
     return outcome;

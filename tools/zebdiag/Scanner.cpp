@@ -2,15 +2,20 @@
 
 namespace HVR::zebdiag {
 
-commandline::Argument PathsArgument() {
+commandline::Argument PathsArgument(Times times) {
     return {
-        "PATH", "a file, folder or drive; put -- before one that begins with two dashes", "", {}, Times::OnceOrMore};
+        "PATH",
+        "a file, folder or drive; put -- before one that begins with two dashes, and \\\\?\\ before one that ends in a "
+        "dot or a blank",
+        "",
+        {},
+        times};
 }
 
 commandline::Argument WaitOption(const std::string& help) { return {"--wait", help, "SECONDS"}; }
 
 std::vector<std::u16string> Paths(const Given& given, const FullPath& fullPath) {
-    std::vector<std::u16string> paths = given.texts.at("PATH");
+    std::vector<std::u16string> paths = given.Has("PATH") ? given.texts.at("PATH") : std::vector<std::u16string>();
     for (std::u16string& path : paths) {
         if (path.empty() || path.find(u'\0') != std::u16string::npos) {
             throw UsageError("a PATH is empty");
@@ -59,6 +64,9 @@ void Write(const StartedScanner& scanner, JsonObject& json) {
 }
 
 ExitCode AnswerAfter(std::optional<std::uint32_t> waitSeconds, const StartedScanner& scanner, const Output& output) {
+    if (scanner.interrupted && !scanner.ended) {
+        return output.Answer(ExitCode::Error, "interrupted; the scanner goes on");
+    }
     if (waitSeconds && !scanner.ended) {
         return output.Answer(ExitCode::Error, "the scanner did not end within " + std::to_string(*waitSeconds) + " s");
     }

@@ -36,6 +36,7 @@ void AddPathVerb(Program& program, const PathResolver& resolve);
 // scan. Runs the scan request on full paths, and waits for the scanner as long as told.
 struct ScanOutcome {
     tsLib::HResult result = tsLib::HResult::Unexpected;
+    std::size_t selected = 0;  // the paths
     std::optional<std::u16string> listFile;
     std::vector<std::string> lines;  // as written, without their line ends
     std::optional<std::u16string> commandLine;
@@ -43,7 +44,7 @@ struct ScanOutcome {
 };
 using ScanRunner =
     std::function<ScanOutcome(const std::vector<std::u16string>& paths, std::optional<std::uint32_t> waitSeconds)>;
-void AddScanVerb(Program& program, const ScanRunner& scan, const FullPath& fullPath);
+void AddScanVerb(Program& program, const ScanRunner& scan, const FullPath& fullPath, tsLib::platform::Files& files);
 
 // menu. Builds the menu for full paths. Throws std::runtime_error with a reason when there can be none.
 using ShellMenuMaker = std::function<std::unique_ptr<ShellMenu>(const std::vector<std::u16string>& paths)>;
@@ -95,5 +96,21 @@ void AddCreateVerb(Program& program, const ObjectCreator& create);
 // protection.
 using SuspensionReader = std::function<tsLib::platform::SystemError(bool& isSuspended)>;
 void AddProtectionVerb(Program& program, const SuspensionReader& read);
+
+// trace. Sessions of the platform's event tracing.
+class TraceSessions {
+public:
+    using Decoded = std::function<void(std::uint64_t fileTime, std::uint32_t processId, const std::string& words)>;
+
+    // A session that writes our provider's records up to the level into a file.
+    virtual tsLib::platform::SystemError Start(const std::u16string& file, tsLib::platform::TraceLevel level) = 0;
+    virtual tsLib::platform::SystemError Stop() = 0;
+    // Our records in a session's file, in order.
+    virtual tsLib::platform::SystemError Decode(const std::u16string& file, const Decoded& decoded) = 0;
+
+protected:
+    ~TraceSessions() = default;
+};
+void AddTraceVerb(Program& program, TraceSessions& sessions, tsLib::platform::Files& files, const FullPath& fullPath);
 
 }  // namespace HVR::zebdiag

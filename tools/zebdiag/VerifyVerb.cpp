@@ -35,8 +35,9 @@ struct Answer {
     TrustResult verdict = TrustResult::FileError;
     std::uint32_t level = tsLib::kProductTrustLevel;
     bool driverMode = false;
-    std::optional<std::u16string> path;  // nothing when the target leads to no file
-    bool described = false;              // whether `report` holds findings
+    std::optional<std::u16string> path;   // nothing when the target leads to no file
+    bool described = false;               // whether `report` holds findings
+    std::optional<TrustResult> second{};  // the verdict of the look that made the report, when it is another one
     TrustReport report{};
     bool signerDespiteRefusal = false;  // the names come from a second, thorough look
 };
@@ -66,6 +67,9 @@ JsonObject ToJson(const Answer& answer) {
     json["refused"] = tsLib::RefusesFile(answer.verdict);
     if (!answer.described) {
         return json;
+    }
+    if (answer.second) {
+        json["secondResult"] = static_cast<std::uint32_t>(*answer.second);
     }
     const TrustReport& report = answer.report;
     json["flags"] = report.flags;
@@ -100,6 +104,11 @@ void Print(const Answer& answer, const Output& output) {
                 (tsLib::RefusesFile(answer.verdict) ? "; the product refuses this file" : ""));
     if (!answer.described) {
         return;
+    }
+    if (answer.second) {
+        output.Line("again     " + std::string(tsLib::Name(*answer.second)) + " (" +
+                    std::to_string(static_cast<std::uint32_t>(*answer.second)) +
+                    "), by the look that the lines below are of");
     }
     const TrustReport& report = answer.report;
     std::string flags = "flags     " + Hexadecimal(report.flags);
@@ -139,8 +148,12 @@ void Describe(IVerifyTrust& verifier, Answer& answer) {
         report->size = sizeof(TrustReport);
         return verifier.DescribeFile(answer.path->c_str(), answer.level, answer.driverMode, thorough, report.get());
     };
-    if (look(false) == TrustResult::InvalidArgument) {
+    const TrustResult verdict = look(false);
+    if (verdict == TrustResult::InvalidArgument) {
         return;
+    }
+    if (verdict != answer.verdict) {
+        answer.second = verdict;
     }
     if ((report->flags & tsLib::kSignerFound) == 0) {
         const std::int32_t plainAnswer = report->platformAnswer;

@@ -1,14 +1,20 @@
 // zebdiag: looks at a Halvora installation from a support engineer's side.
 #include <windows.h>
 
+#include <atomic>
+#include <utility>
+
 #include "AgentCore/ProductInstallPathResolver.h"
 #include "companions/protection/Win32SuspensionMarks_win32.h"
 #include "tools/zebdiag/DoctorMachine_win32.h"
+#include "tools/zebdiag/TraceSessions_win32.h"
+#include "tools/zebdiag/TraceText.h"
 #include "tools/zebdiag/Win32Verbs.h"
 #include "tslib/ISettingsStore.h"
 #include "tslib/IVerifyTrust.h"
 #include "tslib/Utf8.h"
 #include "tslib/platform/Boundary.h"
+#include "tslib/platform/Locks.h"
 #include "tslib/platform/win32/Handles.h"
 #include "tslib/platform/win32/WideText.h"
 #include "tslib/platform/win32/Win32Platform.h"
@@ -52,22 +58,51 @@ private:
     }
 };
 
-void ShowTrace(Win32Console& console) {
-    win32::Win32TraceOutput& trace = win32::Win32Platform::Instance().trace;
-    trace.SetSink(
-        [](void* context, std::u16string_view line) {
-            try {
-                line = line.substr(0, line.find_last_not_of(u"\r\n") + 1);
-                static_cast<Win32Console*>(context)->Err(tsLib::ToUtf8(line));
-            } catch (...) {  // a record that memory cannot hold is not shown
+// The product's trace in this process: every error is kept in words, and every record shown to who asked for it.
+class Win32Tracing final : public Tracing, public TraceOutput {
+public:
+    explicit Win32Tracing(Win32Console& console) : console_(console) {
+        win32::Win32Platform::Instance().trace.Also(this);
+    }
+    void Show() override {
+        win32::Win32Platform::Instance().trace.Enable(true, TraceLevel::Verbose);
+        isShown_ = true;
+    }
+    [[nodiscard]] std::string LastError() const override {
+        const std::lock_guard lock(lock_);
+        return lastError_;
+    }
+    [[nodiscard]] bool IsEnabled(TraceLevel level) const noexcept override {
+        return isShown_ || level == TraceLevel::Error;
+    }
+    void Write(const TraceRecord& record) noexcept override {
+        tsLib::AtBoundary(false, [&] {  // a record that memory cannot hold is not shown
+            std::string words = TraceSentence(record);
+            if (isShown_) {
+                console_.Err("trace: " + words);
             }
-        },
-        &console);
-    trace.Enable(true, TraceLevel::Verbose);
-}
+            if (record.level == TraceLevel::Error) {
+                const std::lock_guard lock(lock_);
+                lastError_ = std::move(words);
+            }
+            return true;
+        });
+    }
+
+private:
+    Win32Console& console_;
+    std::atomic<bool> isShown_{false};
+    mutable Lock lock_;
+    std::string lastError_;
+};
 
 // The path as the shell would list it: full, without . and .. elements.
+// A path in the literal form is meant as it stands, and is told without that form's prefix.
 std::u16string Win32FullPath(const std::u16string& path) {
+    constexpr std::u16string_view kLiteral = u"\\\\?\\";
+    if (path.starts_with(kLiteral) && path.find(u':') == kLiteral.size() + 1) {
+        return path.substr(kLiteral.size());
+    }
     const DWORD needed = GetFullPathNameW(ToWide(path), 0, nullptr, nullptr);
     std::u16string full(needed, u'\0');
     const DWORD length = needed == 0 ? 0 : GetFullPathNameW(ToWide(path), needed, ToWide(full.data()), nullptr);
@@ -123,9 +158,12 @@ ExitCode Run(int count, wchar_t** values) {
     const Expander expand = [&](const std::u16string& text, std::u16string& expanded) {
         return runtime.PathExpansion().Expand(text, expanded);
     };
-    static Win32Console console;  // trace records may come until the process ends
+    // Never destroyed: trace records may come until the process ends.
+    auto& console = *new Win32Console;
+    auto& tracing = *new Win32Tracing(console);
+    Win32TraceSessions sessions;
     Win32DoctorMachine machine(platform);
-    Program program(console, [&] { ShowTrace(console); });
+    Program program(console, tracing);
     AddVerifyVerb(program, platform, runtime.TrustVerifiers(), FindLoadedModule);
     AddExpandVerb(program, expand);
     AddPathVerb(program, [&](std::uint32_t kind, const std::u16string& file, std::u16string& path) {
@@ -133,7 +171,7 @@ ExitCode Run(int count, wchar_t** values) {
     });
     AddScanVerb(
         program, [&](const auto& paths, auto waitSeconds) { return RunScan(runtime, paths, waitSeconds); },
-        Win32FullPath);
+        Win32FullPath, platform.files);
     AddMenuVerb(
         program, [&](const auto& paths) { return MakeWin32ShellMenu(platform, paths); }, Win32FullPath);
     AddPageVerb(program, [&](bool show, const std::function<void()>& onShown) {
@@ -147,6 +185,7 @@ ExitCode Run(int count, wchar_t** values) {
         return runtime.Components().Create(objectId, interfaceId, object);
     });
     AddProtectionVerb(program, [](bool& isSuspended) { return Win32SuspensionMarks().IsAnySet(isSuspended); });
+    AddTraceVerb(program, sessions, platform.files, Win32FullPath);
     AddDoctorVerb(program, platform, machine, Win32FullPath);
     return program.Call(arguments);
 }

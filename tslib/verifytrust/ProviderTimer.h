@@ -11,10 +11,12 @@ namespace tsLib {
 
 inline constexpr std::uint32_t kSlowProviderMilliseconds = 500;
 
+using SlowCallEvent = CheckedEvent<trace_table::Warning, std::uint32_t, std::u16string_view, std::u16string_view>;
+
 // Makes the call and returns what it returns; one that took longer than 500 ms is traced with `what` and the path.
 template <class Call>
-auto TimedCall(const platform::Platform& platform, TraceEvent slow, std::u16string_view what, std::u16string_view path,
-               Call&& call) {
+auto TimedCall(const platform::Platform& platform, SlowCallEvent slow, std::u16string_view what,
+               std::u16string_view path, Call&& call) {
     const std::uint32_t start = platform.system.TickCount();
     auto result = call();
     // The count wraps around; the difference of unsigned numbers is right all the same.

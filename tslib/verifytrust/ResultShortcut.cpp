@@ -67,7 +67,7 @@ std::optional<TrustResult> VerdictFromShortcut(const platform::Platform& platfor
     const bool driverMode = request.kind.driverMode;
     const auto verdict =
         WordSatisfies(word, request.level, driverMode) ? TrustResult::Trusted : TrustResult::NotTrusted;
-    tracer.Verbose(TraceEvent::TrustShortcutAnswer, word, request.level, static_cast<std::uint32_t>(verdict));
+    tracer.Verbose(TraceEvent::TrustShortcutAnswer, word, request.level, verdict);
     if (verdict == TrustResult::Trusted) {
         systemComponent = (word & kSystemComponent) != 0;
     } else if (driverMode) {

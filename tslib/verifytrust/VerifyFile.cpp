@@ -21,7 +21,7 @@ TrustResult CheckSigner(const platform::Platform& platform, const FileCheck& che
     // leaves the signer of such a file unknown.
     const std::u16string& signedFile = throughCatalog ? findings.catalog->Name() : check.file.Name();
     const Tracer tracer(platform.trace);
-    const auto fails = [&](TraceEvent event, SystemError error) {
+    const auto fails = [&](CheckedEvent<trace_table::Error, SystemError, std::u16string> event, SystemError error) {
         if (Failed(error)) {
             tracer.Error(event, error, signedFile);
         }
@@ -52,7 +52,7 @@ TrustResult CheckSigner(const platform::Platform& platform, const FileCheck& che
     findings.subject = ReadSubject(signatures, certificate.Get());
     const TrustResult verdict = JudgeSigner(platform, certificate.Get(), findings.subject, check.level,
                                             check.kind.driverMode, findings.flags, findings.systemComponent);
-    tracer.Information(TraceEvent::TrustSignerJudged, findings.flags, check.level, static_cast<std::uint32_t>(verdict));
+    tracer.Information(TraceEvent::TrustSignerJudged, findings.flags, check.level, verdict);
     return verdict;
 }
 

@@ -33,12 +33,11 @@ tsVerifyTrustImpl::tsVerifyTrustImpl(TrustContext& context, const VerifierOption
       providerMode2_(options.providerMode2) {}
 
 TrustResult tsVerifyTrustImpl::Traced(TrustResult verdict, TrustLevel level, const char16_t* path) const noexcept {
-    const auto number = static_cast<std::uint32_t>(verdict);
     const std::u16string_view text = path == nullptr ? std::u16string_view() : path;
     if (verdict == TrustResult::NotTrusted) {  // nothing out of the ordinary
-        tracer_.Verbose(TraceEvent::TrustRefused, number, level, text);
+        tracer_.Verbose(TraceEvent::TrustRefused, verdict, level, text);
     } else if (verdict != TrustResult::Trusted) {
-        tracer_.Error(TraceEvent::TrustRefused, number, level, text);
+        tracer_.Error(TraceEvent::TrustRefused, verdict, level, text);
     }
     return verdict;
 }
@@ -113,7 +112,7 @@ TrustResult tsVerifyTrustImpl::VerifyThroughCache(const FileCheck& check, bool& 
     std::uint8_t extraFlag{};
     bool conflict{};
     TrustResult kept = context_.cache.Lookup(check.path, check.level, optionA, extraFlag, optionB, conflict);
-    tracer_.Verbose(TraceEvent::TrustCacheAnswer, static_cast<std::uint32_t>(kept), check.level, conflict, check.path);
+    tracer_.Verbose(TraceEvent::TrustCacheAnswer, kept, check.level, conflict, check.path);
     // An entry that does not satisfy the level refuses, also where the levels are not comparable.
     if (kept == TrustResult::Trusted || kept == TrustResult::NotTrusted) {
         systemComponent = extraFlag != 0;
@@ -127,7 +126,7 @@ TrustResult tsVerifyTrustImpl::VerifyThroughCache(const FileCheck& check, bool& 
         const TrustLevel level = (findings.flags & kSystemComponent) != 0 ? 4 : check.level;
         kept = context_.cache.Add(check.path, level, optionA, systemComponent ? 1 : 0, optionB);
         if (kept != TrustResult::Trusted) {
-            tracer_.Warning(TraceEvent::TrustCacheNotKept, static_cast<std::uint32_t>(kept), check.path);
+            tracer_.Warning(TraceEvent::TrustCacheNotKept, kept, check.path);
         }
     }
     return verdict;

@@ -200,7 +200,7 @@ struct Win32Platform {
     Win32Platform(const Win32Platform&) = delete;
     Win32Platform& operator=(const Win32Platform&) = delete;
     // Never destroyed: threads may still be at work when the process ends. Any thread.
-    [[nodiscard]] static Win32Platform& Instance() noexcept { return instance_; }
+    [[nodiscard]] static constexpr Win32Platform& Instance() noexcept { return instance_; }
     [[nodiscard]] operator const Platform&() const noexcept { return interfaces; }
 
     Win32Registry registry;

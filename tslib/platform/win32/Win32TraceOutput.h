@@ -6,26 +6,23 @@
 
 namespace tsLib::platform::win32 {
 
-// Takes each line as well; `line` is not terminated and valid during the call alone. Called on the tracing thread.
-using TraceSink = void (*)(void* context, std::u16string_view line);
-
-// One line for each record to the debugger's output: "Halvora trace <level> <event> <arguments>", numbers in decimal,
-// texts in double quotes, everything cut to 1023 characters with its line end. Allocates nothing. Starts enabled at
-// level 2, so that errors alone are seen.
+// Records as TraceLines in the debugger's output. Starts enabled at level 2, so that errors alone are seen.
 class Win32TraceOutput final : public TraceOutput {
 public:
     [[nodiscard]] bool IsEnabled(TraceLevel level) const noexcept override;
     void Write(const TraceRecord& record) noexcept override;
 
-    // Any thread, at any time.
+    // What the debugger's output gets. Any thread, at any time.
     void Enable(bool enabled, TraceLevel level) noexcept;
-    // To be set before other threads trace. Null for none; the context must outlive the setting.
-    void SetSink(TraceSink sink, void* context) noexcept;
+    // Another output that gets the records that it is enabled for; null for none. Must outlive every trace that was
+    // begun while it was set.
+    void Also(TraceOutput* further) noexcept { further_.store(further, std::memory_order_release); }
 
 private:
+    [[nodiscard]] bool IsShown(TraceLevel level) const noexcept;
+
     std::atomic<std::uint8_t> highestLevel_{static_cast<std::uint8_t>(TraceLevel::Error)};  // 0: disabled
-    TraceSink sink_ = nullptr;
-    void* sinkContext_ = nullptr;
+    std::atomic<TraceOutput*> further_{nullptr};
 };
 
 }  // namespace tsLib::platform::win32
