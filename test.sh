@@ -97,6 +97,7 @@ if is_part windows; then
     suite "leaks, a process for each test" each_alone
     for name in "${windows_checks[@]}"; do check "$name"; done
     suite "command line" $within scripts/cli-tests.sh
+    check "documents"
     check "modules built twice"
     check "installer"
     settle_wine

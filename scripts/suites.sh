@@ -17,6 +17,7 @@ declare -A checks=(
     ["headers of the modules"]="scripts/check-binaries.py"
     ["modules built twice"]="scripts/check-reproducible.sh"
     ["installer"]="scripts/check-installer.sh"
+    ["documents"]="scripts/check-docs.py"
     ["strings of all languages"]="scripts/check-strings.sh"
 )
 windows_checks=("no plain signer names in modules" "imports of the modules" "locks of the modules" "headers of the modules" "strings of all languages")
@@ -157,7 +158,7 @@ list_tests() {
 only_test() {
     local name=$1 suite_name=${1%%.*} found=0 binary
     if [ -n "${checks[$name]:-}" ]; then
-        case "$name" in *modules* | *languages*) build_windows ;; esac
+        case "$name" in *modules* | *languages* | documents) build_windows ;; esac
         check "$name"
         return
     fi
