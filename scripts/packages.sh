@@ -13,7 +13,7 @@ packages=(
     osslsigncode openssl                                          # development signing
     wixl msitools                                                 # the installer
     libcli11-dev nlohmann-json3-dev                               # header-only packages of the tools
-    googletest libbenchmark-dev                                   # tests and benchmarks
+    googletest libgtest-dev libbenchmark-dev                      # tests and benchmarks
     python3                                                       # small faults on demand
     clang-format-16 clang-tidy clang libclang-rt-dev              # lint and fuzzing
 )

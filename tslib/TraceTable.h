@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 #include "tslib/TraceEvents.h"
@@ -37,10 +38,10 @@ inline constexpr TraceEventRow kRows[] = {
 inline constexpr const auto& kTraceTable = trace_table::kRows;
 static_assert(std::ranges::is_sorted(kTraceTable, std::ranges::less_equal{}, &TraceEventRow::event));
 
-// Null for a number without an event.
-[[nodiscard]] constexpr const TraceEventRow* FindTraceEvent(TraceEvent event) noexcept {
+// Nothing for a number without an event.
+[[nodiscard]] constexpr std::optional<TraceEventRow> FindTraceEvent(TraceEvent event) noexcept {
     const auto* const found = std::ranges::lower_bound(kTraceTable, event, {}, &TraceEventRow::event);
-    return found != std::end(kTraceTable) && found->event == event ? found : nullptr;
+    return found != std::end(kTraceTable) && found->event == event ? std::optional(*found) : std::nullopt;
 }
 
 // A sentence from its start: the text before the first placeholder, and that placeholder's type.

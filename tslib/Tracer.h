@@ -24,8 +24,8 @@ template <std::uint8_t levels, class... Arguments>
 class CheckedEvent {
 public:
     consteval CheckedEvent(TraceEvent event) : event_(event) {  // NOLINT(google-explicit-constructor): at every call
-        const TraceEventRow* const row = FindTraceEvent(event);
-        if (row == nullptr || (row->levels & levels) != levels) {
+        const auto row = FindTraceEvent(event);
+        if (!row || (row->levels & levels) != levels) {
             throw "the table has no such event at this level";
         }
         SentenceReader sentence(row->sentence);

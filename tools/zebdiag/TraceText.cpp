@@ -85,8 +85,8 @@ std::uint64_t TakeNumber(std::u16string_view& text) {
 
 std::string TraceSentence(std::uint16_t event, std::span<const TraceArgument> arguments) {
     std::string words = std::to_string(event) + ":";
-    const tsLib::TraceEventRow* const row = tsLib::FindTraceEvent(static_cast<TraceEvent>(event));
-    if (row == nullptr) {
+    const auto row = tsLib::FindTraceEvent(static_cast<TraceEvent>(event));
+    if (!row) {
         return words + Listed(arguments);
     }
     words += ' ';
@@ -143,8 +143,8 @@ std::string DecodePackedTrace(std::uint16_t event, std::span<const std::byte> pa
         }
         return fits;
     };
-    const tsLib::TraceEventRow* const row = tsLib::FindTraceEvent(static_cast<TraceEvent>(event));
-    tsLib::SentenceReader sentence(row == nullptr ? std::string_view() : row->sentence);
+    const auto row = tsLib::FindTraceEvent(static_cast<TraceEvent>(event));
+    tsLib::SentenceReader sentence(row ? row->sentence : std::string_view());
     std::string_view text;
     std::string_view type;
     while (sentence.Next(text, type) && arguments.size() < texts.size()) {
