@@ -111,7 +111,7 @@ host_tests() {
 }
 
 build_windows() {
-    step "build for Windows" build windows
+    step "build for Windows" build "windows${HALVORA_COMPILER:+-$HALVORA_COMPILER}"
     scripts/samples.sh
     scripts/stage.sh
     scripts/wine-prefix.sh
