@@ -6,7 +6,7 @@
 #   ./test.sh windows      the Windows suites under Wine
 #   ./test.sh wine10       the same under Debian 13's Wine 10.0, in a folder of its own (not part of "everything": making
 #                          the folder takes two minutes); skipped where none can be made
-#   ./test.sh clang        the same with what clang builds (not part of "everything" either)
+#   ./test.sh clang        the same with what clang builds, and the lines of a crash (not part of "everything" either)
 #   ./test.sh faults       lets every call of the platform fail, over every whole operation, on the host
 #   ./test.sh memory       lets every allocation of the modules fail, over their whole lives (minutes; "everything" takes
 #                          a sample)
@@ -124,7 +124,7 @@ if [ "$part" = clang ]; then
     build_windows
     suite "contracts and Windows suites" windows_tests
     suite "leaks, a process for each test" each_alone
-    for name in "${windows_checks[@]}"; do check "$name"; done
+    for name in "${windows_checks[@]}" "symbols of a crash"; do check "$name"; done
     suite "command line" $within scripts/cli-tests.sh
     settle_wine
 fi
