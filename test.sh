@@ -6,6 +6,7 @@
 #   ./test.sh windows      the Windows suites under Wine
 #   ./test.sh wine10       the same under Debian 13's Wine 10.0, in a folder of its own (not part of "everything": making
 #                          the folder takes two minutes); skipped where none can be made
+#   ./test.sh clang        the same with what clang builds, and the lines of a crash (not part of "everything" either)
 #   ./test.sh faults       lets every call of the platform fail, over every whole operation, on the host
 #   ./test.sh memory       lets every allocation of the modules fail, over their whole lives (minutes; "everything" takes
 #                          a sample)
@@ -37,7 +38,7 @@ part=${1:-all}
 is_part() { [ "$part" = all ] || [ "$part" = "$1" ]; }
 
 case "$part" in
-    all | host | windows | wine10 | faults | memory | fuzz | hygiene | attacks | binaries | lint | presets) set_up ;;
+    all | host | windows | wine10 | clang | faults | memory | fuzz | hygiene | attacks | binaries | lint | presets) set_up ;;
     bench)
         set_up
         exec scripts/bench.sh
@@ -115,6 +116,18 @@ if [ "$part" = wine10 ]; then
         suite "leaks, a process for each test" in_wine10 each_alone
         suite "command line" in_wine10 scripts/cli-tests.sh
     fi
+fi
+
+if [ "$part" = clang ]; then
+    say "Windows under Wine, built by clang"
+    export HALVORA_COMPILER=clang
+    source scripts/common.sh
+    build_windows
+    suite "contracts and Windows suites" windows_tests
+    suite "leaks, a process for each test" each_alone
+    for name in "${windows_checks[@]}" "symbols of a crash"; do check "$name"; done
+    suite "command line" $within scripts/cli-tests.sh
+    settle_wine
 fi
 
 case "$part" in

@@ -4,6 +4,7 @@
 Every module: data is not executable, addresses are random and of high entropy, relocations are there for that, no section is both
 writable and executable, the checksum is right, no path of the folder that it was built in is inside, no time of its building.
 """
+import os
 import pathlib
 import struct
 import sys
@@ -50,7 +51,7 @@ def faults(image: bytes):
 
 
 def main() -> int:
-    stage = pathlib.Path(sys.argv[1]) if len(sys.argv) > 1 else ROOT / "out/windows/stage"
+    stage = pathlib.Path(sys.argv[1]) if len(sys.argv) > 1 else ROOT / "out" / os.environ.get("HALVORA_COMPILER", "") / "windows/stage"
     modules = sorted(path for path in stage.rglob("*") if path.suffix in {".dll", ".exe"})
     modules = [path for path in modules if ".unsigned" not in path.parts]
     bad = 0

@@ -3,7 +3,7 @@
 source "$(dirname "$0")/common.sh"
 built=""
 for preset in $(sed -n 's/.*{ "name": "\([a-z-]*\)", "configurePreset".*/\1/p' CMakePresets.json); do
-    case "$preset" in host-asan | host-tsan | windows) continue ;; esac
+    case "$preset" in host-asan | host-tsan | windows | windows-clang) continue ;; esac
     build "$preset"
     built+=" $preset"
 done

@@ -2,7 +2,8 @@
 # shown only when the step fails.
 set -euo pipefail
 ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-OUT="$ROOT/out"
+# What another compiler makes for Windows, and what is tried with it, lies in a folder of its own.
+OUT="$ROOT/out${HALVORA_COMPILER:+/$HALVORA_COMPILER}"
 LOG="$OUT/log"
 mkdir -p "$LOG"
 cd "$ROOT"
@@ -35,7 +36,7 @@ step() {
 build() {
     local preset=$1
     shift
-    [ -f "$OUT/$preset/build.ninja" ] || cmake --preset "$preset"
+    [ -f "$OUT/${preset%-"${HALVORA_COMPILER:-}"}/build.ninja" ] || cmake --preset "$preset"
     cmake --build --preset "$preset" ${1:+--target "$@"}
 }
 

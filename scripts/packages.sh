@@ -16,6 +16,7 @@ packages=(
     googletest libgtest-dev libbenchmark-dev                      # tests and benchmarks
     python3                                                       # small faults on demand
     clang-format-16 clang-tidy clang libclang-rt-dev              # lint and fuzzing
+    lld llvm                                                      # Windows builds by clang, addresses of crashes
 )
 if [ "${1:-}" = demo ]; then
     packages+=(

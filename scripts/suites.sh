@@ -18,6 +18,7 @@ declare -A checks=(
     ["modules built twice"]="scripts/check-reproducible.sh"
     ["installer"]="scripts/check-installer.sh"
     ["documents"]="scripts/check-docs.py"
+    ["symbols of a crash"]="scripts/check-symbols.sh"
     ["strings of all languages"]="scripts/check-strings.sh"
 )
 windows_checks=("no plain signer names in modules" "imports of the modules" "locks of the modules" "headers of the modules" "strings of all languages")
@@ -112,7 +113,7 @@ host_tests() {
 }
 
 build_windows() {
-    step "build for Windows" build windows
+    step "build for Windows" build "windows${HALVORA_COMPILER:+-$HALVORA_COMPILER}"
     scripts/samples.sh
     scripts/stage.sh
     scripts/wine-prefix.sh

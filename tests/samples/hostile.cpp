@@ -1,5 +1,5 @@
-// A component module that keeps to none of the rules. It leaves a mark where it is loaded, and does what the
-// environment variable says: "factory throws", "no factory", "object throws", "no object"; anything else is a failure.
+// A component module that keeps to none of the rules. It leaves a mark where it is loaded, and does what the variable
+// says: "crash", "factory throws", "no factory", "object throws", "no object"; anything else is a failure.
 #include <windows.h>
 
 #include <new>
@@ -18,6 +18,11 @@ std::wstring Told() {
     return text;
 }
 
+void Crash() {
+    static int* volatile nowhere = nullptr;
+    *nowhere = 1;  // the line that scripts/check-symbols.sh asks for
+}
+
 struct CFactory : tsLib::IVaneBaseImpl<tsLib::CVaneThreadSafeRefCount, tsLib::IFactory, tsLib::kIFactoryId> {
     VaneResult CreateInstance(const tsLib::InterfaceId&, void**) override {
         return Told() == L"no object" ? VaneResult::Success : throw std::bad_alloc();
@@ -28,6 +33,9 @@ struct CFactory : tsLib::IVaneBaseImpl<tsLib::CVaneThreadSafeRefCount, tsLib::IF
 
 extern "C" __declspec(dllexport) VaneResult GetFactory(const tsLib::ObjectId&, tsLib::IFactory** factory) {
     const std::wstring told = Told();
+    if (told == L"crash") {
+        Crash();
+    }
     if (told == L"factory throws") {
         throw 1;
     }

@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <cstring>
+#include <tuple>
 
 #include "tslib/platform/win32/CallArguments.h"
 #include "tslib/platform/win32/TrustArguments.h"
@@ -13,9 +14,11 @@ namespace {
 using namespace tsLib::platform;
 using namespace tsLib::platform::win32;
 
-template <class Structure>
-bool Same(const Structure& one, const Structure& other) {
-    return std::memcmp(&one, &other, sizeof(one)) == 0;
+// What lies between them is anything.
+auto Members(const WINTRUST_DATA& data) {
+    return std::tie(data.cbStruct, data.pPolicyCallbackData, data.pSIPClientData, data.dwUIChoice,
+                    data.fdwRevocationChecks, data.dwUnionChoice, data.pFile, data.dwStateAction, data.hWVTStateData,
+                    data.pwszURLReference, data.dwProvFlags, data.dwUIContext);
 }
 
 // That the right paths, tags and hashes are told, verdicts show.
@@ -38,7 +41,7 @@ TEST(Win32Arguments, Trust_IsAskedWithoutAWindowOrState_OverTheWholeChainOrNoRev
              {static_cast<TrustArguments*>(&file), static_cast<TrustArguments*>(&catalog)}) {
             data.dwUnionChoice = arguments == &file ? 1 : 2;
             data.pFile = arguments->data.pFile;
-            EXPECT_TRUE(Same(arguments->data, data) && IsEqualGUID(arguments->id, id));
+            EXPECT_TRUE(Members(arguments->data) == Members(data) && IsEqualGUID(arguments->id, id));
             EXPECT_EQ(reinterpret_cast<std::intptr_t>(arguments->window), -1);
         }
         EXPECT_TRUE(file.data.pFile == &file.file && catalog.data.pCatalog == &catalog.catalog.base);
@@ -61,7 +64,7 @@ TEST(Win32Arguments, AProcess_InheritsNoHandles_AndStartsPlainly) {
               StartArguments(nullptr, line, nullptr, nullptr, FALSE, 0x08000020, nullptr, nullptr, &startUp, &started));
     STARTUPINFOW plain{};
     plain.cb = sizeof(plain);
-    EXPECT_TRUE(Same(startUp, plain));
+    EXPECT_EQ(std::memcmp(&startUp, &plain, sizeof(plain)), 0);
 }
 
 TEST(Win32Arguments, FilesAndModules_FoldersAsTheyAre_EmbeddedSignaturesAlone_AndABoxOverNobody) {

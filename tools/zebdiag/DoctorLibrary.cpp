@@ -24,7 +24,7 @@ void ExamineVersion(Examination& exam) {
     std::vector<std::byte> bytes;
     constexpr std::array<std::byte, 4> kMark{std::byte{0xBD}, std::byte{0x04}, std::byte{0xEF}, std::byte{0xFE}};
     if (Succeeded(exam.machine.ReadResource(exam.library, u"#16", 1, bytes))) {
-        const auto mark = std::ranges::search(bytes, kMark).begin();
+        const auto mark = std::search(bytes.begin(), bytes.end(), kMark.begin(), kMark.end());
         const auto at = static_cast<std::size_t>(mark - bytes.begin());
         if (bytes.size() >= 16 && at <= bytes.size() - 16) {
             const auto word = [&](std::size_t from) {

@@ -78,9 +78,8 @@ SystemError Win32Modules::MappedFile(ModuleHandle module, std::u16string& path) 
         return LastFailure();
     }
     // Windows tells \Device\HarddiskVolume1\x, Wine \??\C:\x.
-    constexpr std::u16string_view kObjectManager = u"\\??\\";
-    path = name.starts_with(kObjectManager) ? u"\\\\?\\" + name.substr(kObjectManager.size())
-                                            : u"\\\\?\\GLOBALROOT" + name;
+    constexpr std::u16string_view kDosDevices = u"\\??\\";
+    path = name.starts_with(kDosDevices) ? u"\\\\?\\" + name.substr(kDosDevices.size()) : u"\\\\?\\GLOBALROOT" + name;
     return SystemError::Success;
 }
 
