@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Every link of the documents leads somewhere, and every command line in them is one that works: zebdiag's are run in the
+"""Every link of the documents leads somewhere, every test that they name is there, and every command line in them is one that works: zebdiag's are run in the
 Wine prefix, as far as they name no placeholder (then verb and options are looked up in the help); parts of test.sh,
 programs and options of scripts in their help; msiexec's properties in the scripts that run them."""
 import os
@@ -15,7 +15,7 @@ DOCUMENTS = subprocess.run(["git", "ls-files", "--cached", "--others", "--exclud
 PLACEHOLDER = re.compile(r"\b(FILE|PATH|VERB|TEXT|KIND|OBJID|IID|ACTION|NAME|ID|LIST|MODULE|ADDRESS)\b|\.\.\.")
 NEEDS_DISPLAY = ("page", "menu --show")
 problems = []
-ran = looked_up = links = 0
+ran = looked_up = links = tests = 0
 
 
 def read(path):
@@ -95,6 +95,7 @@ with tempfile.TemporaryDirectory() as folder:
         file.write("C:\\windows\\win.ini\n")
     with open(os.path.join(folder, "capture.txt"), "w", encoding="utf-8") as file:
         file.write('Halvora trace 2 103 "x" "%x%"\n')
+    sources = "".join(read(name) for name in subprocess.run(["git", "ls-files", "tests/*.cpp"], capture_output=True, text=True, check=True).stdout.split())
     seen = set()
     for document in DOCUMENTS:
         text = read(document)
@@ -107,6 +108,10 @@ with tempfile.TemporaryDirectory() as folder:
                 problems.append(f"{document}: there is no {target}")
             elif anchor and path.endswith(".md") and anchor not in anchors(read(path)):
                 problems.append(f"{document}: no section #{anchor} in {path}")
+        for suite, test in re.findall(r"`(?:\w+/)?([A-Z]\w+)\.([A-Z]\w+_\w+)`", text):
+            tests += 1
+            if not re.search(rf"TEST(_F|_P)?\({suite},\s*{test}\)", sources):
+                problems.append(f"{document}: there is no test {suite}.{test}")
         for line in commands(text):
             if line not in seen:
                 seen.add(line)
@@ -115,5 +120,5 @@ with tempfile.TemporaryDirectory() as folder:
                     problems.append(f"{document}: {line}: {wrong}")
 
 print("\n".join(problems))
-print(f"note: {links} links, {ran} command lines run, {looked_up} looked up")
+print(f"note: {links} links, {tests} names of tests, {ran} command lines run, {looked_up} looked up")
 sys.exit(1 if problems or ran == 0 else 0)
