@@ -108,8 +108,6 @@ if [ "$part" = wine10 ]; then
     build_windows
     check "folder with the newer Wine"
     if [ "$last" -eq 0 ]; then
-        scripts/samples.sh wine10
-        HALVORA_SAMPLES=$(windows_path "$OUT/wine10/samples")
         suite "contracts and Windows suites" in_wine10 windows_tests
         suite "leaks, a process for each test" in_wine10 each_alone
         suite "command line" in_wine10 scripts/cli-tests.sh
