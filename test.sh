@@ -15,6 +15,7 @@
 #   ./test.sh binaries     what the modules are made of: headers, imports, locks, the same bytes when built twice
 #                          ("everything": the libraries; the programs take as long again)
 #   ./test.sh lint         formatting and static checks
+#   ./test.sh kit          the kit for other machines, under both versions of Wine (not part of "everything": minutes)
 #   ./test.sh presets      builds every preset that no other part builds (not part of "everything" either)
 #   ./test.sh bench        the benchmarks (not part of "everything": they measure, they do not judge)
 #   ./test.sh mutants N    puts N small faults into the code, one at a time, and tells which no host test notices (nor
@@ -37,7 +38,7 @@ part=${1:-all}
 is_part() { [ "$part" = all ] || [ "$part" = "$1" ]; }
 
 case "$part" in
-    all | host | windows | wine10 | faults | memory | fuzz | hygiene | attacks | binaries | lint | presets) set_up ;;
+    all | host | windows | wine10 | faults | memory | fuzz | hygiene | attacks | binaries | lint | presets | kit) set_up ;;
     bench)
         set_up
         exec scripts/bench.sh
@@ -142,6 +143,11 @@ case "$part" in
         for name in "${windows_checks[@]}" "modules built twice"; do check "$name"; done
         ;;
 esac
+
+if [ "$part" = kit ]; then
+    say "Kit"
+    check "platform kit"
+fi
 
 if [ "$part" = presets ]; then
     say "Presets"

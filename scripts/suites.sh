@@ -17,6 +17,7 @@ declare -A checks=(
     ["headers of the modules"]="scripts/check-binaries.py"
     ["modules built twice"]="scripts/check-reproducible.sh"
     ["installer"]="scripts/check-installer.sh"
+    ["platform kit"]="scripts/check-platform-kit.sh"
     ["strings of all languages"]="scripts/check-strings.sh"
 )
 windows_checks=("no plain signer names in modules" "imports of the modules" "locks of the modules" "headers of the modules" "strings of all languages")
