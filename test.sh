@@ -16,6 +16,7 @@
 #   ./test.sh binaries     what the modules are made of: headers, imports, locks, the same bytes when built twice
 #                          ("everything": the libraries; the programs take as long again)
 #   ./test.sh lint         formatting and static checks
+#   ./test.sh kit          the kit for other machines, under both versions of Wine (not part of "everything": minutes)
 #   ./test.sh presets      builds every preset that no other part builds (not part of "everything" either)
 #   ./test.sh bench        the benchmarks (not part of "everything": they measure, they do not judge)
 #   ./test.sh mutants N    puts N small faults into the code, one at a time, and tells which no host test notices (nor
@@ -38,7 +39,7 @@ part=${1:-all}
 is_part() { [ "$part" = all ] || [ "$part" = "$1" ]; }
 
 case "$part" in
-    all | host | windows | wine10 | clang | faults | memory | fuzz | hygiene | attacks | binaries | lint | presets) set_up ;;
+    all | host | windows | wine10 | clang | faults | memory | fuzz | hygiene | attacks | binaries | lint | presets | kit) set_up ;;
     bench)
         set_up
         exec scripts/bench.sh
@@ -110,8 +111,6 @@ if [ "$part" = wine10 ]; then
     build_windows
     check "folder with the newer Wine"
     if [ "$last" -eq 0 ]; then
-        scripts/samples.sh wine10
-        HALVORA_SAMPLES=$(windows_path "$OUT/wine10/samples")
         suite "contracts and Windows suites" in_wine10 windows_tests
         suite "leaks, a process for each test" in_wine10 each_alone
         suite "command line" in_wine10 scripts/cli-tests.sh
@@ -158,6 +157,11 @@ case "$part" in
         for name in "${windows_checks[@]}" "modules built twice"; do check "$name"; done
         ;;
 esac
+
+if [ "$part" = kit ]; then
+    say "Kit"
+    check "platform kit"
+fi
 
 if [ "$part" = presets ]; then
     say "Presets"

@@ -12,6 +12,7 @@ packages=(
     debootstrap                                                   # a folder with a newer Wine
     osslsigncode openssl                                          # development signing
     wixl msitools                                                 # the installer
+    zip unzip                                                     # the kit for other machines
     libcli11-dev nlohmann-json3-dev                               # header-only packages of the tools
     googletest libgtest-dev libbenchmark-dev                      # tests and benchmarks
     python3                                                       # small faults on demand

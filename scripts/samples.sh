@@ -1,8 +1,5 @@
 #!/usr/bin/env bash
-# Signed, tampered and unsigned sample files for the tests.
-#
-#   samples.sh           in out/samples/
-#   samples.sh wine10    and in out/wine10/samples/, with the catalogs that the newer Wine needs
+# Signed, tampered and unsigned sample files for the tests: out/samples/.
 source "$(dirname "$0")/common.sh"
 "$ROOT/scripts/dev-signing.sh"
 SAMPLES="$OUT/samples"
@@ -10,37 +7,23 @@ BUILT="$OUT/windows/tests/samples"
 EXE="$BUILT/sample.exe"
 DLL="$BUILT/component.dll"
 sign() { "$ROOT/scripts/dev-signing.sh" "$@"; }
-# catalogs FOLDER KIND PREFIX...: lists the unsigned file in catalogs of that kind, by the hash that the Wine which the
-# prefix runs makes of it. No Wine can enumerate a catalog with a newer digest (docs/platform.md).
-catalogs() {
-    local folder=$1 kind=$2
-    "${@:3}" wine "$BUILT/make-catalog.exe" "$(windows_path "$SAMPLES/unsigned.exe")" \
-        "$(windows_path "$folder/unsigned$kind.cat")" ${kind:+sha256}
+# catalog KIND DIGEST: lists the unsigned file in catalogs of that kind. No Wine can enumerate a catalog that is signed
+# with a newer digest (docs/platform.md).
+catalog() {
+    scripts/make-catalog.py "$2" "$SAMPLES/unsigned.exe" "$SAMPLES/unsigned$1.cat"
     local profile
     for profile in main other; do
-        HALVORA_SIGN_DIGEST=sha1 sign $profile "$folder/unsigned$kind.cat" "$folder/$profile$kind.cat"
+        HALVORA_SIGN_DIGEST=sha1 sign $profile "$SAMPLES/unsigned$1.cat" "$SAMPLES/$profile$1.cat"
     done
 }
-make_wine10_samples() {
-    rm -rf "$OUT/wine10/samples"
-    cp -r "$SAMPLES" "$OUT/wine10/samples"
-    catalogs "$OUT/wine10/samples" "" scripts/wine10.sh
-    catalogs "$OUT/wine10/samples" -sha256 scripts/wine10.sh
-}
-if [ "${1:-}" = wine10 ]; then
-    "$0"
-    step "samples for the newer Wine" make_wine10_samples
-    exit
-fi
 fresh() {
     [ -f "$SAMPLES/.ready" ] || return 1
     local input
-    for input in "$BUILT"/*.exe "$BUILT"/*.dll "$OUT/signing/.ready" "$0"; do
+    for input in "$BUILT"/*.exe "$BUILT"/*.dll "$OUT/signing/.ready" "$0" scripts/make-catalog.py; do
         [ ! "$input" -nt "$SAMPLES/.ready" ] || return 1
     done
 }
 ! fresh || exit 0
-"$ROOT/scripts/wine-prefix.sh"
 
 # tamper FROM TO: one byte of the code changed; the signature stays where it is.
 tamper() {
@@ -69,7 +52,8 @@ make_samples() {
     local name
     for name in hostile no-strings long-strings; do sign main "$BUILT/$name.dll" "$SAMPLES/$name.dll"; done
     tamper "$EXE" "$SAMPLES/changed.exe"
-    catalogs "$SAMPLES" ""
+    catalog "" sha1
+    catalog -sha256 sha256
     touch "$SAMPLES/.ready"
 }
 step "signed samples" make_samples

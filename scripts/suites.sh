@@ -19,6 +19,7 @@ declare -A checks=(
     ["installer"]="scripts/check-installer.sh"
     ["documents"]="scripts/check-docs.py"
     ["symbols of a crash"]="scripts/check-symbols.sh"
+    ["platform kit"]="scripts/check-platform-kit.sh"
     ["strings of all languages"]="scripts/check-strings.sh"
 )
 windows_checks=("no plain signer names in modules" "imports of the modules" "locks of the modules" "headers of the modules" "strings of all languages")

@@ -86,8 +86,8 @@ public:
     ~EmptyMachine() {
         RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr);
         RegOverridePredefKey(HKEY_CLASSES_ROOT, nullptr);
-        RegDeleteTreeW(machine_, nullptr);
         RegCloseKey(machine_);
+        RegDeleteTreeW(HKEY_CURRENT_USER, L"HalvoraTest");
     }
 
     void Put(const std::string& key, const wchar_t* name = nullptr) {

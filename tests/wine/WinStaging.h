@@ -66,15 +66,23 @@ inline bool SwapNames(const std::wstring& one, const std::wstring& other) {
     return isDone;
 }
 
-// A new empty folder below the Windows folder's Temp. Something in it that is still open at the end is a failure of
-// this test, and of no other: no two folders are the same.
+// Empty when it is not set.
+[[nodiscard]] inline std::wstring VariableText(const wchar_t* name) {
+    std::wstring text(0x8000, L'\0');
+    text.resize(GetEnvironmentVariableW(name, text.data(), static_cast<DWORD>(text.size())));
+    return text;
+}
+
+// A new empty folder below HALVORA_SCRATCH, or else the Windows folder's Temp. Something in it that is still open at
+// the end is a failure of this test, and of no other: no two folders are the same.
 class ScratchFolder : ForTest {
 public:
     explicit ScratchFolder(const wchar_t* name) {
         static unsigned made = 0;
         wchar_t buffer[MAX_PATH] = {};
         GetWindowsDirectoryW(buffer, MAX_PATH);
-        const std::wstring temp = std::wstring(buffer) + L"\\Temp\\";
+        const std::wstring told = VariableText(L"HALVORA_SCRATCH");
+        const std::wstring temp = (told.empty() ? std::wstring(buffer) + L"\\Temp" : told) + L'\\';
         const std::wstring folder =
             temp + name + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++made);
         RemoveTree(L"\\\\?\\" + folder);  // of an earlier process with this number
@@ -111,12 +119,6 @@ private:
     std::u16string path_;
 };
 
-// Empty when it is not set.
-[[nodiscard]] inline std::wstring VariableText(const wchar_t* name) {
-    std::wstring text(0x8000, L'\0');
-    text.resize(GetEnvironmentVariableW(name, text.data(), static_cast<DWORD>(text.size())));
-    return text;
-}
 // An environment variable.
 class VariableForTest : ForTest {
 public:

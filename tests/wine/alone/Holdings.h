@@ -75,8 +75,13 @@ private:
                            group->blockSize * kUnit * kGroupBlocks + offsetof(Group, blockSize) == entry.cbData;
         return isOne ? group : nullptr;
     }
-    // From the system's list of all: Wine does not count a process's.
+    // Wine does not count a process's: from its list of all, which is short.
     void CountHandles() {
+        DWORD count = 0;
+        if (GetProcessHandleCount(GetCurrentProcess(), &count) && count != 0) {
+            handles_ = count;
+            return;
+        }
         struct Entry {
             void* object;
             ULONG_PTR process;
