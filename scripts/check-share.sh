@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # How much of the code is tests: a quarter to a third is wanted. Above LIMIT percent this fails.
 source "$(dirname "$0")/common.sh"
-LIMIT=36  # on its way down to 34
+LIMIT=35
 lines() { tr '\n' '\0' | xargs -0 -r cat | wc -l; }
 code=$(git ls-files --cached --others --exclude-standard -- '*.cpp' '*.h' '*.rc' '*.idl' '*.rgs' '*.sh' '*.py' '*.wxs' '*.cmake' '*CMakeLists.txt')
 tests=$(grep -E '^tests/|^test\.sh$|^scripts/(check-.*|cli-tests|suites|mutants|fuzz)\.(sh|py)$' <<<"$code")
