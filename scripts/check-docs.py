@@ -44,7 +44,7 @@ def help_of(*program):
 def commands(text):
     """The command lines of a document: lines of code that begin with one of our programs."""
     blocks = re.findall(r"^```(?:sh)?\n(.*?)^```", text, re.M | re.S) + re.findall(r"(?:^    \S.*\n)+", text, re.M)
-    lines = [line.split(" # ")[0].strip() for block in blocks for line in block.splitlines()]
+    lines = [line.split(" # ")[0].strip().removeprefix("$ ") for block in blocks for line in block.splitlines()]
     lines += re.findall(r"`([^`\n]+)`", re.sub(r"^```.*?^```", "", text, flags=re.M | re.S))
     return [line for line in lines if re.match(r"(\./(test|demo)\.sh|scripts/[\w-]+\.(sh|py)|zebdiag|msiexec)( |$)", line)]
 
