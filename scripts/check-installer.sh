@@ -107,9 +107,9 @@ state >"$work/after"
 expect "what is left after the next start" "" "$(changes)"
 
 # Some features alone.
-expect "some features" 0 "$(installer /i "$(windows_path "$msi")" "INSTALLDIR=C:\\Security\\Halvora" ADDLOCAL=Complete,Components,ScanAgent >/dev/null; echo $?)"
+expect "some features" 0 "$(installer /i "$(windows_path "$msi")" "INSTALLDIR=C:\\Program Files\\Some of Halvora" ADDLOCAL=Complete,Components,ScanAgent >/dev/null; echo $?)"
 expect "a host with them" "$version: $item" "$(a_host)"
-expect "the features that were not asked for" "" "$(find "$WINEPREFIX/drive_c/Security" -name 'zebpages.dll' -o -name 'zebdiag.exe')"
+expect "the features that were not asked for" "" "$(find "$program_files/Some of Halvora" -name 'zebpages.dll' -o -name 'zebdiag.exe')"
 expect "their removal" 0 "$(installer /x "$(windows_path "$msi")" >/dev/null; echo $?)"
 
 # An installation that fails, because the library is cut, leaves nothing either.

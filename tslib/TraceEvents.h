@@ -6,7 +6,7 @@
 namespace tsLib {
 
 enum class TraceEvent : std::uint16_t {
-#define TRACE_EVENT(name, number, levels, sentence) name = number,
+#define TRACE_EVENT(name, number, levels, sentence) name = (number),
 #include "tslib/TraceEvents.inc"
 #undef TRACE_EVENT
 };

@@ -13,10 +13,10 @@
 namespace tsLib {
 
 struct TraceEventRow {
-    TraceEvent event;
     std::string_view name;
-    std::uint8_t levels;        // of trace_table::Error and the like
     std::string_view sentence;  // {text} and the like for each argument
+    TraceEvent event;
+    std::uint8_t levels;  // of trace_table::Error and the like
 };
 
 namespace trace_table {
@@ -27,7 +27,7 @@ constexpr std::uint8_t Information = 1U << static_cast<unsigned>(platform::Trace
 constexpr std::uint8_t Verbose = 1U << static_cast<unsigned>(platform::TraceLevel::Verbose);
 
 inline constexpr TraceEventRow kRows[] = {
-#define TRACE_EVENT(name, number, levels, sentence) {TraceEvent::name, #name, levels, sentence},
+#define TRACE_EVENT(name, number, levels, sentence) {#name, sentence, TraceEvent::name, levels},
 #include "tslib/TraceEvents.inc"
 #undef TRACE_EVENT
 };
