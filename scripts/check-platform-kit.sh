@@ -37,7 +37,11 @@ expect() {
     printf '%s:\n  wanted: %s\n  given:  %s\n' "$1" "$2" "$3"
     status=1
 }
-run() { (cd / && timeout 600 "$@" </dev/null >"$work/shown" 2>&1 && echo 0 || echo $?); }
+# Every run's report is kept beside the others.
+run() {
+    (cd / && timeout 600 "$@" </dev/null >"$work/shown" 2>&1 && echo 0 || echo $?)
+    [ ! -f "$report" ] || cp "$report" "$work/report-$(find "$work" -maxdepth 1 -name 'report-*' | wc -l).txt"
+}
 kit=(wine cmd /c "C:\\${folder##*/}\\run.cmd")
 told() { tr -d '\r' <"$report" | sed -n "s/^$1 *//p"; }
 skipped() { told skipped | sed 's/   .*//' | tr '\n' ','; }

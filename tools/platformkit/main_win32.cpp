@@ -11,8 +11,8 @@
 
 #include "tools/platformkit/Machine_win32.h"
 #include "tools/platformkit/Plan.h"
-#include "tslib/Utf8.h"
-#include "tslib/platform/win32/WideText.h"
+#include "tools/platformkit/TestRoot_win32.h"
+#include "tools/platformkit/Watch_win32.h"
 
 namespace {
 
@@ -33,9 +33,6 @@ BOOL WINAPI Stop(DWORD event) {
 }
 bool IsStopped() { return WaitForSingleObject(stop, 0) == WAIT_OBJECT_0; }
 
-std::string Utf8(const std::wstring& text) {
-    return tsLib::ToUtf8({tsLib::platform::win32::FromWide(text.c_str()), text.size()});
-}
 void Say(const std::string& line) {
     std::fputs((line + '\n').c_str(), stdout);
     std::fflush(stdout);
@@ -233,13 +230,15 @@ private:
         }
         const ULONGLONG begin = GetTickCount64();
         unsigned ran = 0, passed = 0, skipped = 0;
-        DWORD code = 0;  // the last that was not 0
+        DWORD code = 0;   // the last that was not 0
+        DWORD error = 0;  // the same
         std::string bad;
         for (const std::wstring& filter : filters) {
             const Ended ended = Run(program + filter, work_, kMinutes, stop);
             const unsigned now = Counted(ended.output, "[==========] Running ");
             ran += now;
             code = ended.exitCode != 0 ? ended.exitCode : code;
+            error = ended.error != 0 ? ended.error : error;
             const unsigned good = Counted(ended.output, "[  PASSED  ] ");
             const unsigned left = Counted(ended.output, "[  SKIPPED ] ");
             passed += good;
@@ -252,8 +251,12 @@ private:
         }
         const bool isGood = bad.empty() && ran != 0;
         Judge(title + ' ' + std::to_string(passed) + " of " + std::to_string(ran) + " tests passed, " +
-                  std::to_string(skipped) + " skipped, exit code " + std::to_string(code) + ", " +
-                  std::to_string((GetTickCount64() - begin) / 1000) + " s",
+                  std::to_string(skipped) + " skipped, exit code " + std::to_string(code) +
+                  (error != 0 ? ", error " + std::to_string(error) : "") +
+                  (ran != filters.size() && step.isEachAlone
+                       ? ", of " + std::to_string(filters.size()) + " that are there"
+                       : "") +
+                  ", " + std::to_string((GetTickCount64() - begin) / 1000) + " s",
               isGood);
         if (!isGood) {
             details_ += "\n==== " + std::string(step.title) + '\n' + bad;
