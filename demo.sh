@@ -5,9 +5,9 @@
 #   ./demo.sh PATH...                with your files and folders
 #   ./demo.sh --lang LCID [PATH...]  on a system of another language, such as 1041
 #
-# Sets up what is missing first, installs the product with its installer and removes it again at the end. Leaves pictures of the menu and of the property page in out/demo/. Exit code 0 when the
-# scanner ran on the selection and neither a tampered nor an unsigned scanner was started; 2 for a wrong command line; 1
-# for anything else.
+# Sets up what is missing first, installs the product with its installer and removes it again at the end. Leaves
+# pictures of the menu and of the property page in out/demo/. Exit code 0 when the scanner ran on the selection and
+# neither a tampered nor an unsigned scanner was started; 2 for a wrong command line; 1 for anything else.
 set -euo pipefail
 wrong() {
     printf 'demo.sh: %s; see ./demo.sh --help\n' "$1" >&2
@@ -18,7 +18,7 @@ given=()
 while [ $# -gt 0 ]; do
     case "$1" in
         -h | --help)
-            sed -n '2,11s/^# \{0,1\}//p' "$0"
+            sed -n '2,10s/^# \{0,1\}//p' "$0"
             exit 0
             ;;
         --lang)

@@ -1,6 +1,13 @@
 # Shared by the scripts; source it. Progress lines go to stdout, the noise of a step to out/log/<step>.log, which is
 # shown only when the step fails.
 set -euo pipefail
+# Wine gives up a program whose heap the kernel has put where Windows has the page that all programs share: one start in
+# some 2,000, and thousands are started here. Without random addresses the heap ends below it. So the command begins once
+# more without them; where that is not allowed, as in some containers, the odds stay.
+if ! ((16#$(cat /proc/self/personality 2>/dev/null || echo 40000) & 16#40000)) && setarch -R true 2>/dev/null; then
+    mapfile -d '' -t words <"/proc/$$/cmdline"
+    exec setarch -R "${words[@]}"
+fi
 ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 # What another compiler makes for Windows, and what is tried with it, lies in a folder of its own.
 OUT="$ROOT/out${HALVORA_COMPILER:+/$HALVORA_COMPILER}"
