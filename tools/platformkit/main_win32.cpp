@@ -69,6 +69,37 @@ std::vector<std::wstring> TestsIn(const std::string& list) {
     return names;
 }
 
+// What came of a step's programs.
+struct Tally {
+    unsigned ran = 0, passed = 0, skipped = 0;
+    DWORD code = 0;   // the last that was not 0
+    DWORD error = 0;  // the same
+    std::string bad;  // all that a program said that did not do as expected
+
+    void Add(const std::wstring& what, const Ended& ended, bool isAsExpected) {
+        code = ended.exitCode != 0 ? ended.exitCode : code;
+        error = ended.error != 0 ? ended.error : error;
+        if (ended.error != 0 || ended.exitCode != 0 || !isAsExpected) {
+            bad += Utf8(what) + ": exit code " + std::to_string(ended.exitCode) + ", error " +
+                   std::to_string(ended.error) + (ended.isOutOfTime ? ", ended after too long a time" : "") + '\n' +
+                   ended.output + '\n';
+        }
+    }
+    void AddTests(const std::wstring& filter, const Ended& ended) {
+        const unsigned now = Counted(ended.output, "[==========] Running ");
+        const unsigned good = Counted(ended.output, "[  PASSED  ] ");
+        const unsigned left = Counted(ended.output, "[  SKIPPED ] ");
+        ran += now;
+        passed += good;
+        skipped += left;
+        Add(filter, ended, now != 0 && now == good + left);
+    }
+    [[nodiscard]] std::string Text() const {
+        return std::to_string(passed) + " of " + std::to_string(ran) + " tests passed, " + std::to_string(skipped) +
+               " skipped, exit code " + std::to_string(code) + (error != 0 ? ", error " + std::to_string(error) : "");
+    }
+};
+
 class Kit {
 public:
     Kit(std::wstring folder, std::wstring work) : folder_(std::move(folder)), work_(std::move(work)) {}
@@ -223,43 +254,25 @@ private:
             return;
         }
         hasWritten_ = hasWritten_ || (step.needs & kMachineKeys) != 0;
-        std::vector<std::wstring> filters{step.filter};
-        const std::wstring program = Quoted(Path(step.program)) + L" --gtest_filter=";
-        if (step.isEachAlone) {
-            filters = TestsIn(Run(program + step.filter + L" --gtest_list_tests", work_, 2, stop).output);
-        }
         const ULONGLONG begin = GetTickCount64();
-        unsigned ran = 0, passed = 0, skipped = 0;
-        DWORD code = 0;   // the last that was not 0
-        DWORD error = 0;  // the same
-        std::string bad;
-        for (const std::wstring& filter : filters) {
-            const Ended ended = Run(program + filter, work_, kMinutes, stop);
-            const unsigned now = Counted(ended.output, "[==========] Running ");
-            ran += now;
-            code = ended.exitCode != 0 ? ended.exitCode : code;
-            error = ended.error != 0 ? ended.error : error;
-            const unsigned good = Counted(ended.output, "[  PASSED  ] ");
-            const unsigned left = Counted(ended.output, "[  SKIPPED ] ");
-            passed += good;
-            skipped += left;
-            if (ended.error != 0 || ended.exitCode != 0 || now == 0 || now != good + left) {
-                bad += Utf8(filter) + ": exit code " + std::to_string(ended.exitCode) + ", error " +
-                       std::to_string(ended.error) + (ended.isOutOfTime ? ", ended after too long a time" : "") + '\n' +
-                       ended.output + '\n';
-            }
+        const std::wstring program = Quoted(Path(step.program)) + L" --gtest_filter=";
+        std::vector<std::wstring> filters{step.filter};
+        Tally tally;
+        if (step.isEachAlone) {
+            const Ended list = Run(program + step.filter + L" --gtest_list_tests", work_, 2, stop);
+            filters = TestsIn(list.output);
+            tally.Add(L"the list of tests", list, !filters.empty());
         }
-        const bool isGood = bad.empty() && ran != 0;
-        Judge(title + ' ' + std::to_string(passed) + " of " + std::to_string(ran) + " tests passed, " +
-                  std::to_string(skipped) + " skipped, exit code " + std::to_string(code) +
-                  (error != 0 ? ", error " + std::to_string(error) : "") +
-                  (ran != filters.size() && step.isEachAlone
-                       ? ", of " + std::to_string(filters.size()) + " that are there"
-                       : "") +
-                  ", " + std::to_string((GetTickCount64() - begin) / 1000) + " s",
-              isGood);
-        if (!isGood) {
-            details_ += "\n==== " + std::string(step.title) + '\n' + bad;
+        for (const std::wstring& filter : filters) {
+            tally.AddTests(filter, Run(program + filter, work_, kMinutes, stop));
+        }
+        const bool isShort = step.isEachAlone && tally.ran != filters.size();
+        Judge(title + ' ' + tally.Text() +
+                  (isShort ? ", of " + std::to_string(filters.size()) + " that are there" : "") + ", " +
+                  std::to_string((GetTickCount64() - begin) / 1000) + " s",
+              tally.bad.empty());
+        if (!tally.bad.empty()) {
+            details_ += "\n==== " + std::string(step.title) + '\n' + tally.bad;
         }
     }
 

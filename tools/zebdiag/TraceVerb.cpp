@@ -2,6 +2,7 @@
 #include "tools/zebdiag/TraceText.h"
 #include "tools/zebdiag/Verbs.h"
 #include "tslib/Utf8.h"
+#include "tslib/platform/AsciiCase.h"
 
 namespace HVR::zebdiag {
 
@@ -39,12 +40,10 @@ private:
     std::size_t count_ = 0;
 };
 
-bool IsSessionFile(const std::u16string& file) {
-    std::u16string end = file.size() < 4 ? file : file.substr(file.size() - 4);
-    for (char16_t& unit : end) {
-        unit = unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + (u'a' - u'A')) : unit;
-    }
-    return end == u".etl";
+bool IsSessionFile(std::u16string_view file) {
+    constexpr std::u16string_view kExtension = u".etl";
+    return file.size() >= kExtension.size() &&
+           tsLib::EqualsAscii(file.substr(file.size() - kExtension.size()), kExtension);
 }
 
 ExitCode Decode(TraceSessions& sessions, Files& files, const std::u16string& file, const Output& output) {
