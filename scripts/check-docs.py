@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
-"""Every link of the documents leads somewhere, every test that they name is there, and every command line in them is one that works: zebdiag's are run in the
-Wine prefix, as far as they name no placeholder (then verb and options are looked up in the help); parts of test.sh,
-programs and options of scripts in their help; msiexec's properties in the scripts that run them."""
+"""Every link of the documents leads somewhere, every test that they name is there, and every command line in them is
+one that works: zebdiag's are run in the Wine prefix, as far as they name no placeholder (then verb and options are
+looked up in the help); parts of test.sh, programs and options of scripts in their help; msiexec's properties in the
+scripts that run them."""
 import os
 import re
 import shlex
