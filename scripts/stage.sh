@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# The installed layout in out/windows/stage: built, signed modules and isolate.ini. Only what changed is signed again.
+# The installed layout in out/windows/stage: built, signed modules and isolate.ini. Only what changed is signed again. And
+# the registry that goes with it, for scripts/install.sh: out/install.reg.
 source "$(dirname "$0")/common.sh"
 "$ROOT/scripts/dev-signing.sh"
 STAGE="$OUT/windows/stage"
@@ -36,6 +37,8 @@ stage() {
         module=$(basename "$module")
         stage_one "res/${module%%-*}/ZebShellRes.dll" main "res/${module%%-*}/ZebShellRes.dll"
     done
-    printf '[isolation]\r\nsilo={6F1D2C3A-8B4E-4A57-9C60-D1E2F3A4B5C6}\r\nNative64=1\r\n' >"$STAGE/isolate.ini"
+    local silo='{6F1D2C3A-8B4E-4A57-9C60-D1E2F3A4B5C6}'
+    printf '[isolation]\r\nsilo=%s\r\nNative64=1\r\n' "$silo" >"$STAGE/isolate.ini"
+    scripts/registry-map.py "$silo" >"$OUT/install.reg"
 }
 step "stage and sign" stage
