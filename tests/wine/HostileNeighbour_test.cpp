@@ -243,15 +243,16 @@ TEST_F(HostileNeighbour, WhoRepointsALinkOnTheWay_GetsNothingIn) {
         }
     };
     const std::u16string path = scratch.Path() + u"link\\a.dll";
-    const auto point = [&](const std::wstring& to) {
-        run(L"Z:\\bin\\ln -sfn " + to + L" link", [&] { return IsTampered(path) == (to == L"bad"); });
+    const auto point = [&](const std::u16string& to) {
+        run(std::wstring(L"Z:\\bin\\ln -sfn ") + ToWide(to) + L" link",
+            [&] { return GetBytes(path) == GetBytes(scratch.Path() + to + u"\\a.dll"); });
     };
-    point(L"good");
+    point(u"good");
     tsInstanceFactory cache(real, trust);
     tsVaneModuleFactory* factory = nullptr;
     const auto repoint = [&](const char16_t* name) {
         EXPECT_FALSE(IsTampered(std::u16string(name)));
-        point(L"bad");
+        point(u"bad");
         return VaneResult::Success;
     };
     const bool isLoaded = Succeeded(cache.GetFactory(path.c_str(), repoint, &factory));
