@@ -15,7 +15,7 @@ packages=(
     zip unzip                                                     # the kit for other machines
     libcli11-dev nlohmann-json3-dev                               # header-only packages of the tools
     googletest libgtest-dev libbenchmark-dev                      # tests and benchmarks
-    python3                                                       # small faults on demand
+    python3                                                       # catalogs, the registry's map, checks
     clang-format-16 clang-tidy clang libclang-rt-dev              # lint and fuzzing
     lld llvm                                                      # Windows builds by clang, addresses of crashes
 )
